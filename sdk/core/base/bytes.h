@@ -1,0 +1,30 @@
+// Integers in byte strings: loaded and stored, never cast over.
+#pragma once
+
+#include <stdint.h>
+#include <string.h>
+
+namespace morv {
+
+inline uint32_t load_be32(const void *at) noexcept {
+    uint8_t b[4];
+    memcpy(b, at, sizeof b);
+    return uint32_t{b[0]} << 24 | uint32_t{b[1]} << 16 | uint32_t{b[2]} << 8 | b[3];
+}
+
+inline void store_be32(void *at, uint32_t value) noexcept {
+    const uint8_t b[4] = {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)};
+    memcpy(at, b, sizeof b);
+}
+
+inline uint32_t load_native32(const void *at) noexcept {
+    uint32_t value;
+    memcpy(&value, at, sizeof value);
+    return value;
+}
+
+inline void store_native32(void *at, uint32_t value) noexcept {
+    memcpy(at, &value, sizeof value);
+}
+
+}  // namespace morv

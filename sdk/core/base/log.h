@@ -1,0 +1,16 @@
+// Lines of the system log, each opened with the source file's stem and the line: "file_touch:14 ...".
+#pragma once
+
+#include <syslog.h>
+
+#include "core/base/fail.h"
+
+namespace morv {
+
+// `format` is a printf format; "%m" stands for the text of errno. errno is kept.
+void log_line(int priority, const char *stem, int line, const char *format, ...) noexcept
+    __attribute__((format(printf, 4, 5)));
+
+}  // namespace morv
+
+#define MORV_LOG(priority, ...) ::morv::log_line((priority), MORV_STEM, __LINE__, __VA_ARGS__)

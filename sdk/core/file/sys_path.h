@@ -1,0 +1,22 @@
+// The system root: what stands in front of every absolute path that the library itself names.
+#pragma once
+
+#include <limits.h>
+
+namespace morv {
+
+// A path of the system below the system root: empty on an appliance, a folder when somebody works on an image
+// or a copy. A path that would be too long becomes "", which no system call accepts.
+class SysPath {
+  public:
+    explicit SysPath(const char *path) noexcept;
+    const char *c_str() const noexcept { return text_; }
+
+  private:
+    char text_[PATH_MAX];
+};
+
+// Makes `dir` (absolute, without a slash at its end; "" for none) the root.
+void set_system_root(const char *dir) noexcept;
+
+}  // namespace morv

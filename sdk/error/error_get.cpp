@@ -1,0 +1,5 @@
+#include <morvsdk/error.h>
+
+extern "C" int MLIBErrGet(void) noexcept {
+    return morverrno;
+}

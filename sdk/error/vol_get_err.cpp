@@ -1,0 +1,5 @@
+#include <morvsdk/error.h>
+
+extern "C" int MORVVolGetErr(void) noexcept {
+    return volerr;
+}

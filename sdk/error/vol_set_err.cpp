@@ -1,0 +1,5 @@
+#include <morvsdk/error.h>
+
+extern "C" void MORVVolISetErr(int code) noexcept {
+    volerr = code;
+}
