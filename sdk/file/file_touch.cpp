@@ -12,7 +12,7 @@ extern "C" int MLIBFileTouch(const char *path) noexcept {
     }
     if (BlMLIBFileExist(path)) return 0;
     // Without truncation: a file made by another process in the meantime keeps its content.
-    const morv::UniqueFd fd(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+    const morv::UniqueFd fd(open(path, O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666));
     if (!fd) {
         MORV_LOG(LOG_ERR, "file exist: %s, errno=%m", path);
         return -1;

@@ -44,9 +44,12 @@ int make_lock_files() noexcept {
     const SysPath folder(kLockFolder);
     struct stat st;
     if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-        // A process that makes the folder at the same time has done our work.
-        const bool made = mkdir(folder.c_str(), 0700) == 0 && chmod(folder.c_str(), 0755) == 0;
-        if (!made && (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))) return ERR_CREATE_FAILED;
+        if (mkdir(folder.c_str(), 0700) == 0) {
+            if (chmod(folder.c_str(), 0755) != 0) return ERR_CREATE_FAILED;
+        } else if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+            // Else another process has made it in the meantime.
+            return ERR_CREATE_FAILED;
+        }
     }
     for (const LockEntry &entry : lock_table()) {
         const SysPath path(entry.path);

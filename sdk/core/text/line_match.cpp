@@ -8,6 +8,16 @@
 
 namespace morv {
 
+// Answers false for what is not valid UTF-8.
+static bool upper_utf8(std::string_view text, std::string &out) {
+    const std::string copy(text);
+    const int64_t length = upper_length(copy.c_str());
+    if (length < 0) return false;
+    out.resize(size_t(length));
+    upper_write(copy.c_str(), out.data());
+    return true;
+}
+
 int LinePattern::set(const char *pattern, int flags) noexcept {
     if (!pattern || flags < 0) return ERR_BAD_PARAMETERS;
     flags_ = flags;
