@@ -6,6 +6,14 @@
 
 namespace morv {
 
+MallocPtr<char> copy_text(std::string_view text) noexcept {
+    MallocPtr<char> copy(static_cast<char *>(malloc(text.size() + 1)));
+    if (!copy) return nullptr;
+    memcpy(copy.get(), text.data(), text.size());
+    copy.get()[text.size()] = '\0';
+    return copy;
+}
+
 void splice(char *dst, std::string_view string, size_t at, size_t cut, std::string_view text) noexcept {
     const char *const tail = string.data() + at + cut;
     const size_t tail_length = string.size() - at - cut;

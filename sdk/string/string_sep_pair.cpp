@@ -3,11 +3,11 @@
 #include <string.h>
 
 #include "core/base/fail.h"
-#include "core/base/guard.h"
+#include "string/string_edit.h"
 
 extern "C" int MLIBStrSepPair(const char *string, MLIBSZLIST **ppList) noexcept {
     if (!string || !ppList || !*ppList) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    const morv::MallocPtr<char> copy(strdup(string));
+    const morv::MallocPtr<char> copy = morv::copy_text(string);
     if (!copy) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
     char *value = copy.get();
     char *const key = strsep(&value, "=");
