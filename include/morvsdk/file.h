@@ -237,7 +237,7 @@ MORV_API int MLIBFileGetLine(const char *path, const char *pattern, char *buffer
 
 /* Inserts a line before the one that matches (after it with MORV_LINE_AFTER); without a pattern at the top of the
  * file, or at its end with MORV_LINE_AFTER, then in place: after a crash the file may end in a part of the line.
- * A missing file is made with the line.
+ * A last line without line feed gets one first. A missing file is made with the line.
  *
  * pattern: or null. line: without line feed.
  * Returns 1; 0 with ERR_KEY_NOT_FOUND; -1 with the rewrite's codes. */
