@@ -12,7 +12,8 @@ std::string with_line_at(std::string_view text, size_t at, std::string_view line
     return content;
 }
 
-std::string with_line_beside(std::string_view text, std::string_view neighbour, std::string_view line, int flags) {
+std::string with_line_beside(std::string_view text, std::string_view neighbour, std::string_view line,
+                             int flags) {
     size_t at = size_t(neighbour.data() - text.data());
     if (flags & MORV_LINE_AFTER) at += neighbour.size();
     return with_line_at(text, at, line);

@@ -2,6 +2,9 @@
 
 #include <errno.h>
 #include <stddef.h>
+#include <stdlib.h>
+
+#include <new>
 
 // The sanitizers' allocator under its own name, where there is one; else libc's.
 extern "C" {
@@ -48,6 +51,39 @@ void *realloc(void *block, size_t size) {
     if (fails()) return nullptr;
     return __interceptor_realloc ? __interceptor_realloc(block, size) : __libc_realloc(block, size);
 }
+}
+
+// The sanitizers' operator new does not call malloc.
+void *operator new(size_t size) {
+    if (void *block = malloc(size)) return block;
+    throw std::bad_alloc();
+}
+void *operator new[](size_t size) {
+    return operator new(size);
+}
+void *operator new(size_t size, const std::nothrow_t &) noexcept {
+    return malloc(size);
+}
+void *operator new[](size_t size, const std::nothrow_t &) noexcept {
+    return malloc(size);
+}
+void operator delete(void *block) noexcept {
+    free(block);
+}
+void operator delete[](void *block) noexcept {
+    free(block);
+}
+void operator delete(void *block, size_t) noexcept {
+    free(block);
+}
+void operator delete[](void *block, size_t) noexcept {
+    free(block);
+}
+void operator delete(void *block, const std::nothrow_t &) noexcept {
+    free(block);
+}
+void operator delete[](void *block, const std::nothrow_t &) noexcept {
+    free(block);
 }
 
 namespace testing_support {
