@@ -8,18 +8,19 @@
  *     MORVBDbFree(line);
  *     MORVBDbClose(db);
  *
- * Keys and values are byte strings with an explicit length in bytes, at least 1; nothing is added to them. Keys
- * are in byte order. The files hold native integers and are read only by machines of the same byte order.
+ * Keys and values are byte strings with an explicit length in bytes, at least 1; nothing is added to them.
+ * Keys are in byte order. The files hold native integers and are read only by machines of the same byte
+ * order.
  *
- * Copying out. A function that hands out a record takes the address of a buffer pointer (null, or a block from
- * malloc) and the address of the buffer's size. It grows the buffer when the record is longer than the size,
- * copies the record and sets the size to the record's length, so the same buffer serves a series of calls. The
- * buffer stays the caller's: release it with MORVBDbFree or free. After a failure it is still valid, with the
- * contents unspecified.
+ * Copying out. A function that hands out a record takes the address of a buffer pointer (null, or a block
+ * from malloc) and the address of the buffer's size. It grows the buffer when the record is longer than the
+ * size, copies the record and sets the size to the record's length, so the same buffer serves a series of
+ * calls. The buffer stays the caller's: release it with MORVBDbFree or free. After a failure it is still
+ * valid, with the contents unspecified.
  *
- * Reserved records. A key that begins with "#" belongs to the system: writing one removes every record with that
- * key first, also in a store with duplicates, and a walk can pass over them. Keys of ordinary records must not
- * begin with "#".
+ * Reserved records. A key that begins with "#" belongs to the system: writing one removes every record with
+ * that key first, also in a store with duplicates, and a walk can pass over them. Keys of ordinary records
+ * must not begin with "#".
  *
  * Walking. A handle carries the direction of its next MORVBDbCursorGet:
  *
@@ -30,11 +31,11 @@
  *     }
  *     if (MLIBErrGet() != ERR_STORE_END) ... the walk failed
  *
- * Files. Changes reach the file when the store is closed, without a sync and without a promise for a crash in the
- * middle: a store is a mirror that can be built anew. Nothing is locked; callers keep writers apart. Store files
- * lie where everybody can write, so a file is checked page by page when it is opened, and one that is no sound
- * store is refused with ERR_STORE_INVALID. What another process writes into the file while it is open is not
- * checked: such a process can make the holder of the handle fail in any way. */
+ * Files. Changes reach the file when the store is closed, without a sync and without a promise for a crash in
+ * the middle: a store is a mirror that can be built anew. Nothing is locked; callers keep writers apart.
+ * Store files lie where everybody can write, so a file is checked page by page when it is opened, and one
+ * that is no sound store is refused with ERR_STORE_INVALID. What another process writes into the file while
+ * it is open is not checked: such a process can make the holder of the handle fail in any way. */
 #ifndef MORVSDK_BDB_H
 #define MORVSDK_BDB_H
 
@@ -72,22 +73,20 @@ enum {
 
 /* Opens the store at path.
  *
- * flags:      as for open(2); O_RDONLY or O_RDWR, with O_CREAT to create a file that does not exist, O_EXCL to
- *             insist on that, O_TRUNC to empty a store that does
- * duplicates: 1 when a key may have several records; must match the way the file was created
+ * flags:      as for open(2); O_RDONLY or O_RDWR, with O_CREAT to create a file that does not exist, O_EXCL
+ * to insist on that, O_TRUNC to empty a store that does duplicates: 1 when a key may have several records;
+ * must match the way the file was created
  *
- * A file that exists is never replaced, whatever it holds. A new file gets mode 0666 less the umask; for root,
- * an opened file is given mode 0666 whole. Opening never blocks on a FIFO, and creates nothing through a symbolic
- * link. The descriptor is closed on exec.
+ * A file that exists is never replaced, whatever it holds. A new file gets mode 0666 less the umask; for
+ * root, an opened file is given mode 0666 whole. Opening never blocks on a FIFO, and creates nothing through
+ * a symbolic link. The descriptor is closed on exec.
  *
  * Returns a handle for MORVBDbClose, or null with
  *   ERR_BAD_PARAMETERS    path is null or empty
  *   ERR_OUT_OF_MEMORY
- *   ERR_STORE_INVALID     the file is empty, damaged or no record store, or its duplicates setting is another one
- *   ERR_ACCESS_DENIED     no permission
- *   ERR_NOT_ENOUGH_SPACE  the file system is full
- *   ERR_FILE_NOT_FOUND    no such file, and no O_CREAT
- *   ERR_OPEN_FAILED       anything else, among it a path that is no regular file */
+ *   ERR_STORE_INVALID     the file is empty, damaged or no record store, or its duplicates setting is another
+ * one ERR_ACCESS_DENIED     no permission ERR_NOT_ENOUGH_SPACE  the file system is full ERR_FILE_NOT_FOUND no
+ * such file, and no O_CREAT ERR_OPEN_FAILED       anything else, among it a path that is no regular file */
 MORV_API MORVBDB *MORVBDbOpen(const char *path, int flags, int duplicates) MORV_NOEXCEPT;
 
 /* Writes the changes to the file and releases the handle, also when writing fails.
@@ -105,10 +104,11 @@ MORV_API int MORVBDbClose(MORVBDB *db) MORV_NOEXCEPT;
  *   ERR_KEY_NOT_FOUND      no such key
  *   ERR_OUT_OF_MEMORY
  *   ERR_DISK_IO_FAILED, ERR_INTERRUPTED, ERR_STORE_READ_FAILED  the store could not be read */
-MORV_API int MORVBDbGet(MORVBDB *db, const void *key, int keyLength, void **ppValue, int *pSize) MORV_NOEXCEPT;
+MORV_API int MORVBDbGet(MORVBDB *db, const void *key, int keyLength, void **ppValue,
+                        int *pSize) MORV_NOEXCEPT;
 
-/* Stores a record. A store without duplicates replaces the value of a key that it has; one with duplicates adds
- * a record, unless the key is a reserved one.
+/* Stores a record. A store without duplicates replaces the value of a key that it has; one with duplicates
+ * adds a record, unless the key is a reserved one.
  *
  * Returns 0, or -1 with
  *   ERR_BAD_PARAMETERS  a null argument, or a length below 1
@@ -133,22 +133,22 @@ MORV_API int MORVBDbCursorSetType(MORVBDB *db, int type) MORV_NOEXCEPT;
 /* Moves to the next record in the handle's direction, and copies out its key and value.
  *
  * skipReserved: 1 to pass over reserved records. Where that happens at MORV_BDB_FIRST or MORV_BDB_LAST, the
- *               handle's direction becomes MORV_BDB_NEXT or MORV_BDB_PREV; in all other cases a walk leaves it.
- * ppKey:        in direction MORV_BDB_CURSOR also the key to start from, of *pKeySize bytes
+ *               handle's direction becomes MORV_BDB_NEXT or MORV_BDB_PREV; in all other cases a walk leaves
+ * it. ppKey:        in direction MORV_BDB_CURSOR also the key to start from, of *pKeySize bytes
  *
  * Returns 0, or -1 with
- *   ERR_BAD_PARAMETERS  a null argument or a negative size, or no key to start from in direction MORV_BDB_CURSOR
- *   ERR_STORE_END       there is no further record
- *   ERR_OUT_OF_MEMORY
- *   ERR_DISK_IO_FAILED, ERR_INTERRUPTED, ERR_STORE_READ_FAILED  the store could not be read */
+ *   ERR_BAD_PARAMETERS  a null argument or a negative size, or no key to start from in direction
+ * MORV_BDB_CURSOR ERR_STORE_END       there is no further record ERR_OUT_OF_MEMORY ERR_DISK_IO_FAILED,
+ * ERR_INTERRUPTED, ERR_STORE_READ_FAILED  the store could not be read */
 MORV_API int MORVBDbCursorGet(MORVBDB *db, int skipReserved, void **ppKey, int *pKeySize, void **ppValue,
                               int *pValueSize) MORV_NOEXCEPT;
 
 /* Releases a buffer that was copied out. Null is ignored. */
 MORV_API void MORVBDbFree(void *buffer) MORV_NOEXCEPT;
 
-/* Copies out the sync time: the modification time, in seconds since the epoch, of the system file that the records
- * were built from. *ppBuffer (null, or a block from malloc) receives 4 bytes, an int32_t in native byte order.
+/* Copies out the sync time: the modification time, in seconds since the epoch, of the system file that the
+ * records were built from. *ppBuffer (null, or a block from malloc) receives 4 bytes, an int32_t in native
+ * byte order.
  *
  * Returns 0, or -1 as MORVBDbGet; ERR_STORE_READ_FAILED also when the record does not hold 4 bytes. */
 MORV_API int MORVBDbConfSyncTimeGet(MORVBDB *db, void **ppBuffer) MORV_NOEXCEPT;
@@ -158,12 +158,12 @@ MORV_API int MORVBDbConfSyncTimeSet(MORVBDB *db, int32_t syncTime) MORV_NOEXCEPT
 
 /* Whether the stored sync time differs from fileTime, the present modification time of the mirrored file.
  *
- * Returns 1 when it differs, 0 when it is equal, or -1 as MORVBDbConfSyncTimeGet: ERR_KEY_NOT_FOUND when the store
- * has no sync time. */
+ * Returns 1 when it differs, 0 when it is equal, or -1 as MORVBDbConfSyncTimeGet: ERR_KEY_NOT_FOUND when the
+ * store has no sync time. */
 MORV_API int MORVBDbIsNeedToRebuild(MORVBDB *db, int32_t fileTime) MORV_NOEXCEPT;
 
-/* The deprecation mark: 0 in a live store, 1 when a newer file has taken the store's place and the store has to be
- * opened again.
+/* The deprecation mark: 0 in a live store, 1 when a newer file has taken the store's place and the store has
+ * to be opened again.
  *
  * Returns the mark, or -1 as MORVBDbConfSyncTimeGet, also when the store has none. */
 MORV_API int MORVBDbDeprecatedGet(MORVBDB *db) MORV_NOEXCEPT;
@@ -171,8 +171,8 @@ MORV_API int MORVBDbDeprecatedGet(MORVBDB *db) MORV_NOEXCEPT;
 /* Stores the deprecation mark. Returns 0, or -1 as MORVBDbSet. */
 MORV_API int MORVBDbDeprecatedSet(MORVBDB *db, int32_t flag) MORV_NOEXCEPT;
 
-/* Copies out the time, in seconds since the epoch, at which the records of domain accounts were last refreshed,
- * the way MORVBDbConfSyncTimeGet does. */
+/* Copies out the time, in seconds since the epoch, at which the records of domain accounts were last
+ * refreshed, the way MORVBDbConfSyncTimeGet does. */
 MORV_API int MORVBDbDomainExpireTimeGet(MORVBDB *db, void **ppBuffer) MORV_NOEXCEPT;
 
 /* Stores the current time as that time. Returns 0, or -1 as MORVBDbSet. */
@@ -181,14 +181,14 @@ MORV_API int MORVBDbDomainExpireTimeSet(MORVBDB *db) MORV_NOEXCEPT;
 /* Removes that time. Returns 0, also when there was none, or -1 as MORVBDbDelete. */
 MORV_API int MORVBDbDomainExpireTimeDelete(MORVBDB *db) MORV_NOEXCEPT;
 
-/* Whether the records of domain accounts have to be refreshed: 1 when the last refresh is more than five minutes
- * (301 seconds or more) ago or the store does not know of one, else 0; 0 also when the store cannot be read, with
- * the error state set. Never -1. */
+/* Whether the records of domain accounts have to be refreshed: 1 when the last refresh is more than five
+ * minutes (301 seconds or more) ago or the store does not know of one, else 0; 0 also when the store cannot
+ * be read, with the error state set. Never -1. */
 MORV_API int MORVBDbIsNeedToDomainRebuild(MORVBDB *db) MORV_NOEXCEPT;
 
-/* Grows a buffer to at least `needed` bytes: does nothing when *ppBuffer is not null and *pSize is enough, else
- * reallocates the block and sets *pSize to `needed`. On success *ppBuffer is never null; on failure block and size
- * are as they were.
+/* Grows a buffer to at least `needed` bytes: does nothing when *ppBuffer is not null and *pSize is enough,
+ * else reallocates the block and sets *pSize to `needed`. On success *ppBuffer is never null; on failure
+ * block and size are as they were.
  *
  * Returns 0, or -1 with
  *   ERR_BAD_PARAMETERS  a null argument, or a negative size

@@ -15,8 +15,8 @@ MORV_BEGIN_DECLS
  *   ERR_OUT_OF_MEMORY   also for an item whose length no int holds */
 MORV_API int DBTCopyOut(const DBT *item, void **ppBuffer, int *pSize) MORV_NOEXCEPT;
 
-/* Fills an item with a pointer and a length. The data is neither copied nor changed, and must live as long as the
- * item is used.
+/* Fills an item with a pointer and a length. The data is neither copied nor changed, and must live as long as
+ * the item is used.
  *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS: item or data is null, or length is negative. */
 MORV_API int DBTSet(DBT *item, const void *data, int length) MORV_NOEXCEPT;
