@@ -1,0 +1,38 @@
+#include "core/file/file_edit.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <morvsdk/errcodes.h>
+#include <sys/stat.h>
+
+#include "core/file/replacement_file.h"
+
+namespace morv {
+
+int FileEdit::open(const char *path, Missing missing, int read_error) noexcept {
+    path_ = path;
+    fd_.reset(::open(path, O_RDONLY | O_CLOEXEC));
+    if (!fd_) return missing == kMayCreate && errno == ENOENT ? 0 : ERR_OPEN_FAILED;
+    struct stat st;
+    if (fstat(fd_.get(), &st) != 0) return ERR_STAT_FAILED;
+    if (S_ISDIR(st.st_mode)) {
+        errno = EISDIR;
+        return ERR_OPEN_FAILED;
+    }
+    const int code = text_.load(fd_.get());
+    return code == ERR_READ_FAILED ? read_error : code;
+}
+
+int FileEdit::commit(std::string_view content, mode_t new_mode) const noexcept {
+    if (!exists() && new_mode == kByUmask) {
+        const mode_t mask = umask(0);
+        umask(mask);
+        new_mode = 0666 & ~mask;
+    }
+    ReplacementFile file;
+    if (int code = file.create(path_, fd_.get(), new_mode)) return code;
+    if (int code = file.write(content)) return code;
+    return file.commit();
+}
+
+}  // namespace morv

@@ -1,0 +1,42 @@
+// A read-modify-write of a whole file, in two steps:
+//
+//     FileEdit file;
+//     if (int code = file.open(path, FileEdit::kMayCreate)) return code;
+//     ...make the new content from file.text()...
+//     return file.commit(content);
+#pragma once
+
+#include <sys/types.h>
+
+#include <string_view>
+
+#include "core/base/guard.h"
+#include "core/file/file_text.h"
+
+namespace morv {
+
+class FileEdit {
+  public:
+    enum Missing { kMustExist, kMayCreate };
+
+    // Opens and reads the target; with kMayCreate a missing one is empty and exists() answers false. A file that
+    // exists but cannot be opened is an error in both cases: making it anew would lose its content.
+    // Answers 0, ERR_OPEN_FAILED (also for a folder), ERR_STAT_FAILED, `read_error` or ERR_OUT_OF_MEMORY.
+    int open(const char *path, Missing missing, int read_error) noexcept;
+
+    bool exists() const noexcept { return bool(fd_); }
+    std::string_view text() const noexcept { return text_.view(); }
+
+    // Replaces the target by a file with this content. A new one gets `new_mode`, by default 0666 less the umask.
+    // Answers the codes of a replacement file.
+    int commit(std::string_view content, mode_t new_mode = kByUmask) const noexcept;
+
+    static constexpr mode_t kByUmask = mode_t(-1);
+
+  private:
+    const char *path_ = nullptr;
+    UniqueFd fd_;
+    FileText text_;
+};
+
+}  // namespace morv

@@ -1,0 +1,38 @@
+// The whole content of a file in memory.
+#pragma once
+
+#include <stddef.h>
+
+#include <string_view>
+
+namespace morv {
+
+// Configuration files are small: one that fits the object itself costs no allocation. A zero byte stands behind
+// the content, and the content may be written over: it is this object's copy.
+class FileText {
+  public:
+    FileText() noexcept = default;
+    ~FileText();
+    FileText(const FileText &) = delete;
+    FileText &operator=(const FileText &) = delete;
+
+    // Reads the file at `path`. Answers 0, ERR_OPEN_FAILED (also for a folder) or ERR_OUT_OF_MEMORY.
+    int load(const char *path) noexcept;
+
+    // Reads what `fd` still holds. Answers 0, ERR_READ_FAILED or ERR_OUT_OF_MEMORY.
+    int load(int fd) noexcept;
+
+    std::string_view view() const noexcept { return {data_, size_}; }
+    char *data() noexcept { return data_; }
+
+  private:
+    bool grow() noexcept;
+
+    static constexpr size_t kInline = 32 * 1024;
+    char inline_[kInline];
+    char *data_ = inline_;
+    size_t capacity_ = kInline;
+    size_t size_ = 0;
+};
+
+}  // namespace morv

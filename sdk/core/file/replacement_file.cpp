@@ -1,0 +1,158 @@
+#include "core/file/replacement_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <morvsdk/file.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+namespace morv {
+
+int file_durability = MORV_ATOMIC;
+
+namespace {
+
+constexpr char kAccessList[] = "system.posix_acl_access";
+
+// The length of the folder part of a path, its last slash included.
+size_t folder_length(const char *path) noexcept {
+    const char *slash = strrchr(path, '/');
+    return slash ? size_t(slash - path) + 1 : 0;
+}
+
+// The file that `path` leads to: symbolic links are followed also when the last one leads to nothing yet.
+bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept {
+    if (strlen(path) >= sizeof target) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    strncpy(target, path, sizeof target);
+    for (int links = 0; links < 40; ++links) {
+        char to[PATH_MAX];
+        const ssize_t length = readlink(target, to, sizeof to - 1);
+        if (length < 0) return true;  // no link: the end of the way
+        to[length] = '\0';
+        const size_t keep = to[0] == '/' ? 0 : folder_length(target);
+        if (keep + size_t(length) >= sizeof target) {
+            errno = ENAMETOOLONG;
+            return false;
+        }
+        memcpy(target + keep, to, size_t(length) + 1);
+    }
+    errno = ELOOP;
+    return false;
+}
+
+bool copy_attribute(int from, int to, const char *name) noexcept {
+    char small[256];
+    ssize_t size = fgetxattr(from, name, small, sizeof small);
+    if (size >= 0) return fsetxattr(to, name, small, size_t(size), 0) == 0;
+    if (errno != ERANGE) return false;
+    size = fgetxattr(from, name, nullptr, 0);
+    if (size < 0) return false;
+    const MallocPtr<void> value(malloc(size_t(size)));
+    if (!value) return false;
+    size = fgetxattr(from, name, value.get(), size_t(size));
+    return size >= 0 && fsetxattr(to, name, value.get(), size_t(size), 0) == 0;
+}
+
+// Gives `to` the extended attributes of `from`, the access list among them. Labels that the kernel's security
+// module keeps for itself are its own to set on the new file.
+bool copy_attributes(int from, int to) noexcept {
+    char small[1024];
+    MallocPtr<char> large;
+    char *names = small;
+    ssize_t size = flistxattr(from, small, sizeof small);
+    if (size < 0 && errno == ERANGE) {
+        size = flistxattr(from, nullptr, 0);
+        if (size < 0) return false;
+        large.reset(static_cast<char *>(malloc(size_t(size))));
+        if (!large) return false;
+        names = large.get();
+        size = flistxattr(from, names, size_t(size));
+    }
+    if (size < 0) return errno == ENOTSUP || errno == ENOSYS;
+
+    bool has_access_list = false;
+    for (const char *name = names; name < names + size; name += strlen(name) + 1) {
+        if (strcmp(name, kAccessList) == 0) has_access_list = true;
+        if (copy_attribute(from, to, name)) continue;
+        if (strncmp(name, "security.", 9) != 0) return false;
+    }
+    // The folder's default access list must not open the new file for more people than the old one.
+    if (!has_access_list && fremovexattr(to, kAccessList) != 0) {
+        return errno == ENODATA || errno == ENOTSUP || errno == ENOSYS;
+    }
+    return true;
+}
+
+bool sync_folder(const char *path) noexcept {
+    char folder[PATH_MAX];
+    const size_t length = folder_length(path);
+    memcpy(folder, path, length);
+    folder[length] = '\0';
+    const UniqueFd fd(open(length > 0 ? folder : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return fd && fsync(fd.get()) == 0;
+}
+
+}  // namespace
+
+bool write_all(int fd, std::string_view content) noexcept {
+    while (!content.empty()) {
+        const ssize_t done = write(fd, content.data(), content.size());
+        if (done < 0 && errno == EINTR) continue;
+        if (done <= 0) return false;
+        content.remove_prefix(size_t(done));
+    }
+    return true;
+}
+
+ReplacementFile::~ReplacementFile() {
+    if (!exists_) return;
+    const int saved = errno;
+    fd_.reset();
+    unlink(temporary_);
+    errno = saved;
+}
+
+int ReplacementFile::create(const char *path, int old_fd, mode_t new_mode) noexcept {
+    if (!follow_links(path, target_)) return ERR_OPEN_FAILED;
+    const int length = snprintf(temporary_, sizeof temporary_, "%s.XXXXXX", target_);
+    if (length < 0 || size_t(length) >= sizeof temporary_) {
+        errno = ENAMETOOLONG;
+        return ERR_OPEN_FAILED;
+    }
+    fd_.reset(mkostemp(temporary_, O_CLOEXEC));
+    if (!fd_) return ERR_OPEN_FAILED;
+    exists_ = true;
+    if (old_fd >= 0) return adopt(old_fd);
+    return fchmod(fd_.get(), new_mode) == 0 ? 0 : ERR_WRITE_FAILED;
+}
+
+int ReplacementFile::adopt(int old_fd) noexcept {
+    struct stat st;
+    if (fstat(old_fd, &st) != 0) return ERR_STAT_FAILED;
+    // The owner first: a change of owner clears the set-user-ID bits.
+    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || fchmod(fd_.get(), st.st_mode & 07777) != 0 ||
+        !copy_attributes(old_fd, fd_.get())) {
+        return ERR_WRITE_FAILED;
+    }
+    return 0;
+}
+
+int ReplacementFile::write(std::string_view content) noexcept {
+    return write_all(fd_.get(), content) ? 0 : ERR_WRITE_FAILED;
+}
+
+int ReplacementFile::commit() noexcept {
+    if (fsync(fd_.get()) != 0 || close(fd_.release()) != 0) return ERR_WRITE_FAILED;
+    if (rename(temporary_, target_) != 0) return ERR_RENAME_FAILED;
+    exists_ = false;
+    if (file_durability == MORV_DURABLE && !sync_folder(target_)) return ERR_WRITE_FAILED;
+    return 0;
+}
+
+}  // namespace morv

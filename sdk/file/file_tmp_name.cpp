@@ -1,0 +1,16 @@
+#include <morvsdk/internal/file.h>
+#include <string.h>
+#include <unistd.h>
+
+static int counter;
+
+extern "C" int MLIBFileITmpName(const char *prefix, char *buffer, int size) noexcept {
+    if (!prefix || !buffer || size < 0) return -1;
+    memset(buffer, 0, size_t(size));
+    char suffix[128];
+    snprintf(suffix, sizeof suffix, "%d-%d", int(getpid()), counter);
+    counter = counter == INT32_MAX ? 0 : counter + 1;
+    if (strlen(prefix) + strlen(suffix) + 1 > size_t(size)) return -1;
+    snprintf(buffer, size_t(size), "%s%s", prefix, suffix);
+    return 0;
+}

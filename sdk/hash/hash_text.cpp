@@ -1,0 +1,25 @@
+#include "hash/hash_text.h"
+
+#include <morvsdk/errcodes.h>
+
+#include "core/text/pair_format.h"
+
+namespace morv {
+
+int append_hash(std::string &out, const char *section, const MLIBSZHASH *hash, const char *format) {
+    const auto one_line = [](std::string_view text) { return text.find('\n') == text.npos; };
+    if (!is_pair_format(format)) return ERR_BAD_PARAMETERS;
+    if (section) {
+        if (!one_line(section)) return ERR_BAD_PARAMETERS;
+        out.append("[").append(section).append("]\n");
+    }
+    for (int i = 0; hash && i < hash->nBucket; ++i) {
+        const MLIBSZHASHBUCKET &pair = hash->bucket[i];
+        if (!pair.pszKey) continue;
+        if (!one_line(pair.pszKey) || !one_line(pair.pszValue)) return ERR_BAD_PARAMETERS;
+        if (int code = append_pair(out, format, pair.pszKey, pair.pszValue)) return code;
+    }
+    return 0;
+}
+
+}  // namespace morv
