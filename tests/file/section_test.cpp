@@ -63,7 +63,7 @@ TEST(GetSection, ReadsTheFirstOfThatName) {
 TEST(GetSection, LeavesTheHashAloneWhenThereIsNone) {
     ScratchRoot root;
     const std::string path = root.write("f", "[a]\nk=1\n\n");
-    Hash hash({{"kept", "1"}});
+    Hash hash{{"kept", "1"}};
     MLIBErrSet(ERR_SUCCESS);
     EXPECT_EQ(MLIBFileGetSection(path.c_str(), "b", hash.address()), 1);
     EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS);
@@ -92,7 +92,7 @@ TEST(EnumSection, ListsNamesAsTheyStand) {
 
 TEST(AddSection, StartsOnALineOfItsOwn) {
     ScratchRoot root;
-    Hash hash({{"k", "1"}});
+    Hash hash{{"k", "1"}};
     Hash empty;
     const struct {
         const char *before;
@@ -123,7 +123,7 @@ TEST(AddSection, StartsOnALineOfItsOwn) {
 
 TEST(ModifySection, KeepsCommentsAndEverythingOutside) {
     ScratchRoot root;
-    Hash hash({{"n", "9"}});
+    Hash hash{{"n", "9"}};
     const std::string before =
         "top=1\n\n[a]\nk=1\n# kept\n\n;kept too\n  # indented goes\n[b]\n\n x=1\r\n[broken\n[a] \nk=2\n[c]\nlast";
     const std::string path = root.path("f");
