@@ -1,4 +1,5 @@
 #include <morvsdk/internal/bdb.h>
+#include <string.h>
 
 #include "bdb/bdb_error.h"
 #include "core/base/log.h"
@@ -43,7 +44,7 @@ extern "C" int MORVBDbCursorGet(MORVBDB *db, int skipReserved, void **ppKey, int
         if (result == RET_SPECIAL) return MORV_FAIL(ERR_STORE_END, -1);
         if (result != RET_SUCCESS) {
             const int error = errno;
-            MORV_LOG(LOG_ERR, "errno=%d/%m, db->seq failed.", error);
+            MORV_LOG(LOG_ERR, "errno=%d/%s, db->seq failed.", error, strerror(error));
             return MORV_FAIL(morv::read_error(error, ERR_STORE_READ_FAILED), -1);
         }
         if (skipReserved != 1 || !is_reserved(key)) break;

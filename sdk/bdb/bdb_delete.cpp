@@ -1,4 +1,5 @@
 #include <morvsdk/internal/bdb.h>
+#include <string.h>
 
 #include "bdb/bdb_error.h"
 #include "core/base/log.h"
@@ -11,7 +12,7 @@ extern "C" int MORVBDbDelete(MORVBDB *db, const void *key, int keyLength) noexce
     if (result == RET_SPECIAL) return MORV_FAIL(ERR_KEY_NOT_FOUND, -1);
     if (result != RET_SUCCESS) {
         const int error = errno;
-        MORV_LOG(LOG_ERR, "errno=%d/%m, db->del failed.", error);
+        MORV_LOG(LOG_ERR, "errno=%d/%s, db->del failed.", error, strerror(error));
         return MORV_FAIL(morv::write_error(error, ERR_STORE_DELETE_FAILED), -1);
     }
     return 0;

@@ -1,4 +1,5 @@
 #include <morvsdk/internal/bdb.h>
+#include <string.h>
 
 #include "bdb/bdb_error.h"
 #include "core/base/log.h"
@@ -12,7 +13,7 @@ extern "C" int MORVBDbGet(MORVBDB *db, const void *key, int keyLength, void **pp
     if (result == RET_SPECIAL) return MORV_FAIL(ERR_KEY_NOT_FOUND, -1);
     if (result != RET_SUCCESS) {
         const int error = errno;
-        MORV_LOG(LOG_ERR, "errno=%d/%m, db->get failed.", error);
+        MORV_LOG(LOG_ERR, "errno=%d/%s, db->get failed.", error, strerror(error));
         return MORV_FAIL(morv::read_error(error, ERR_STORE_READ_FAILED), -1);
     }
     return DBTCopyOut(&value, ppValue, pSize);

@@ -2,6 +2,7 @@
 #include <errno.h>
 #include <morvsdk/bdb.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,8 +27,7 @@ int open_error(int error) {
         case ENOMEM:
             return ERR_OUT_OF_MEMORY;
         default:
-            errno = error;
-            MORV_LOG(LOG_NOTICE, "errno=%d/%m, dbopen failed.", error);
+            MORV_LOG(LOG_NOTICE, "errno=%d/%s, dbopen failed.", error, strerror(error));
             return ERR_OPEN_FAILED;
     }
 }
@@ -38,7 +38,8 @@ void share_with_everybody(const DB *db) {
     const int file = db->fd(db);
     struct stat st;
     if (fstat(file, &st) == 0 && (st.st_mode & 07777) == kStoreMode) return;
-    if (fchmod(file, kStoreMode) != 0) MORV_LOG(LOG_ERR, "errno=%d/%m, chmod failed.", errno);
+    if (fchmod(file, kStoreMode) != 0)
+        MORV_LOG(LOG_ERR, "errno=%d/%s, chmod failed.", errno, strerror(errno));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <morvsdk/internal/bdb.h>
+#include <string.h>
 
 #include "bdb/bdb_error.h"
 #include "core/base/log.h"
@@ -12,12 +13,12 @@ extern "C" int MORVBDbSet(MORVBDB *db, const void *key, int keyLength, const voi
 
     // A reserved record exists once, also in a store with duplicates.
     if (*static_cast<const char *>(key) == '#' && db->pDb->del(db->pDb, &name, 0) == RET_ERROR) {
-        MORV_LOG(LOG_ERR, "errno=%d/%m, db->del failed.", errno);
+        MORV_LOG(LOG_ERR, "errno=%d/%s, db->del failed.", errno, strerror(errno));
         return -1;
     }
     if (db->pDb->put(db->pDb, &name, &data, 0) != RET_SUCCESS) {
         const int error = errno;
-        MORV_LOG(LOG_ERR, "errno=%d/%m, db->put failed.", error);
+        MORV_LOG(LOG_ERR, "errno=%d/%s, db->put failed.", error, strerror(error));
         return MORV_FAIL(morv::write_error(error, ERR_STORE_WRITE_FAILED), -1);
     }
     return 0;
