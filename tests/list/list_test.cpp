@@ -184,23 +184,24 @@ TEST(List, RefusesToGrowBeyondWhatItsFieldsCanSay) {
 }
 
 TEST(List, IsAsItWasWhenThereIsNoMemoryToGrow) {
-    EXPECT_GE(for_each_alloc_fault([](int) {
+    const std::string text(400, 'x');
+    const std::string longer = text + text;
+    EXPECT_GE(for_each_alloc_fault([&](int) {
                   MLIBSZLIST *list = PslMLIBSzListAlloc(0);
                   if (!list) {
                       const bool reached = AllocFault::disarm();
                       EXPECT_EQ(MLIBErrGet(), ERR_OUT_OF_MEMORY);
                       return reached;
                   }
-                  const std::string text(400, 'x');
                   const int pushed = MLIBSzListPush(&list, text.c_str());
                   const int second = pushed < 0 ? -1 : MLIBSzListPush(&list, text.c_str());
-                  const int set = pushed < 0 ? -1 : MLIBSzListSet(&list, 0, (text + text).c_str());
+                  const int set = pushed < 0 ? -1 : MLIBSzListSet(&list, 0, longer.c_str());
                   MLIBSZLIST *const expanded = PslMLIBISzListExpand(list);
                   if (expanded) list = expanded;
                   const bool reached = AllocFault::disarm();
                   EXPECT_EQ(list->nItem, (pushed >= 0) + (second >= 0));
                   if (list->nItem > 0) {
-                      EXPECT_EQ(SzMLIBSzListGet(list, 0), set >= 0 ? text + text : text);
+                      EXPECT_EQ(SzMLIBSzListGet(list, 0), set >= 0 ? longer : text);
                   }
                   EXPECT_TRUE(!reached || MLIBErrGet() == ERR_OUT_OF_MEMORY);
                   expect_sound(list);
