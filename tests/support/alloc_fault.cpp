@@ -11,6 +11,11 @@ __attribute__((weak)) void *__interceptor_realloc(void *, size_t);
 void *__libc_malloc(size_t);
 void *__libc_calloc(size_t, size_t);
 void *__libc_realloc(void *, size_t);
+
+// The leak detector knows what the dynamic linker allocates by its caller, which is hidden behind us.
+__attribute__((visibility("default"))) const char *__lsan_default_suppressions() {
+    return "leak:dl_open_worker\n";
+}
 }
 
 namespace {

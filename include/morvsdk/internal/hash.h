@@ -45,14 +45,13 @@ MORV_API void MLIBICopyHash(const MLIBSZHASH *source, MLIBSZHASH *destination) M
  * index: in: the bucket that MLIBISetLookDict gave for key; out: the bucket that it went to, another one when
  *        the hash was rebuilt.
  *
- * Returns the hash, or a rebuilt one in its place, or null: ERR_BAD_PARAMETERS (a null argument, or an index
- * beyond the buckets), ERR_OUT_OF_MEMORY, or without a code when no bucket can take the key. On failure the
- * hash is as it was. */
+ * Returns the hash, or a rebuilt one in its place (the old is freed), or null with ERR_BAD_PARAMETERS (a null
+ * argument, or a bucket that does not suit) or ERR_OUT_OF_MEMORY; the hash is then as it was. */
 MORV_API MLIBSZHASH *PshMLIBIInsertNewPair(MLIBSZHASH *hash, const char *key, const char *value,
                                            int *index) MORV_NOEXCEPT;
 
 /* Stores a pair in bucket `index`, which must have no key. The hash does not grow: nFree must be at least the
- * bytes of both strings with their terminators. Nothing happens, with ERR_BAD_PARAMETERS, otherwise. */
+ * bytes of both strings with their terminators. Otherwise ERR_BAD_PARAMETERS, and nothing happens. */
 MORV_API void MLIBIInsertPair(MLIBSZHASH *hash, const char *key, const char *value, int index) MORV_NOEXCEPT;
 
 /* Replaces the value of a key that the hash holds, in bucket `index`; otherwise as PshMLIBIInsertNewPair. A
