@@ -256,8 +256,8 @@ TEST(SetKeys, ReplacesRemovesAndAddsInOneRewrite) {
                                         "gone=later lines stay\n"
                                         "bare\n"
                                         "last=1");
-    Hash set({{"a", "1"}, {"b", "2"}, {"bare", "3"}, {"gone", "4"}, {"new", "5"}, {"", "no key"}});
-    Hash remove({{"gone", ""}, {"nowhere", ""}});
+    Hash set{{"a", "1"}, {"b", "2"}, {"bare", "3"}, {"gone", "4"}, {"new", "5"}, {"", "no key"}};
+    Hash remove{{"gone", ""}, {"nowhere", ""}};
     EXPECT_EQ(MLIBFileSetKeys(path.c_str(), set.get(), remove.get(), nullptr), 6);
     EXPECT_EQ(root.read("f"),
               "# comment\n"
@@ -275,14 +275,14 @@ TEST(SetKeys, ReplacesRemovesAndAddsInOneRewrite) {
 
 TEST(SetKeys, KeepsItsHashesWhenNothingWasWritten) {
     ScratchRoot root;
-    Hash set({{"a", "1"}, {"b", "line\nfeed"}});
+    Hash set{{"a", "1"}, {"b", "line\nfeed"}};
     EXPECT_EQ(MLIBFileSetKeys(root.write("f", "a=0\n").c_str(), set.get(), nullptr, nullptr), -1);
     EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
     EXPECT_EQ(set.pairs().size(), 2u);
     EXPECT_EQ(root.read("f"), "a=0\n");
 
     const mode_t mask = umask(077);
-    Hash fresh({{"a", "1"}});
+    Hash fresh{{"a", "1"}};
     EXPECT_EQ(MLIBFileSetKeys(root.path("new").c_str(), fresh.get(), nullptr, "%s=\"%s\"\n"), 1);
     umask(mask);
     struct stat st;
@@ -310,7 +310,7 @@ TEST(GetKeys, ReadsAllOrTheWantedOnes) {
         SCOPED_TRACE(mode);
         List wanted({"c", "a", "zzz"});
         MLIBSzListSortItems(wanted.get(), uint32_t(mode));
-        Hash some({{"kept", "x"}});
+        Hash some{{"kept", "x"}};
         EXPECT_EQ(MLIBFileGetKeys(path.c_str(), wanted.get(), some.address(), "="), 3);
         EXPECT_EQ(some.pairs(), (Pairs{{"kept", "x"}, {"a", "1"}, {"c", "3=4"}})) << "the first line of each";
         EXPECT_EQ(wanted.items().size(), 3u) << "the caller's list is not used up";
@@ -343,7 +343,7 @@ TEST(SetPair, WritesInPlaceAndNeverForABadFormat) {
     const std::string path = root.write("f", "old=1\n");
     const std::string other = root.path("other");
     ASSERT_EQ(link(path.c_str(), other.c_str()), 0);
-    Hash pairs({{"a", "1"}, {"b", "2"}});
+    Hash pairs{{"a", "1"}, {"b", "2"}};
     EXPECT_EQ(ErrMLIBFileSetPair(path.c_str(), pairs.get(), "%s:%s\n"), -1);
     EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
     EXPECT_EQ(root.read("f"), "old=1\n");
@@ -356,7 +356,7 @@ TEST(SetPair, WritesInPlaceAndNeverForABadFormat) {
 TEST(MergePairs, SetsEachKey) {
     ScratchRoot root;
     const std::string path = root.write("f", "a=0\nx=1\n");
-    Hash pairs({{"a", "1"}, {"b", "2"}});
+    Hash pairs{{"a", "1"}, {"b", "2"}};
     EXPECT_EQ(MLIBFileMergePairs(path.c_str(), pairs.get(), nullptr), 0);
     EXPECT_EQ(root.read("f"), "a=1\nx=1\nb=2\n");
     Hash empty;

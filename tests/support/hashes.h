@@ -4,8 +4,10 @@
 #include <morvsdk/hash.h>
 #include <morvsdk/list.h>
 
+#include <initializer_list>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace testing_support {
@@ -13,8 +15,8 @@ namespace testing_support {
 class Hash {
   public:
     Hash() : hash_(PshMLIBSzHashAlloc(512)) {}
-    explicit Hash(const std::map<std::string, std::string> &pairs) : Hash() {
-        for (const auto &[key, value] : pairs) MLIBSzHashSetValue(&hash_, key.c_str(), value.c_str());
+    Hash(std::initializer_list<std::pair<const char *, const char *>> pairs) : Hash() {
+        for (const auto &[key, value] : pairs) MLIBSzHashSetValue(&hash_, key, value);
     }
     ~Hash() { MLIBSzHashFree(hash_); }
     Hash(const Hash &) = delete;

@@ -1,0 +1,178 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <morvsdk/error.h>
+#include <morvsdk/internal/file.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "support/process.h"
+#include "support/scratch.h"
+
+using namespace testing_support;
+
+namespace {
+
+constexpr uint32_t kInfoRead = MORV_LOCK_MORVINFO | MORV_LOCK_READ;
+constexpr uint32_t kInfoWrite = MORV_LOCK_MORVINFO | MORV_LOCK_WRITE;
+
+struct LockTest : testing::Test {
+    ScratchRoot root;
+    LockTest() { root.path("tmp/x"); }
+    ~LockTest() override { ErrMLIBFileCloseLock(); }
+};
+
+// Whether another process can take the lock at once.
+bool free_for_others(uint32_t request) {
+    return in_child([&] {
+               ErrMLIBFileCloseLock();
+               return ErrMLIBFileLock(request, 0) == 0 ? 0 : 1;
+           }) == 0;
+}
+
+TEST_F(LockTest, MakesItsFolderAndFiles) {
+    EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 0), 0);
+    const auto names = root.names("tmp/lock");
+    EXPECT_EQ(names.size(), 18u);
+    EXPECT_EQ(names.front(), "lock_apple");
+    struct stat st;
+    stat(root.path("tmp/lock/x").substr(0, root.dir().size() + 9).c_str(), &st);
+    EXPECT_EQ(st.st_mode & 07777, mode_t(0755)) << "whatever the umask";
+    EXPECT_EQ(ErrMLIBFileUnlock(MORV_LOCK_MORVINFO), 0);
+    EXPECT_EQ(root.names("tmp/lock").size(), 18u) << "lock files are never removed";
+
+    unlink(root.path("tmp/lock/lock_morvinfo").c_str());
+    EXPECT_EQ(ErrMLIBFileLock(kInfoWrite, 0), 0) << "one that went missing is made again";
+}
+
+TEST_F(LockTest, WithoutAFolderSaysSo) {
+    root.write("tmp/lock", "in the way");
+    EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 0), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_CREATE_FAILED);
+    unlink(root.path("tmp/lock").c_str());
+    mkdir(root.path("tmp/lock").c_str(), 0755);
+    mkdir(root.path("tmp/lock/lock_pw").c_str(), 0755);
+    EXPECT_EQ(ErrMLIBILockCheckDir(), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
+    EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_READ, 0), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
+}
+
+TEST_F(LockTest, IsSharedByReadersAndExclusiveForWriters) {
+    ASSERT_EQ(ErrMLIBFileLock(kInfoRead, 0), 0);
+    EXPECT_TRUE(free_for_others(kInfoRead));
+    EXPECT_FALSE(free_for_others(kInfoWrite));
+    EXPECT_TRUE(free_for_others(MORV_LOCK_PW | MORV_LOCK_WRITE));
+    ASSERT_EQ(ErrMLIBFileUnlock(MORV_LOCK_MORVINFO), 0);
+    ASSERT_EQ(ErrMLIBFileLock(kInfoWrite, 0), 0);
+    EXPECT_FALSE(free_for_others(kInfoRead));
+    ASSERT_EQ(ErrMLIBFileUnlock(MORV_LOCK_MORVINFO | 0xF), 0);
+    EXPECT_TRUE(free_for_others(kInfoWrite));
+}
+
+TEST_F(LockTest, CountsHowOftenItIsHeld) {
+    ASSERT_EQ(ErrMLIBFileLock(kInfoWrite, 0), 0);
+    ASSERT_EQ(ErrMLIBFileLock(kInfoWrite, 0), 0);
+    ASSERT_EQ(ErrMLIBFileLock(kInfoRead, 0), 0) << "a writer may read";
+    for (int held = 3; held > 0; --held) {
+        EXPECT_FALSE(free_for_others(kInfoRead)) << held;
+        EXPECT_EQ(ErrMLIBFileUnlock(MORV_LOCK_MORVINFO), 0);
+    }
+    EXPECT_TRUE(free_for_others(kInfoWrite));
+    EXPECT_EQ(ErrMLIBFileUnlock(MORV_LOCK_MORVINFO), 0) << "what is not held is ignored";
+}
+
+TEST_F(LockTest, RefusesAnUpgradeAtOnceAndTakesNothing) {
+    ASSERT_EQ(ErrMLIBFileLock(kInfoRead, 0), 0);
+    const timespec start = now();
+    EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_MORVINFO | MORV_LOCK_WRITE, 60), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_LOCK_FAILED);
+    EXPECT_LT(seconds_since(start), 30);
+    EXPECT_TRUE(free_for_others(MORV_LOCK_PW | MORV_LOCK_WRITE));
+    EXPECT_FALSE(free_for_others(kInfoWrite)) << "the lock it had stays";
+    ErrMLIBFileUnlock(MORV_LOCK_MORVINFO);
+    EXPECT_TRUE(free_for_others(kInfoWrite)) << "held once, as before";
+}
+
+TEST_F(LockTest, TakesAllOrNothing) {
+    const Holder other(root, MORV_LOCK_GR | MORV_LOCK_WRITE);
+    // The order of the table: PW, GR, SMB.
+    EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB | MORV_LOCK_WRITE, 0), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_LOCK_FAILED);
+    EXPECT_TRUE(free_for_others(MORV_LOCK_PW | MORV_LOCK_SMB | MORV_LOCK_WRITE));
+    EXPECT_EQ(ErrMLIBFileLock(0x2 | 0x4 | 0x40000000, 60), -1) << "no such lock";
+    EXPECT_EQ(MLIBErrGet(), ERR_LOCK_FAILED);
+    EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_WRITE, 0), 0) << "nothing asked for";
+}
+
+TEST_F(LockTest, WaitsUntilTheHolderLetsGoOrDies) {
+    Holder other(root, kInfoWrite);
+    EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 0), -1);
+    const timespec start = now();
+    EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 1), -1);
+    EXPECT_GE(seconds_since(start), 1);
+
+    const pid_t killer = fork();
+    if (killer == 0) {
+        usleep(200000);
+        kill(other.pid(), SIGKILL);
+        _exit(0);
+    }
+    EXPECT_EQ(ErrMLIBFileLock(kInfoWrite, 60), 0);
+    waitpid(killer, nullptr, 0);
+}
+
+TEST_F(LockTest, OutlivesAForkUntilTheChildLetsGo) {
+    ASSERT_EQ(ErrMLIBFileLock(kInfoWrite, 0), 0);
+    ASSERT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_WRITE, 0), 0);
+    ASSERT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_WRITE, 0), 0);
+    EXPECT_EQ(in_child([] {
+                  if (ErrMLIBFileResetLock(MORV_LOCK_PW) != 0) return 1;
+                  // Held once by now, so that one release gives it up, for the parent too: it is one open file.
+                  return ErrMLIBFileUnlock(MORV_LOCK_PW) == 0 && ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) == 0 ? 0 : 2;
+              }),
+              0);
+    EXPECT_TRUE(free_for_others(MORV_LOCK_PW | MORV_LOCK_WRITE));
+    EXPECT_FALSE(free_for_others(kInfoWrite)) << "closing an inherited lock takes nothing from the parent";
+    EXPECT_EQ(in_child([] { return ErrMLIBFileCloseLock(); }), 0);
+    EXPECT_FALSE(free_for_others(kInfoWrite));
+}
+
+TEST_F(LockTest, KeepsParallelChangesApart) {
+    constexpr int kProcesses = 20;
+    constexpr int kRounds = 15;
+    const std::string path = root.write("etc/morvinfo.conf", "count=0\n");
+    const Reader reader(path, [](const std::string &content) {
+        // A reader sees one whole line, whenever it looks.
+        return content.starts_with("count=") && content.ends_with("\n");
+    });
+    std::vector<pid_t> children;
+    for (int i = 0; i < kProcesses; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            for (int round = 0; round < kRounds; ++round) {
+                if (ErrMLIBFileLock(kInfoWrite, 600) != 0) _exit(1);
+                char value[16];
+                if (MLIBFileGetKeyValue(path.c_str(), "count", value, sizeof value, 0) <= 0) _exit(2);
+                if (MLIBFileSetKeyValue(path.c_str(), "count", std::to_string(atoi(value) + 1).c_str(), nullptr) != 1) {
+                    _exit(3);
+                }
+                if (ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) != 0) _exit(4);
+                usleep(1000);
+            }
+            _exit(0);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children) EXPECT_EQ(wait_for(child), 0);
+    EXPECT_EQ(root.read("etc/morvinfo.conf"), "count=" + std::to_string(kProcesses * kRounds) + "\n");
+    EXPECT_EQ(reader.bad(), 0);
+    EXPECT_GT(reader.looks(), 0);
+}
+
+}  // namespace
