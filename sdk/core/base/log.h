@@ -13,4 +13,4 @@ void log_line(int priority, const char *stem, int line, const char *format, ...)
 
 }  // namespace morv
 
-#define MORV_LOG(priority, ...) ::morv::log_line((priority), MORV_STEM, __LINE__, __VA_ARGS__)
+#define MORV_LOG(priority, ...) __extension__ ::morv::log_line((priority), MORV_STEM, __LINE__, __VA_ARGS__)

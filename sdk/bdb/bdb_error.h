@@ -1,0 +1,25 @@
+// What the errno of a failed call of Berkeley DB means.
+#pragma once
+
+#include <errno.h>
+#include <morvsdk/errcodes.h>
+
+namespace morv {
+
+// `otherwise` is the code of the operation itself, for every errno without a meaning of its own.
+inline int read_error(int error, int otherwise) {
+    switch (error) {
+        case EIO:
+            return ERR_DISK_IO_FAILED;
+        case EINTR:
+            return ERR_INTERRUPTED;
+        default:
+            return otherwise;
+    }
+}
+
+inline int write_error(int error, int otherwise) {
+    return error == ENOSPC ? ERR_NOT_ENOUGH_SPACE : read_error(error, otherwise);
+}
+
+}  // namespace morv

@@ -1,0 +1,272 @@
+#include <signal.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <map>
+#include <random>
+
+#include "bdb/store.h"
+#include "support/alloc_fault.h"
+#include "support/scratch.h"
+
+using bdb_test::Store;
+using bdb_test::Walk;
+using testing_support::AllocFault;
+using testing_support::ScratchRoot;
+
+namespace {
+
+// Opens and closes; the code of the failure, 0 for none. Nothing may reach standard error.
+int open_code(const std::string &path, int flags = O_RDWR, int duplicates = 0) {
+    testing::internal::CaptureStderr();
+    Store store(path, flags, duplicates);
+    const int code = store.db ? 0 : MLIBErrGet();
+    store.close();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    return code;
+}
+
+std::string filled_store(const ScratchRoot &root, const char *name, int duplicates, int records = 500) {
+    const std::string path = root.path(name);
+    Store store(path, O_RDWR | O_CREAT, duplicates);
+    for (int i = 0; i < records; ++i) {
+        const std::string key = "USER" + std::to_string(i * 7919 % records);
+        store.set(key, "user:x:1000:100:" + std::string(i % 200 + 1, 'd'));
+        if (i % 10 == 0) store.set("SHARED", std::string(i % 30 + 1, 's'));
+        if (i % 100 == 0) store.set(key + std::string(3000, 'k'), std::string(20000, 'v'));
+    }
+    return path;
+}
+
+TEST(StoreFile, IsOpenedAsTheFlagsSay) {
+    ScratchRoot root;
+    const std::string path = root.path("store");
+    EXPECT_EQ(open_code(path), ERR_FILE_NOT_FOUND);
+    EXPECT_EQ(open_code(root.dir() + "/none/store", O_RDWR | O_CREAT), ERR_FILE_NOT_FOUND);
+    EXPECT_EQ(open_code(path, O_RDONLY | O_CREAT), 0);
+    EXPECT_EQ(open_code(path, O_RDWR | O_CREAT | O_EXCL), ERR_OPEN_FAILED);
+    EXPECT_EQ(root.names(), std::vector<std::string>{"store"}) << "creating leaves nothing else";
+    Store(path).set("a", "b");
+    EXPECT_EQ(Store(path).get("a"), "b");
+    EXPECT_EQ(open_code(path, O_RDWR | O_TRUNC), 0);
+    EXPECT_EQ(Store(path).get("a"), std::nullopt);
+}
+
+TEST(StoreFile, IsCreatedBesideTheRestOfAnInterruptedCreation) {
+    ScratchRoot root;
+    root.write("__db.store", "");
+    EXPECT_EQ(open_code(root.path("store"), O_RDWR | O_CREAT), 0);
+}
+
+TEST(StoreFile, IsGivenToEverybodyByRoot) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    ScratchRoot root;
+    const std::string path = root.path("store");
+    const mode_t old = umask(077);
+    EXPECT_EQ(open_code(path, O_RDWR | O_CREAT), 0);
+    umask(old);
+    struct stat st;
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0666u);
+}
+
+TEST(StoreFile, OfAnotherKindIsRefused) {
+    ScratchRoot root;
+    filled_store(root, "plain", 0, 1);
+    filled_store(root, "duplicates", 1, 1);
+    EXPECT_EQ(open_code(root.path("plain"), O_RDWR, 1), ERR_STORE_INVALID);
+    EXPECT_EQ(open_code(root.path("duplicates"), O_RDWR, 0), 0) << "its own setting holds";
+    const std::string whole = root.read("plain");
+    const struct {
+        const char *name;
+        std::string content;
+    } cases[] = {{"empty", ""},
+                 {"text", "root:x:0:0\n"},
+                 {"garbage", std::string(100000, '\xA5')},
+                 {"zeros", std::string(8192, '\0')},
+                 {"cut", whole.substr(0, 4096)},
+                 {"short", whole.substr(0, whole.size() - 1)},
+                 {"longer", whole + std::string(4096, '\0')}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string path = root.write(c.name, c.content);
+        EXPECT_EQ(open_code(path), ERR_STORE_INVALID);
+        EXPECT_EQ(open_code(path, O_RDWR | O_CREAT), ERR_STORE_INVALID);
+        EXPECT_EQ(root.read(c.name), c.content) << "a file is never replaced";
+    }
+}
+
+TEST(StoreFile, MustBeARegularFile) {
+    ScratchRoot root;
+    const std::string fifo = root.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
+    ASSERT_EQ(symlink(fifo.c_str(), root.path("to_fifo").c_str()), 0);
+    ASSERT_EQ(symlink(root.path("nothing").c_str(), root.path("to_nothing").c_str()), 0);
+    for (const std::string &path : {fifo, root.path("to_fifo"), root.dir(), std::string("/dev/null")}) {
+        SCOPED_TRACE(path);
+        EXPECT_EQ(open_code(path), ERR_OPEN_FAILED);
+        EXPECT_EQ(open_code(path, O_RDWR | O_CREAT | O_TRUNC), ERR_OPEN_FAILED);
+    }
+    EXPECT_EQ(open_code(root.path("to_nothing"), O_RDWR | O_CREAT), ERR_OPEN_FAILED);
+    EXPECT_EQ(access(root.path("nothing").c_str(), F_OK), -1) << "nothing is created through a link";
+    filled_store(root, "store", 0, 1);
+    ASSERT_EQ(symlink(root.path("store").c_str(), root.path("to_store").c_str()), 0);
+    EXPECT_EQ(open_code(root.path("to_store")), 0);
+}
+
+TEST(StoreFile, RefusesWritesWhenOpenedForReadingWithoutAWord) {
+    ScratchRoot root;
+    Store store(filled_store(root, "store", 0, 10), O_RDONLY);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(store.set("a", "b"), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_STORE_WRITE_FAILED);
+    EXPECT_EQ(store.remove("USER1"), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_STORE_DELETE_FAILED);
+    MLIBErrSet(ERR_SUCCESS);
+    EXPECT_EQ(MORVBDbDeprecatedSet(store.db, 1), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS) << "the removal of the old mark sets no code";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(StoreFile, IsReleasedWithZeroWhenClosingFails) {
+    ScratchRoot root;
+    const int before = testing_support::open_descriptors();
+    const std::string path = filled_store(root, "store", 0, 10);
+    testing::internal::CaptureStderr();
+    Store store(path, O_RDWR);
+    ASSERT_EQ(store.set("key", std::string(50000, 'v')), 0);
+    rlimit old;
+    getrlimit(RLIMIT_FSIZE, &old);
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit small = {100, old.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    MLIBErrSet(ERR_SUCCESS);
+    const int closed = store.close();
+    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_EQ(closed, 0);
+    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS) << "EFBIG has no code";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing_support::open_descriptors(), before);
+}
+
+// Whatever the library itself writes it must find sound, else a mirror would be built again and again.
+TEST(StoreFile, IsSoundAfterAnyHistory) {
+    for (int duplicates : {0, 1}) {
+        for (unsigned seed = 1; seed <= 6; ++seed) {
+            SCOPED_TRACE(testing::Message() << "duplicates " << duplicates << " seed " << seed);
+            ScratchRoot root;
+            const std::string path = root.path("store");
+            std::minstd_rand random(seed);
+            std::multimap<std::string, std::string> expected;
+            for (int round = 0; round < 12; ++round) {
+                Store store(path, O_RDWR | O_CREAT, duplicates);
+                ASSERT_NE(store.db, nullptr) << "refused in round " << round;
+                Walk walk;
+                for (int i = 0; i < 500; ++i) {
+                    std::string key = std::to_string(random() % (duplicates && seed % 2 ? 20 : 400));
+                    if (random() % 8 == 0) key += std::string(900 + random() % 6000, 'k');
+                    std::string value(1 + random() % 120, 'v');
+                    if (random() % 10 == 0) value.resize(1 + random() % 9000, 'w');
+                    switch (random() % (round % 3 == 2 ? 2 : 8)) {
+                        case 0:
+                        case 1:
+                            ASSERT_EQ(store.remove(key) == 0, expected.erase(key) > 0);
+                            break;
+                        case 2:
+                            MORVBDbCursorSetType(store.db, int(2 + random() % 4));
+                            walk.step(store);
+                            break;
+                        default:
+                            ASSERT_EQ(store.set(key, value), 0);
+                            if (!duplicates) expected.erase(key);
+                            expected.emplace(key, value);
+                    }
+                }
+            }
+            Store store(path, O_RDWR, duplicates);
+            ASSERT_NE(store.db, nullptr);
+            std::string all;
+            for (const auto &[key, value] : expected)
+                all += key + "=" + value + " ";
+            EXPECT_TRUE(Walk().all(store, MORV_BDB_FIRST) == all) << "the records differ";
+        }
+    }
+}
+
+// A file with any one byte changed is refused, or can be used without harm.
+TEST(StoreFile, WithADamagedByteDoesNoHarm) {
+    for (int duplicates : {0, 1}) {
+        ScratchRoot root;
+        const std::string whole =
+            root.read(filled_store(root, "store", duplicates, 120).substr(root.dir().size() + 1));
+        std::minstd_rand random(7);
+        testing::internal::CaptureStderr();
+        int refused = 0;
+        for (int i = 0; i < 1500; ++i) {
+            std::string damaged = whole;
+            // Most of the structure lies at the beginning of a page.
+            const size_t page = random() % (whole.size() / 4096) * 4096;
+            damaged[page + random() % (i % 2 ? 64 : 4096)] ^= char(1 + random() % 255);
+            Store store(root.write("damaged", damaged), O_RDWR, duplicates);
+            if (!store.db) {
+                EXPECT_EQ(MLIBErrGet(), ERR_STORE_INVALID);
+                ++refused;
+                continue;
+            }
+            Walk().all(store, MORV_BDB_LAST);
+            store.set("USER7x", std::string(300, 'n'));
+            store.remove("USER5");
+            store.get("SHARED");
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        EXPECT_GT(refused, 300);
+    }
+}
+
+TEST(StoreFile, ChangedAfterItWasFoundSoundIsLookedAtAgain) {
+    ScratchRoot root;
+    const std::string path = filled_store(root, "store", 0, 200);
+    usleep(50'000);
+    EXPECT_EQ(open_code(path), 0);
+    EXPECT_EQ(open_code(path), 0);
+    const int file = open(path.c_str(), O_WRONLY);
+    ASSERT_EQ(pwrite(file, "\xFF\xFF\xFF\xFF", 4, 4096 + 20), 4);
+    close(file);
+    EXPECT_EQ(open_code(path), ERR_STORE_INVALID);
+}
+
+TEST(StoreAllocations, ThatFailAreReported) {
+    ScratchRoot root;
+    const std::string path = filled_store(root, "store", 0, 200);
+    const int before = testing_support::open_descriptors();
+    usleep(50'000);
+    for (int nth = 1; nth <= 4; ++nth) {
+        AllocFault fault(nth);
+        MORVBDB *db = MORVBDbOpen(path.c_str(), O_RDWR, 0);
+        ASSERT_TRUE(AllocFault::disarm());
+        EXPECT_EQ(db, nullptr);
+        EXPECT_EQ(MLIBErrGet(), ERR_OUT_OF_MEMORY);
+    }
+    EXPECT_EQ(testing_support::open_descriptors(), before);
+
+    Store store(path, O_RDWR);
+    const int faults = testing_support::for_each_alloc_fault([&](int) {
+        void *key = nullptr, *value = nullptr;
+        int key_size = 0, value_size = 0;
+        store.db->cursorType = MORV_BDB_FIRST;
+        const int walked = MORVBDbCursorGet(store.db, 0, &key, &key_size, &value, &value_size);
+        const bool reached = AllocFault::disarm();
+        EXPECT_EQ(walked, reached ? -1 : 0);
+        if (reached) {
+            EXPECT_TRUE(MLIBErrGet() == ERR_OUT_OF_MEMORY || MLIBErrGet() == ERR_STORE_READ_FAILED);
+        }
+        MORVBDbFree(key);
+        MORVBDbFree(value);
+        return reached;
+    });
+    EXPECT_GE(faults, 2);
+}
+
+}  // namespace

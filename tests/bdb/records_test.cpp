@@ -1,0 +1,276 @@
+#include <limits.h>
+#include <stdlib.h>
+#include <string.h>
+#include <time.h>
+
+#include "bdb/store.h"
+#include "support/scratch.h"
+
+using bdb_test::Store;
+using bdb_test::Walk;
+using testing_support::ScratchRoot;
+
+namespace {
+
+time_t faked_time;
+
+}  // namespace
+
+extern "C" time_t time(time_t *out) noexcept {
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const time_t answer = faked_time ? faked_time : now.tv_sec;
+    if (out) *out = answer;
+    return answer;
+}
+
+namespace {
+
+TEST(StoreRecords, AreKeptAcrossCloseAndOpen) {
+    ScratchRoot root;
+    const std::string path = root.path("store");
+    const std::string binary("a\0b", 3);
+    {
+        Store store(path);
+        ASSERT_EQ(store.set(binary, std::string(100000, 'x')), 0);
+        ASSERT_EQ(store.set("key", "first"), 0);
+        ASSERT_EQ(store.set("key", "second"), 0) << "replaces";
+        EXPECT_EQ(store.close(), 0);
+    }
+    Store store(path, O_RDWR);
+    EXPECT_EQ(store.get("key"), "second");
+    EXPECT_EQ(store.get(binary), std::string(100000, 'x'));
+    EXPECT_EQ(store.get("a"), std::nullopt);
+    EXPECT_EQ(MLIBErrGet(), ERR_KEY_NOT_FOUND);
+    EXPECT_STREQ(MORVErrorGetFile(), "bdb_get");
+    EXPECT_EQ(store.remove("key"), 0);
+    EXPECT_EQ(store.remove("key"), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_KEY_NOT_FOUND);
+    EXPECT_STREQ(MORVErrorGetFile(), "bdb_delete");
+}
+
+TEST(StoreRecords, AreAllRemovedWithTheirKeyAndReadFirstOne) {
+    ScratchRoot root;
+    Store store(root.path("store"), O_RDWR | O_CREAT, 1);
+    for (const char *value : {"one", "two", "three"})
+        ASSERT_EQ(store.set("key", value), 0);
+    EXPECT_EQ(store.get("key"), "one");
+    EXPECT_EQ(Walk().all(store, MORV_BDB_FIRST), "key=one key=two key=three ");
+    EXPECT_EQ(store.remove("key"), 0);
+    EXPECT_EQ(store.get("key"), std::nullopt);
+}
+
+TEST(StoreRecords, ReserveKeysExistOnceAlsoWithDuplicates) {
+    ScratchRoot root;
+    Store store(root.path("store"), O_RDWR | O_CREAT, 1);
+    ASSERT_EQ(MORVBDbConfSyncTimeSet(store.db, 1), 0);
+    ASSERT_EQ(MORVBDbConfSyncTimeSet(store.db, 2), 0);
+    ASSERT_EQ(store.set("#", "a"), 0);
+    ASSERT_EQ(store.set("#", "b"), 0);
+    EXPECT_EQ(Walk().all(store, MORV_BDB_FIRST), "#=b #MORV@SYNC@TIME=" + std::string("\2\0\0\0 ", 5));
+}
+
+TEST(StoreArguments, AreRefusedWhenNullEmptyOrNegative) {
+    ScratchRoot root;
+    Store store(root.path("store"));
+    MORVBDB *db = store.db;
+    void *buffer = nullptr;
+    int size = 0;
+    int negative = -1;
+    const auto refused = [](auto result, auto failure) {
+        const bool ok = result == failure && MLIBErrGet() == ERR_BAD_PARAMETERS;
+        MLIBErrSet(ERR_SUCCESS);
+        return ok;
+    };
+    EXPECT_TRUE(refused(MORVBDbOpen(nullptr, O_RDWR, 0), nullptr));
+    EXPECT_TRUE(refused(MORVBDbOpen("", O_RDWR | O_CREAT, 0), nullptr));
+    EXPECT_TRUE(refused(MORVBDbClose(nullptr), -1));
+    EXPECT_TRUE(refused(MORVBDbGet(nullptr, "k", 1, &buffer, &size), -1));
+    EXPECT_TRUE(refused(MORVBDbGet(db, nullptr, 1, &buffer, &size), -1));
+    EXPECT_TRUE(refused(MORVBDbGet(db, "k", 0, &buffer, &size), -1));
+    EXPECT_TRUE(refused(MORVBDbGet(db, "k", -1, &buffer, &size), -1));
+    EXPECT_TRUE(refused(MORVBDbGet(db, "k", 1, nullptr, &size), -1));
+    EXPECT_TRUE(refused(MORVBDbGet(db, "k", 1, &buffer, nullptr), -1));
+    EXPECT_TRUE(refused(MORVBDbSet(db, nullptr, 1, "v", 1), -1));
+    EXPECT_TRUE(refused(MORVBDbSet(db, "k", 0, "v", 1), -1));
+    EXPECT_TRUE(refused(MORVBDbSet(db, "k", 1, nullptr, 1), -1));
+    EXPECT_TRUE(refused(MORVBDbSet(db, "k", 1, "v", 0), -1));
+    EXPECT_TRUE(refused(MORVBDbSet(db, "k", 1, "v", INT_MIN), -1));
+    EXPECT_TRUE(refused(MORVBDbSet(nullptr, "k", 1, "v", 1), -1));
+    EXPECT_TRUE(refused(MORVBDbDelete(db, "k", 0), -1));
+    EXPECT_TRUE(refused(MORVBDbDelete(nullptr, "k", 1), -1));
+    EXPECT_TRUE(refused(MORVBDbCursorSetType(db, 0), -1));
+    EXPECT_TRUE(refused(MORVBDbCursorSetType(db, 6), -1));
+    EXPECT_TRUE(refused(MORVBDbCursorGet(db, 0, &buffer, &negative, &buffer, &size), -1));
+    EXPECT_TRUE(refused(MORVBDbIsNeedToDomainRebuild(nullptr), 0));
+    EXPECT_TRUE(refused(MORVBDbDeprecatedGet(nullptr), -1));
+    EXPECT_TRUE(refused(MORVCheckAndRealloc(&buffer, &size, -1), -1));
+    DBT item = {nullptr, 1};
+    EXPECT_TRUE(refused(DBTCopyOut(&item, &buffer, &size), -1));
+    EXPECT_TRUE(refused(DBTSet(&item, "x", -1), -1));
+    db->cursorType = MORV_BDB_CURSOR;
+    EXPECT_TRUE(refused(MORVBDbCursorGet(db, 0, &buffer, &size, &buffer, &size), -1))
+        << "no key to start from";
+    MORVBDbFree(nullptr);
+}
+
+TEST(StoreBuffers, GrowOnlyForLongerRecords) {
+    ScratchRoot root;
+    Store store(root.path("store"));
+    store.set("long", std::string(500, 'l'));
+    store.set("short", "s");
+    void *buffer = malloc(100);
+    int size = 100;
+    void *const before = buffer;
+    ASSERT_EQ(MORVBDbGet(store.db, "short", 5, &buffer, &size), 0);
+    EXPECT_EQ(buffer, before);
+    EXPECT_EQ(size, 1);
+    ASSERT_EQ(MORVBDbGet(store.db, "long", 4, &buffer, &size), 0);
+    EXPECT_EQ(size, 500);
+    EXPECT_EQ(memcmp(buffer, std::string(500, 'l').data(), 500), 0);
+    MORVBDbFree(buffer);
+
+    buffer = nullptr;
+    size = 100;
+    ASSERT_EQ(MORVBDbGet(store.db, "short", 5, &buffer, &size), 0) << "a null buffer has no size";
+    EXPECT_EQ(*static_cast<char *>(buffer), 's');
+    MORVBDbFree(buffer);
+}
+
+class StoreWalk : public testing::Test {
+  protected:
+    void SetUp() override {
+        for (const char *key : {"#1", "#2", "b", "d", "f"})
+            ASSERT_EQ(store.set(key, "v"), 0);
+    }
+    ScratchRoot root;
+    Store store{root.path("store")};
+    Walk walk;
+};
+
+TEST_F(StoreWalk, GoesBothWaysAndEndsWithItsOwnCode) {
+    EXPECT_EQ(walk.step(store), "#1=v") << "a new handle stands before the first record";
+    EXPECT_EQ(walk.all(store, MORV_BDB_FIRST), "#1=v #2=v b=v d=v f=v ");
+    EXPECT_EQ(MLIBErrGet(), ERR_STORE_END);
+    EXPECT_EQ(walk.all(store, MORV_BDB_LAST), "f=v d=v b=v #2=v #1=v ");
+    store.db->cursorType = 9;
+    EXPECT_EQ(Walk().step(store), "#2=v") << "an unknown direction is next";
+    EXPECT_EQ(store.db->cursorType, 9);
+}
+
+TEST_F(StoreWalk, SkipsReservedRecordsAndTurnsFirstIntoNext) {
+    MORVBDbCursorSetType(store.db, MORV_BDB_FIRST);
+    EXPECT_EQ(walk.step(store, 1), "b=v");
+    EXPECT_EQ(store.db->cursorType, MORV_BDB_NEXT);
+    EXPECT_EQ(walk.step(store, 1), "d=v");
+
+    MORVBDbCursorSetType(store.db, MORV_BDB_LAST);
+    EXPECT_EQ(walk.step(store, 1), "f=v");
+    EXPECT_EQ(store.db->cursorType, MORV_BDB_LAST) << "nothing was skipped";
+    EXPECT_EQ(walk.all(store, MORV_BDB_LAST, 1), "f=v d=v b=v ");
+
+    for (const char *key : {"b", "d", "f"})
+        store.remove(key);
+    MORVBDbCursorSetType(store.db, MORV_BDB_LAST);
+    EXPECT_EQ(walk.step(store, 1), "");
+    EXPECT_EQ(store.db->cursorType, MORV_BDB_PREV);
+    EXPECT_EQ(MLIBErrGet(), ERR_STORE_END);
+}
+
+TEST_F(StoreWalk, StartsAtTheSmallestKeyNotLess) {
+    const struct {
+        const char *from;
+        int skip;
+        const char *found;
+    } cases[] = {{"b", 0, "b=v"}, {"c", 0, "d=v"}, {"#1", 0, "#1=v"}, {"#1", 1, "b=v"}, {"g", 0, ""}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.from);
+        Walk from;
+        from.key = strdup(c.from);
+        from.key_size = int(strlen(c.from));
+        MORVBDbCursorSetType(store.db, MORV_BDB_CURSOR);
+        EXPECT_EQ(from.step(store, c.skip), c.found);
+        EXPECT_EQ(store.db->cursorType, MORV_BDB_CURSOR);
+    }
+}
+
+TEST(ReservedRecords, HaveTheirExactKeysAndNativeIntegers) {
+    ScratchRoot root;
+    Store store(root.path("store"));
+    faked_time = 0x01020304;
+    ASSERT_EQ(MORVBDbConfSyncTimeSet(store.db, -2), 0);
+    ASSERT_EQ(MORVBDbDeprecatedSet(store.db, 1), 0);
+    ASSERT_EQ(MORVBDbDomainExpireTimeSet(store.db), 0);
+    faked_time = 0;
+    const auto native = [](int32_t v) { return std::string(reinterpret_cast<char *>(&v), 4); };
+    EXPECT_EQ(store.get("#MORV@SYNC@TIME"), native(-2));
+    EXPECT_EQ(store.get(std::string_view("#MORV@DEPRECATED", 17)), native(1));
+    EXPECT_EQ(store.get("#MORV@EXPIRE@TIME"), native(0x01020304));
+    EXPECT_EQ(MORVBDbDeprecatedGet(store.db), 1);
+    void *buffer = nullptr;
+    ASSERT_EQ(MORVBDbConfSyncTimeGet(store.db, &buffer), 0);
+    EXPECT_EQ(memcmp(buffer, native(-2).data(), 4), 0);
+    ASSERT_EQ(MORVBDbDomainExpireTimeGet(store.db, &buffer), 0) << "the block is used again";
+    EXPECT_EQ(memcmp(buffer, native(0x01020304).data(), 4), 0);
+    MORVBDbFree(buffer);
+}
+
+TEST(ReservedRecords, DecideWhetherAMirrorIsStale) {
+    ScratchRoot root;
+    Store store(root.path("store"));
+    EXPECT_EQ(MORVBDbIsNeedToRebuild(store.db, 5), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_KEY_NOT_FOUND);
+    EXPECT_EQ(MORVBDbDeprecatedGet(store.db), -1);
+    MORVBDbConfSyncTimeSet(store.db, 5);
+    EXPECT_EQ(MORVBDbIsNeedToRebuild(store.db, 5), 0);
+    EXPECT_EQ(MORVBDbIsNeedToRebuild(store.db, 4), 1) << "an older file differs too";
+}
+
+TEST(ReservedRecords, OfAnotherLengthAreAFailure) {
+    ScratchRoot root;
+    Store store(root.path("store"));
+    for (const char *value : {"abc", "abcde"}) {
+        store.set("#MORV@SYNC@TIME", value);
+        store.set(std::string_view("#MORV@DEPRECATED", 17), value);
+        store.set("#MORV@EXPIRE@TIME", value);
+        void *buffer = nullptr;
+        EXPECT_EQ(MORVBDbConfSyncTimeGet(store.db, &buffer), -1);
+        EXPECT_EQ(MLIBErrGet(), ERR_STORE_READ_FAILED);
+        EXPECT_EQ(MORVBDbDomainExpireTimeGet(store.db, &buffer), -1);
+        EXPECT_EQ(MORVBDbIsNeedToRebuild(store.db, 5), -1);
+        EXPECT_EQ(MORVBDbDeprecatedGet(store.db), -1);
+        EXPECT_EQ(MORVBDbIsNeedToDomainRebuild(store.db), 0);
+        EXPECT_EQ(MLIBErrGet(), ERR_STORE_READ_FAILED);
+        MORVBDbFree(buffer);
+    }
+}
+
+TEST(DomainRefresh, IsDueAfterMoreThanFiveMinutes) {
+    ScratchRoot root;
+    Store store(root.path("store"));
+    EXPECT_EQ(MORVBDbIsNeedToDomainRebuild(store.db), 1) << "never refreshed";
+    EXPECT_EQ(MORVBDbDomainExpireTimeDelete(store.db), 0) << "nothing to delete is no failure";
+    const struct {
+        time_t stored, now;
+        int due;
+    } cases[] = {
+        {1000000, 1000300, 0},
+        {1000000, 1000301, 1},
+        {1000000, 999000, 0},
+        {1000000, 9000000, 1},
+        {0x7FFFFFFF, 0x7FFFFFFF + 300L, 0},
+        {0x7FFFFFFF, 0x7FFFFFFF + 301L, 1},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.now);
+        faked_time = c.stored;
+        ASSERT_EQ(MORVBDbDomainExpireTimeSet(store.db), 0);
+        faked_time = c.now;
+        EXPECT_EQ(MORVBDbIsNeedToDomainRebuild(store.db), c.due);
+    }
+    faked_time = 0;
+    EXPECT_EQ(MORVBDbDomainExpireTimeDelete(store.db), 0);
+    EXPECT_EQ(MORVBDbIsNeedToDomainRebuild(store.db), 1);
+}
+
+}  // namespace
