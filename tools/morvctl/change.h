@@ -1,0 +1,20 @@
+// The one way in which commands change a file: under its lock, or as a diff of what would change.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "morvctl/target.h"
+
+namespace morvctl {
+
+// Calls `apply` with the path of the file, or with --dry-run with that of a copy. It makes its change there
+// with the library, answers how many things it changed, and throws a Failure when it cannot. Prints what
+// there is to print. Answers the exit code.
+int change_file(const Session &session, const std::string &name,
+                const std::function<int(const std::string &path)> &apply);
+
+// Ends the last line of a file if it has no line feed, so that what is added next is a line of its own.
+void end_last_line(const std::string &path, const std::string &name);
+
+}  // namespace morvctl

@@ -1,0 +1,55 @@
+// How a command fails: with an exit code and one sentence.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace morvctl {
+
+// The exit codes of every command; `lock run` passes on that of the program it runs.
+enum class Exit {
+    kDone = 0,
+    kNotFound = 1,
+    kUsage = 2,
+    kRefused = 3,
+    kLocked = 4,
+    kNoSpace = 5,
+    kFailed = 6,
+};
+
+inline constexpr struct {
+    Exit code;
+    const char *name;
+    const char *meaning;
+} kExits[] = {
+    {Exit::kDone, "done", "what was asked for has been done"},
+    {Exit::kNotFound, "not found", "no such key, section, line or record"},
+    {Exit::kUsage, "usage", "the command line is wrong"},
+    {Exit::kRefused, "refused", "the input could not be read back, or is there already"},
+    {Exit::kLocked, "locked", "another program held the lock until the time was over"},
+    {Exit::kNoSpace, "no space", "the disk or the quota is full"},
+    {Exit::kFailed, "failed", "anything else: a missing file, no permission, a disk error"},
+};
+
+struct Failure : std::runtime_error {
+    Failure(Exit exit_code, const std::string &sentence) : std::runtime_error(sentence), code(exit_code) {}
+    Exit code;
+};
+
+// The name of an error code of the library, or its hexadecimal value.
+std::string error_name(int code);
+
+// Forgets earlier errors, so that what the next call of the library leaves is its own.
+void clear_errors();
+
+// Throws for the library's call that has just failed: "cannot WHAT: cause (ERR_NAME)".
+[[noreturn]] void fail_library(const std::string &what);
+
+// Throws for the system call that has just failed: "cannot WHAT: cause".
+[[noreturn]] void fail_system(const std::string &what);
+
+[[noreturn]] inline void refuse(const std::string &sentence) {
+    throw Failure(Exit::kRefused, sentence);
+}
+
+}  // namespace morvctl

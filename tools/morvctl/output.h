@@ -1,0 +1,30 @@
+// What goes to standard output.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace morvctl {
+
+using Json = nlohmann::ordered_json;
+
+// Bytes that are not UTF-8 become U+FFFD.
+void print_json(const Json &document);
+
+void print_raw(std::string_view text);
+void print_line(std::string_view text);
+
+// Names and values, aligned: "name = value". Both are escaped.
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+void print_pairs(const Pairs &pairs);
+
+// Text as it can be shown on a terminal: control characters, backslashes and what is not UTF-8 as "\n", "\\",
+// "\x1b".
+std::string escape(std::string_view text);
+
+Json pairs_json(const Pairs &pairs);
+
+}  // namespace morvctl

@@ -1,0 +1,28 @@
+// A private temporary folder, gone at the end. Signals that would end the program wait until then.
+#pragma once
+
+#include <signal.h>
+#include <sys/types.h>
+
+#include <string>
+
+namespace morvctl {
+
+class ScratchFolder {
+  public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder &) = delete;
+    ScratchFolder &operator=(const ScratchFolder &) = delete;
+
+    std::string path(const char *name) const { return folder_ + "/" + name; }
+
+    // Writes a file, and answers its path.
+    std::string write(const char *name, const std::string &content, mode_t mode) const;
+
+  private:
+    std::string folder_;
+    sigset_t former_;
+};
+
+}  // namespace morvctl
