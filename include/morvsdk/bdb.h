@@ -31,11 +31,15 @@
  *     }
  *     if (MLIBErrGet() != ERR_STORE_END) ... the walk failed
  *
- * Files. Changes reach the file when the store is closed, without a sync and without a promise for a crash in
- * the middle: a store is a mirror that can be built anew. Nothing is locked; callers keep writers apart.
- * Store files lie where everybody can write, so a file is checked page by page when it is opened, and one
- * that is no sound store is refused with ERR_STORE_INVALID. What another process writes into the file while
- * it is open is not checked: such a process can make the holder of the handle fail in any way. */
+ * Files. Changes reach the file when the store is closed, without a promise for a crash in the middle: a
+ * store is a mirror that can be built anew. Nothing is locked; callers keep writers apart. Nothing is
+ * printed.
+ *
+ * Store files lie where everybody can write, so a file is looked through page by page when it is opened, and
+ * one that is no sound store is refused with ERR_STORE_INVALID. A file that this process has found sound is
+ * known again by its inode, size and times and not looked through until one of them changes. What cannot be
+ * guarded against is another process that writes into the file while it is open here, or through a memory
+ * mapping that leaves the times alone: it can make the holder of a handle fail in any way. */
 #ifndef MORVSDK_BDB_H
 #define MORVSDK_BDB_H
 

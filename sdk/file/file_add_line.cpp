@@ -10,7 +10,8 @@ using namespace morv;
 static int append_line(const char *path, const char *line) {
     FileAppend file;
     if (int code = file.open(path)) return code;
-    return file.append(std::string(line).append("\n"));
+    const std::string_view text = file.text();
+    return file.append(with_line_at(text, text.size(), line).substr(text.size()));
 }
 
 static int add_line(const char *path, const char *pattern, const char *line, int flags) {

@@ -3,7 +3,8 @@
 
 using namespace morv;
 
-static int add_line(const char *path, const MLIBSZLIST *fields, const char *line, int flags, const char *separators) {
+static int add_line(const char *path, const MLIBSZLIST *fields, const char *line, int flags,
+                    const char *separators) {
     FileEdit file;
     if (int code = file.open(path, FileEdit::kMustExist, ERR_READ_FAILED)) return code;
     const std::string_view neighbour = find_line(

@@ -7,7 +7,8 @@
 // Case is that of ASCII alone, whatever the locale.
 static bool equal_but_for_case(const char *a, const char *b) noexcept {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
-    while (*a && lower(*a) == lower(*b)) ++a, ++b;
+    while (*a && lower(*a) == lower(*b))
+        ++a, ++b;
     return *a == '\0' && *b == '\0';
 }
 

@@ -9,8 +9,8 @@
 
 using namespace morv;
 
-// The value that counts; data() is null when there is none. A line with nothing after its "=" ends the search:
-// what is known by then stays.
+// The value that counts; data() is null when there is none. A line with nothing after its "=" ends the
+// search: what is known by then stays.
 static std::string_view find_value(std::string_view text, std::string_view key, bool last) noexcept {
     std::string_view value;
     size_t from = 0;

@@ -29,7 +29,7 @@ static int store_pairs(char *text, size_t size, MLIBSZLIST *wanted, const char *
         value_text[value.size()] = '\0';
         if (wanted) {
             const int index = wanted->fMode == SZLIST_MODE_CASESORT ? MLIBSzListCaseFind(wanted, key_text)
-                                                                   : MLIBSzListFind(wanted, key_text);
+                                                                    : MLIBSzListFind(wanted, key_text);
             if (index < 0 || strcmp(SzMLIBSzListGet(wanted, index), key_text) != 0) continue;
             SzMLIBSzListRemove(wanted, index);
         }

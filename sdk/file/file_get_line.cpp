@@ -7,7 +7,8 @@
 
 using namespace morv;
 
-extern "C" int MLIBFileGetLine(const char *path, const char *pattern, char *buffer, int size, int flags) noexcept {
+extern "C" int MLIBFileGetLine(const char *path, const char *pattern, char *buffer, int size,
+                               int flags) noexcept {
     if (!path || !pattern || !buffer || size <= 0 || flags < 0) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     LinePattern prepared;
     if (int code = prepared.set(pattern, flags)) return MORV_FAIL(code, -1);

@@ -11,8 +11,8 @@ extern "C" int MLIBFileGetLineByKey(const char *path, const MLIBSZLIST *fields, 
     if (!path || !separators || !line) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     FileText file;
     if (int code = file.load(path)) return MORV_FAIL(code, -1);
-    const std::string_view found =
-        find_line(file.view(), 0, [&](auto candidate) { return fields_match(candidate, fields, separators); });
+    const std::string_view found = find_line(
+        file.view(), 0, [&](auto candidate) { return fields_match(candidate, fields, separators); });
     if (!found.data()) return MORV_FAIL(ERR_KEY_NOT_FOUND, 0);
 
     const std::string_view text = without_line_feed(up_to_nul(found));

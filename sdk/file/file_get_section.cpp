@@ -12,7 +12,8 @@ extern "C" int MLIBFileGetSection(const char *path, const char *section, MLIBSZH
     if (int code = file.load(path)) return MORV_FAIL(code, -1);
     const std::string_view opening = find_section_line(file.view(), section);
     if (!opening.empty()) {
-        if (int code = store_pairs(file, section_body(file.view(), opening), "", hash)) return MORV_FAIL(code, -1);
+        if (int code = store_pairs(file, section_body(file.view(), opening), "", hash))
+            return MORV_FAIL(code, -1);
     }
     return MLIBSzHashGetLength(*hash);
 }

@@ -70,7 +70,8 @@ extern "C" int ErrMLIBFileLock(uint32_t request, unsigned int timeout) noexcept 
     const uint32_t bits = request & ~kLockModeMask;
     const auto mode = int32_t(request & kLockModeMask);
     uint32_t known = 0;
-    for (const LockEntry &entry : lock_table()) known |= entry.bit;
+    for (const LockEntry &entry : lock_table())
+        known |= entry.bit;
     if (bits & ~known) return MORV_FAIL(ERR_LOCK_FAILED, -1);
 
     // In hundredths of a second.
@@ -84,8 +85,8 @@ extern "C" int ErrMLIBFileLock(uint32_t request, unsigned int timeout) noexcept 
         ErrMLIBFileUnlock(taken);
         errno = saved;
         if (attempt == Attempt::kRefused) break;
-        // The files are there but at the first lock after the start, so that they are only looked for when a lock
-        // could not be had. Making them is no attempt: what follows is tried at once.
+        // The files are there but at the first lock after the start, so that they are only looked for when a
+        // lock could not be had. Making them is no attempt: what follows is tried at once.
         if (!made && any_lock_file_missing(bits)) {
             made = true;
             if (int code = make_lock_files()) return MORV_FAIL(code, -1);

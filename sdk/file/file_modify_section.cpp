@@ -9,7 +9,8 @@
 
 using namespace morv;
 
-// Makes the new content. Comments of a replaced section stay: nobody but their author knows what they are worth.
+// Makes the new content. Comments of a replaced section stay: nobody but their author knows what they are
+// worth.
 static int modify_section(std::string_view text, const char *section, std::string_view replacement,
                           std::string &out) {
     out.reserve(text.size() + replacement.size());

@@ -14,7 +14,8 @@ using namespace morv;
 
 namespace {
 
-// A hash of keys, and which of them have been dealt with. The hash itself stays whole until the file is written.
+// A hash of keys, and which of them have been dealt with. The hash itself stays whole until the file is
+// written.
 class KeysToDo {
   public:
     explicit KeysToDo(MLIBSZHASH *hash) noexcept : hash_(hash) {}
@@ -55,7 +56,8 @@ class KeysToDo {
 int check_pairs(const MLIBSZHASH &hash) noexcept {
     for (int i = 0; i < hash.nBucket; ++i) {
         const MLIBSZHASHBUCKET &pair = hash.bucket[i];
-        if (pair.pszKey && (!is_one_line(pair.pszKey) || !is_one_line(pair.pszValue))) return ERR_BAD_PARAMETERS;
+        if (pair.pszKey && (!is_one_line(pair.pszKey) || !is_one_line(pair.pszValue)))
+            return ERR_BAD_PARAMETERS;
     }
     return 0;
 }
@@ -88,7 +90,8 @@ int set_keys(std::string_view text, KeysToDo &set, KeysToDo &remove, const char 
     });
 }
 
-int rewrite(const char *path, MLIBSZHASH *set, MLIBSZHASH *remove, const char *format, int &changed) noexcept {
+int rewrite(const char *path, MLIBSZHASH *set, MLIBSZHASH *remove, const char *format,
+            int &changed) noexcept {
     if (int code = check_pairs(*set)) return code;
     FileEdit file;
     if (int code = file.open(path, FileEdit::kMayCreate, ERR_WRITE_FAILED)) return code;

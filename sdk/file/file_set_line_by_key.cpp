@@ -5,7 +5,8 @@ using namespace morv;
 
 extern "C" int MLIBFileSetLineByKey(const char *path, const MLIBSZLIST *fields, const char *line,
                                     const char *separators) noexcept {
-    if (!path || !fields || fields->nItem <= 0 || !line || !separators) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!path || !fields || fields->nItem <= 0 || !line || !separators)
+        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     const std::string_view text = line;
     int replaced = 0;
     const int code = edit_lines(path, replaced, [&](std::string_view old, std::string &out) {

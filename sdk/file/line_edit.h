@@ -13,8 +13,8 @@
 
 namespace morv {
 
-// The first line of `text` for which `matches` holds, or with MORV_LINE_LAST in `flags` the last one. data() is null
-// when there is none.
+// The first line of `text` for which `matches` holds, or with MORV_LINE_LAST in `flags` the last one. data()
+// is null when there is none.
 template <class Matches>
 std::string_view find_line(std::string_view text, int flags, Matches matches) {
     std::string_view found;
@@ -30,10 +30,12 @@ std::string_view find_line(std::string_view text, int flags, Matches matches) {
 std::string with_line_at(std::string_view text, size_t at, std::string_view line);
 
 // `text` with `line` put before or, with MORV_LINE_AFTER in `flags`, after `neighbour`, a line of it.
-std::string with_line_beside(std::string_view text, std::string_view neighbour, std::string_view line, int flags);
+std::string with_line_beside(std::string_view text, std::string_view neighbour, std::string_view line,
+                             int flags);
 
-// Opens the file at `path`, which must exist, and appends what each line becomes with `each(line, out)`, which answers
-// how many changes it made. Commits when there was any, and tells their number. Answers an error code.
+// Opens the file at `path`, which must exist, and appends what each line becomes with `each(line, out)`,
+// which answers how many changes it made. Commits when there was any, and tells their number. Answers an
+// error code.
 template <class F>
 int edit_lines(const char *path, int &changes, F each) noexcept {
     FileEdit file;
@@ -41,7 +43,8 @@ int edit_lines(const char *path, int &changes, F each) noexcept {
     return no_throw([&] {
         std::string content;
         content.reserve(file.text().size() + 256);
-        for (const std::string_view line : Lines(file.text())) changes += each(line, content);
+        for (const std::string_view line : Lines(file.text()))
+            changes += each(line, content);
         return changes > 0 ? file.commit(content) : 0;
     });
 }

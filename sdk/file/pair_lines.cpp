@@ -29,7 +29,8 @@ int store_pairs(FileText &file, std::string_view part, const char *skipped, MLIB
         if (MLIBSzHashSetValue(hash, key_text, value_text) < 0) return ERR_OUT_OF_MEMORY;
     }
     if (bad_line) {
-        // Callers have come to see the splitter's error after a file with such lines. Raised once, not for each.
+        // Callers have come to see the splitter's error after a file with such lines. Raised once, not for
+        // each.
         const ListPtr scratch(PslMLIBSzListAlloc(512));
         if (!scratch) return ERR_OUT_OF_MEMORY;
         MLIBSZLIST *list = scratch.get();

@@ -9,8 +9,8 @@
 
 namespace morv {
 
-// Calls `each(piece)` with each line, or piece of a longer line, of at most 1023 bytes, until it answers false.
-// Answers an error code.
+// Calls `each(piece)` with each line, or piece of a longer line, of at most 1023 bytes, until it answers
+// false. Answers an error code.
 template <class F>
 int for_each_piece(const char *path, F each) noexcept {
     const FilePtr file(fopen(path, "re"));

@@ -9,6 +9,10 @@ namespace morv {
 int append_hash(std::string &out, const char *section, const MLIBSZHASH *hash, const char *format) {
     const auto one_line = [](std::string_view text) { return text.find('\n') == text.npos; };
     if (!is_pair_format(format)) return ERR_BAD_PARAMETERS;
+    // A format that cannot be used is refused for an empty hash too.
+    const size_t start = out.size();
+    if (int code = append_pair(out, format, "", "")) return code;
+    out.resize(start);
     if (section) {
         if (!one_line(section)) return ERR_BAD_PARAMETERS;
         out.append("[").append(section).append("]\n");

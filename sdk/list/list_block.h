@@ -85,8 +85,15 @@ inline bool list_insert_at(MLIBSZLIST *&list, int index, const char *text) noexc
     return true;
 }
 
+// Stores a copy of a text of another list behind the items.
 inline bool list_append(MLIBSZLIST *&list, const char *text) noexcept {
-    return list_insert_at(list, list->nItem, text);
+    const int64_t size = static_cast<int64_t>(strlen(text)) + 1;
+    if (list->nFree < size + list_slot) return list_insert_at(list, list->nItem, text);
+    list->EndofFree -= size;
+    memcpy(list->EndofFree, text, static_cast<size_t>(size));
+    list->pszItem[list->nItem++] = list->EndofFree;
+    list->nFree -= static_cast<int32_t>(size + list_slot);
+    return true;
 }
 
 // Keeps the first `count` slots.

@@ -27,6 +27,7 @@ bool sound(const Image &image) noexcept {
     const int64_t gap = image.texts - image_header - image.items * image_slot;
     if (image.items < 0 || image.texts > image.size || gap < 0 || image.field(image_free) != gap)
         return false;
+    if (image.texts == image.size && gap == 0) return false;  // offsets would lie over the closing zero
 
     // Texts share no bytes, so together they fit into the area. Without that, a small image could name one
     // long text so often that a copy of the list had no room for it.

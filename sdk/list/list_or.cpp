@@ -127,7 +127,8 @@ int unite_unsorted_with_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZL
 template <class Order>
 int unite_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZLIST *&result) noexcept {
     const bool in_place = result == a;
-    const int mode = static_cast<int>(a->fMode);
+    const uint32_t mode = a->fMode;
+    const ListOrder order_a = list_order(a);
     const int own = a->nItem;
     // The walk only looks, and notes for each place of the result whether an item of b goes there.
     const MallocPtr<bool> from_b(static_cast<bool *>(
@@ -135,11 +136,19 @@ int unite_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZLIST *&result) 
     Additions additions;
     if (!from_b || !additions.make(b)) return ERR_OUT_OF_MEMORY;
     int count = 0;
+    bool sorted = true;  // false where a list was relabelled without being sorted
+    const char *last = nullptr;
+    int last_order = 0;
     for (int i = 0, j = 0; i < own || j < b->nItem; ++count) {
         int order = i < own ? -1 : 1;
         if (i < own && j < b->nItem) order = Order::compare(a->pszItem[i], b->pszItem[j]);
         if (Order::failed(order)) return ERR_BAD_PARAMETERS;
         char *const item = order <= 0 ? a->pszItem[i] : b->pszItem[j];
+        // An item behind one of the other list has just been compared with it.
+        const bool compared = (last_order < 0 && order > 0) || (last_order > 0 && order <= 0);
+        if (last && !compared) sorted = sorted && Order::compare_all(last, item) <= 0;
+        last = item;
+        last_order = order;
         if (!in_place) {
             if (!list_append(result, item)) return ERR_OUT_OF_MEMORY;
         } else if (order > 0) {
@@ -156,9 +165,9 @@ int unite_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZLIST *&result) 
         for (int at = count - 1; at >= 0; --at)
             result->pszItem[at] = from_b.get()[at] ? additions[--next_added] : result->pszItem[--next_own];
     }
-    // Finds the order there already, unless a list was relabelled without being sorted.
-    result->fMode = SZLIST_MODE_NONE;
-    list_arrange(result, mode);
+    list_clean(result);
+    if (!sorted) list_sort(result, order_a);
+    result->fMode = mode;
     return ERR_SUCCESS;
 }
 

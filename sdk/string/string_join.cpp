@@ -4,6 +4,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <string_view>
+
 #include "core/base/fail.h"
 #include "core/base/log.h"
 
@@ -25,6 +27,11 @@ bool grow(char *&buffer, int &size, uint64_t total) {
     buffer = bigger;
     size = bigger ? int(total) : 0;
     return bigger != nullptr;
+}
+
+char *append(char *end, std::string_view text) {
+    memcpy(end, text.data(), text.size());
+    return end + text.size();
 }
 
 }  // namespace
@@ -52,11 +59,13 @@ extern "C" int MORVStrJoin(const char **items, int count, const char *separator,
 
     memset(*ppBuffer, 0, size_t(*pSize));
     char *end = *ppBuffer;
-    const char *before = "";
+    bool first = true;
     for (int i = 0; i < count; ++i) {
         if (!items[i]) continue;
-        end = stpcpy(stpcpy(end, before), items[i]);
-        before = separator;
+        if (!first) end = append(end, {separator, separator_length});
+        end = append(end, items[i]);
+        first = false;
     }
+    *end = '\0';
     return 0;
 }

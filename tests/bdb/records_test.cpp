@@ -16,7 +16,7 @@ time_t faked_time;
 
 }  // namespace
 
-extern "C" time_t time(time_t *out) noexcept {
+extern "C" __attribute__((visibility("default"))) time_t time(time_t *out) noexcept {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     const time_t answer = faked_time ? faked_time : now.tv_sec;

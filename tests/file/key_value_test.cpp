@@ -18,7 +18,8 @@ namespace {
 using Pairs = std::map<std::string, std::string>;
 
 // What MLIBFileGetKeyValue makes of `content`: its result, and the value.
-std::pair<int, std::string> get(const ScratchRoot &root, const std::string &content, const char *key, int flags = 0) {
+std::pair<int, std::string> get(const ScratchRoot &root, const std::string &content, const char *key,
+                                int flags = 0) {
     const std::string path = root.write("f", content);
     char value[64] = "untouched";
     const int result = MLIBFileGetKeyValue(path.c_str(), key, value, sizeof value, flags);
@@ -99,9 +100,12 @@ TEST(GetKeyValue, SaysWhatIsWrong) {
         char *buffer;
         int size, flags, code;
     } cases[] = {
-        {nullptr, "key", b, 8, 0, ERR_BAD_PARAMETERS},       {path.c_str(), nullptr, b, 8, 0, ERR_BAD_PARAMETERS},
-        {path.c_str(), "key", nullptr, 8, 0, ERR_BAD_PARAMETERS}, {path.c_str(), "key", b, 8, -1, ERR_BAD_PARAMETERS},
-        {path.c_str(), "key", b, -1, 0, ERR_BAD_PARAMETERS}, {missing.c_str(), "key", b, 8, 0, ERR_OPEN_FAILED},
+        {nullptr, "key", b, 8, 0, ERR_BAD_PARAMETERS},
+        {path.c_str(), nullptr, b, 8, 0, ERR_BAD_PARAMETERS},
+        {path.c_str(), "key", nullptr, 8, 0, ERR_BAD_PARAMETERS},
+        {path.c_str(), "key", b, 8, -1, ERR_BAD_PARAMETERS},
+        {path.c_str(), "key", b, -1, 0, ERR_BAD_PARAMETERS},
+        {missing.c_str(), "key", b, 8, 0, ERR_OPEN_FAILED},
         {root.dir().c_str(), "key", b, 8, 0, ERR_OPEN_FAILED},
     };
     for (const auto &c : cases) {
@@ -122,7 +126,8 @@ TEST(SetKeyValue, ChangesJustTheLineOfTheKey) {
     } cases[] = {
         {"replaced in place", "a=1\nkey=old\nb=2\n", "key", "new", nullptr, "a=1\nkey=new\nb=2\n"},
         {"the key keeps its spelling", "\t \"key\"  =  old\n", "key", "new", nullptr, "\t \"key\"  =new\n"},
-        {"further lines go", "key=1\na=1\nkey=2\n#key=3\nkey=4\n", "key", "n", nullptr, "key=n\na=1\n#key=3\n"},
+        {"further lines go", "key=1\na=1\nkey=2\n#key=3\nkey=4\n", "key", "n", nullptr,
+         "key=n\na=1\n#key=3\n"},
         {"added at the end", "a=1\n", "key", "v", nullptr, "a=1\nkey=v\n"},
         {"a last line without line feed is continued", "a=1", "key", "v", nullptr, "a=1key=v\n"},
         {"an empty file", "", "key", "v", nullptr, "key=v\n"},
@@ -130,7 +135,8 @@ TEST(SetKeyValue, ChangesJustTheLineOfTheKey) {
         {"format with percent and width", "", "k", "v", "%-3s=100%% %s\n", "k  =100% v\n"},
         {"a bare key gets a value", "key\nb=1\n", "key", "v", nullptr, "key=v\nb=1\n"},
         {"a bare key with carriage return", "key\r\n", "key", "v", nullptr, "key=v\n"},
-        {"carriage returns elsewhere stay", "a=1\r\nkey=1\r\nb=2\r\n", "key", "2", nullptr, "a=1\r\nkey=2\nb=2\r\n"},
+        {"carriage returns elsewhere stay", "a=1\r\nkey=1\r\nb=2\r\n", "key", "2", nullptr,
+         "a=1\r\nkey=2\nb=2\r\n"},
         {"a line that begins with the sign", "=key=1\n", "key", "2", nullptr, "=key=2\n"},
         {"an empty value", "key=1\n", "key", "", nullptr, "key=\n"},
         {"NUL bytes elsewhere stay", std::string("a=\0\0x\nkey=1\nb\0\n", 16), "key", "2", nullptr,
@@ -152,8 +158,8 @@ TEST(SetKeyValue, RefusesWhatWouldBreakTheFile) {
     const struct {
         const char *key, *value, *format;
     } cases[] = {
-        {"key", "a\nroot=1", nullptr}, {"k\ney", "v", nullptr},      {"key", "v", "%s=%d\n"},
-        {"key", "v", "%s=%s%s\n"},     {"key", "v", "%s=%*s\n"},     {"key", "v", "%s=%n%s\n"},
+        {"key", "a\nroot=1", nullptr}, {"k\ney", "v", nullptr},  {"key", "v", "%s=%d\n"},
+        {"key", "v", "%s=%s%s\n"},     {"key", "v", "%s=%*s\n"}, {"key", "v", "%s=%n%s\n"},
         {"key", nullptr, nullptr},     {nullptr, "v", nullptr},
     };
     for (const auto &c : cases) {
@@ -296,8 +302,7 @@ TEST(SetKeys, KeepsItsHashesWhenNothingWasWritten) {
 
 TEST(GetKeys, ReadsAllOrTheWantedOnes) {
     ScratchRoot root;
-    const std::string path =
-        root.write("f", "#c=0\n a = \"1\" \nb:2\nc=3=4\nnovalue\n=nokey\na=later\nd=\n");
+    const std::string path = root.write("f", "#c=0\n a = \"1\" \nb:2\nc=3=4\nnovalue\n=nokey\na=later\nd=\n");
     Hash all;
     EXPECT_EQ(MLIBFileGetKeys(path.c_str(), nullptr, all.address(), "="), 3);
     EXPECT_EQ(all.pairs(), (Pairs{{"a", "later"}, {"c", "3=4"}, {"d", ""}}));
@@ -383,7 +388,8 @@ TEST(AppendKey, AddsOnlyANewKey) {
 
 TEST(CheckKeyValue, IgnoresAsciiCase) {
     ScratchRoot root;
-    const std::string path = root.write("f", "on=YES\nlong=" + std::string(511, 'x') + "\nlonger=" + std::string(512, 'x') + "\n");
+    const std::string path =
+        root.write("f", "on=YES\nlong=" + std::string(511, 'x') + "\nlonger=" + std::string(512, 'x') + "\n");
     EXPECT_EQ(BlMORVFileCheckKeyValue(path.c_str(), "on", "yes", 0), 1);
     EXPECT_EQ(BlMORVFileCheckKeyValue(path.c_str(), "on", "no", 1), 0);
     EXPECT_EQ(BlMORVFileCheckKeyValue(path.c_str(), "on", "yess", 1), 0);
@@ -399,8 +405,12 @@ TEST(LineKeyMatch, CutsTheLineItWasGiven) {
         const char *line, *key, *left;
         int result;
     } cases[] = {
-        {" \"a b\" = c=d", "a b", " \"a b\" ", 1}, {"#a=1", "a", "#a=1", 0},   {"a", "a", "a", 1},
-        {"=a=1", "a", "=a", 1},                    {"a=1", "b", "a", 0},       {"", "", "", 1},
+        {" \"a b\" = c=d", "a b", " \"a b\" ", 1},
+        {"#a=1", "a", "#a=1", 0},
+        {"a", "a", "a", 1},
+        {"=a=1", "a", "=a", 1},
+        {"a=1", "b", "a", 0},
+        {"", "", "", 1},
         {"==", "", "==", 1},
     };
     for (const auto &c : cases) {

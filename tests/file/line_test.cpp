@@ -33,7 +33,9 @@ TEST(LineMatch, FollowsItsFlags) {
         {" #root\n", "root", 0, 1},
         {"ROOT\n", "root", 0, 0},
         {"ROOT\n", "rOOt", MORV_LINE_NOCASE, 1},
-        {"Stra\xc3\x9f" "e\n", "STRASSE", MORV_LINE_NOCASE, 1},
+        {"Stra\xc3\x9f"
+         "e\n",
+         "STRASSE", MORV_LINE_NOCASE, 1},
         {"\xce\xb1\xce\xb2\n", "\xce\x91\xce\x92", MORV_LINE_NOCASE | MORV_LINE_SUFFIX, 1},
         {"bad \xff\n", "bad", MORV_LINE_NOCASE, 0},
         {"fine\n", "\xff", MORV_LINE_NOCASE, 0},
@@ -56,12 +58,18 @@ TEST(FieldMatch, ComparesPiecesInOrder) {
         Names fields;
         int result;
     } cases[] = {
-        {"root:x:0\n", {"root"}, 1},      {"root:x:0\n", {"", "x"}, 1},
-        {"root:x:0\n", {"root", "y"}, 0}, {"root:x:0\n", {"", "", "0\n"}, 1},
-        {"root:x:0\n", {"", "", "0"}, 0}, {"root:x:0\n", {"", "", "", ""}, 0},
-        {"a::c\n", {"a", "c\n"}, 1},      {"::a\n", {"a\n"}, 1},
-        {"root:x:0\n", {}, 1},            {"#root:x\n", {"#root"}, 0},
-        {"\n", {""}, 1},                  {"", {""}, 0},
+        {"root:x:0\n", {"root"}, 1},
+        {"root:x:0\n", {"", "x"}, 1},
+        {"root:x:0\n", {"root", "y"}, 0},
+        {"root:x:0\n", {"", "", "0\n"}, 1},
+        {"root:x:0\n", {"", "", "0"}, 0},
+        {"root:x:0\n", {"", "", "", ""}, 0},
+        {"a::c\n", {"a", "c\n"}, 1},
+        {"::a\n", {"a\n"}, 1},
+        {"root:x:0\n", {}, 1},
+        {"#root:x\n", {"#root"}, 0},
+        {"\n", {""}, 1},
+        {"", {""}, 0},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.line);
@@ -131,8 +139,10 @@ TEST(SetLine, ReplacesOrDeletesOneLine) {
         int flags, result;
         const char *after;
     } cases[] = {
-        {"x\na1\na2\n", "new", 0, 1, "x\nnew\na2\n"}, {"x\na1\na2", "new", MORV_LINE_LAST, 1, "x\na1\nnew\n"},
-        {"x\na1\na2\n", nullptr, 0, 1, "x\na2\n"},     {"x\n", "new", 0, 0, "x\n"},
+        {"x\na1\na2\n", "new", 0, 1, "x\nnew\na2\n"},
+        {"x\na1\na2", "new", MORV_LINE_LAST, 1, "x\na1\nnew\n"},
+        {"x\na1\na2\n", nullptr, 0, 1, "x\na2\n"},
+        {"x\n", "new", 0, 0, "x\n"},
         {"a", nullptr, 0, 1, ""},
     };
     for (const auto &c : cases) {
@@ -225,7 +235,8 @@ TEST(ReadLines, ComesInPiecesOf1023Bytes) {
 
 TEST(EnumDir, PushesTheNamesThatMatch) {
     ScratchRoot root;
-    for (const char *name : {"d/a.conf", "d/b.conf", "d/conf.a", "d/#c.conf", "d/.hidden.conf"}) root.write(name, "");
+    for (const char *name : {"d/a.conf", "d/b.conf", "d/conf.a", "d/#c.conf", "d/.hidden.conf"})
+        root.write(name, "");
     const std::string path = root.path("d");
     const auto found = [&](const char *pattern, int flags) {
         List list;

@@ -131,12 +131,13 @@ TEST_F(LockTest, OutlivesAForkUntilTheChildLetsGo) {
     ASSERT_EQ(ErrMLIBFileLock(kInfoWrite, 0), 0);
     ASSERT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_WRITE, 0), 0);
     ASSERT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_WRITE, 0), 0);
-    EXPECT_EQ(in_child([] {
-                  if (ErrMLIBFileResetLock(MORV_LOCK_PW) != 0) return 1;
-                  // Held once by now, so that one release gives it up, for the parent too: it is one open file.
-                  return ErrMLIBFileUnlock(MORV_LOCK_PW) == 0 && ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) == 0 ? 0 : 2;
-              }),
-              0);
+    EXPECT_EQ(
+        in_child([] {
+            if (ErrMLIBFileResetLock(MORV_LOCK_PW) != 0) return 1;
+            // Held once by now, so that one release gives it up, for the parent too: it is one open file.
+            return ErrMLIBFileUnlock(MORV_LOCK_PW) == 0 && ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) == 0 ? 0 : 2;
+        }),
+        0);
     EXPECT_TRUE(free_for_others(MORV_LOCK_PW | MORV_LOCK_WRITE));
     EXPECT_FALSE(free_for_others(kInfoWrite)) << "closing an inherited lock takes nothing from the parent";
     EXPECT_EQ(in_child([] { return ErrMLIBFileCloseLock(); }), 0);
@@ -159,7 +160,8 @@ TEST_F(LockTest, KeepsParallelChangesApart) {
                 if (ErrMLIBFileLock(kInfoWrite, 600) != 0) _exit(1);
                 char value[16];
                 if (MLIBFileGetKeyValue(path.c_str(), "count", value, sizeof value, 0) <= 0) _exit(2);
-                if (MLIBFileSetKeyValue(path.c_str(), "count", std::to_string(atoi(value) + 1).c_str(), nullptr) != 1) {
+                if (MLIBFileSetKeyValue(path.c_str(), "count", std::to_string(atoi(value) + 1).c_str(),
+                                        nullptr) != 1) {
                     _exit(3);
                 }
                 if (ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) != 0) _exit(4);
@@ -169,7 +171,8 @@ TEST_F(LockTest, KeepsParallelChangesApart) {
         }
         children.push_back(child);
     }
-    for (const pid_t child : children) EXPECT_EQ(wait_for(child), 0);
+    for (const pid_t child : children)
+        EXPECT_EQ(wait_for(child), 0);
     EXPECT_EQ(root.read("etc/morvinfo.conf"), "count=" + std::to_string(kProcesses * kRounds) + "\n");
     EXPECT_EQ(reader.bad(), 0);
     EXPECT_GT(reader.looks(), 0);

@@ -20,9 +20,9 @@ TEST(SectionLine, NeedsItsBracketsAtTheEnds) {
         const char *line;
         int is_section, is_named_a;
     } cases[] = {
-        {"[a]\n", 1, 1},     {"[a]", 1, 1},   {"[a] \t\v\f\r\n", 1, 1}, {" [a]\n", 0, 0},  {"[ a ]\n", 1, 0},
-        {"[a]x\n", 0, 0},    {"[A]\n", 1, 0}, {"[ab]\n", 1, 0},         {"[a]]\n", 1, 0},  {"[a\n", 0, 0},
-        {"[a] # b]\n", 1, 0}, {"[\n", 0, 0},  {"[]\n", 1, 0},           {"#[a]\n", 0, 0}, {"\n", 0, 0},
+        {"[a]\n", 1, 1},      {"[a]", 1, 1},   {"[a] \t\v\f\r\n", 1, 1}, {" [a]\n", 0, 0}, {"[ a ]\n", 1, 0},
+        {"[a]x\n", 0, 0},     {"[A]\n", 1, 0}, {"[ab]\n", 1, 0},         {"[a]]\n", 1, 0}, {"[a\n", 0, 0},
+        {"[a] # b]\n", 1, 0}, {"[\n", 0, 0},   {"[]\n", 1, 0},           {"#[a]\n", 0, 0}, {"\n", 0, 0},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.line);
@@ -55,7 +55,8 @@ TEST(GetSection, ReadsTheFirstOfThatName) {
     for (const auto &c : cases) {
         SCOPED_TRACE(c.why);
         Hash hash;
-        EXPECT_EQ(MLIBFileGetSection(root.write("f", c.content).c_str(), "a", hash.address()), int(c.pairs.size()));
+        EXPECT_EQ(MLIBFileGetSection(root.write("f", c.content).c_str(), "a", hash.address()),
+                  int(c.pairs.size()));
         EXPECT_EQ(hash.pairs(), c.pairs);
     }
 }
@@ -76,9 +77,10 @@ TEST(GetSection, LeavesTheHashAloneWhenThereIsNone) {
 TEST(EnumSection, ListsNamesAsTheyStand) {
     ScratchRoot root;
     List list({"before"});
-    EXPECT_EQ(MLIBFileEnumSection(
-                  root.write("f", "[b]\n[ a ]\nx=1\n[b] \n [no]\n[broken\n[x]y]\n[]\n").c_str(), list.address()),
-              6);
+    EXPECT_EQ(
+        MLIBFileEnumSection(root.write("f", "[b]\n[ a ]\nx=1\n[b] \n [no]\n[broken\n[x]y]\n[]\n").c_str(),
+                            list.address()),
+        6);
     EXPECT_EQ(list.items(), (Names{"before", "b", " a ", "b", "x]y", ""}));
 
     const std::string longest(1020, 'n');
@@ -125,7 +127,8 @@ TEST(ModifySection, KeepsCommentsAndEverythingOutside) {
     ScratchRoot root;
     Hash hash{{"n", "9"}};
     const std::string before =
-        "top=1\n\n[a]\nk=1\n# kept\n\n;kept too\n  # indented goes\n[b]\n\n x=1\r\n[broken\n[a] \nk=2\n[c]\nlast";
+        "top=1\n\n[a]\nk=1\n# kept\n\n;kept too\n  # indented goes\n[b]\n\n x=1\r\n[broken\n[a] "
+        "\nk=2\n[c]\nlast";
     const std::string path = root.path("f");
 
     root.write("f", before, 0604);

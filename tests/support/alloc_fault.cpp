@@ -2,6 +2,9 @@
 
 #include <errno.h>
 #include <stddef.h>
+#include <stdlib.h>
+
+#include <new>
 
 // The sanitizers' allocator under its own name, where there is one; else libc's.
 extern "C" {
@@ -22,6 +25,7 @@ namespace {
 
 int countdown;  // 0: not armed
 bool reached;
+bool new_too;
 
 bool fails() {
     if (countdown == 0 || --countdown > 0) return false;
@@ -50,15 +54,54 @@ void *realloc(void *block, size_t size) {
 }
 }
 
+// The sanitizers' operator new does not call malloc, so that it is replaced as well.
+static void *new_block(size_t size) noexcept {
+    if (new_too) return malloc(size);
+    return __interceptor_malloc ? __interceptor_malloc(size) : __libc_malloc(size);
+}
+void *operator new(size_t size) {
+    if (void *block = new_block(size)) return block;
+    throw std::bad_alloc();
+}
+void *operator new[](size_t size) {
+    return operator new(size);
+}
+void *operator new(size_t size, const std::nothrow_t &) noexcept {
+    return new_block(size);
+}
+void *operator new[](size_t size, const std::nothrow_t &) noexcept {
+    return new_block(size);
+}
+void operator delete(void *block) noexcept {
+    free(block);
+}
+void operator delete[](void *block) noexcept {
+    free(block);
+}
+void operator delete(void *block, size_t) noexcept {
+    free(block);
+}
+void operator delete[](void *block, size_t) noexcept {
+    free(block);
+}
+void operator delete(void *block, const std::nothrow_t &) noexcept {
+    free(block);
+}
+void operator delete[](void *block, const std::nothrow_t &) noexcept {
+    free(block);
+}
+
 namespace testing_support {
 
-AllocFault::AllocFault(int nth) {
+AllocFault::AllocFault(int nth, bool with_new) {
+    new_too = with_new;
     reached = false;
     countdown = nth;
 }
 
 AllocFault::~AllocFault() {
     disarm();
+    new_too = false;
 }
 
 bool AllocFault::disarm() {

@@ -6,7 +6,9 @@ namespace testing_support {
 
 class AllocFault {
   public:
-    explicit AllocFault(int nth);
+    // `with_new`: operator new fails too. Only for a stretch in which the library alone allocates: the test's own
+    // containers would throw.
+    explicit AllocFault(int nth, bool with_new = false);
     ~AllocFault();
     AllocFault(const AllocFault &) = delete;
     AllocFault &operator=(const AllocFault &) = delete;

@@ -16,7 +16,8 @@ class Hash {
   public:
     Hash() : hash_(PshMLIBSzHashAlloc(512)) {}
     Hash(std::initializer_list<std::pair<const char *, const char *>> pairs) : Hash() {
-        for (const auto &[key, value] : pairs) MLIBSzHashSetValue(&hash_, key, value);
+        for (const auto &[key, value] : pairs)
+            MLIBSzHashSetValue(&hash_, key, value);
     }
     ~Hash() { MLIBSzHashFree(hash_); }
     Hash(const Hash &) = delete;
@@ -40,7 +41,8 @@ class List {
   public:
     List() : list_(PslMLIBSzListAlloc(512)) {}
     explicit List(const std::vector<std::string> &items) : List() {
-        for (const auto &item : items) MLIBSzListPush(&list_, item.c_str());
+        for (const auto &item : items)
+            MLIBSzListPush(&list_, item.c_str());
     }
     ~List() { MLIBSzListFree(list_); }
     List(const List &) = delete;
@@ -50,7 +52,8 @@ class List {
     MLIBSZLIST **address() { return &list_; }
     std::vector<std::string> items() const {
         std::vector<std::string> found;
-        for (int i = 0; i < list_->nItem; ++i) found.emplace_back(list_->pszItem[i]);
+        for (int i = 0; i < list_->nItem; ++i)
+            found.emplace_back(list_->pszItem[i]);
         return found;
     }
 

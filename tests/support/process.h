@@ -51,7 +51,8 @@ class Holder {
         if (pid_ == 0) {
             close(ready[0]);
             if (ErrMLIBFileLock(request, 0) == 0 && write(ready[1], "x", 1) == 1) {
-                for (;;) pause();
+                for (;;)
+                    pause();
             }
             _exit(1);
         }

@@ -28,8 +28,9 @@ bool fails(Sys which) {
     if (armed != int(which) || --countdown > 0) return false;
     armed = -1;
     was_reached = true;
-    static constexpr int kReasons[] = {EMFILE, EIO,    EIO, EACCES, ENOSPC, EPERM, EPERM, EIO,   EIO, ENOSPC,
-                                       EIO,    ENOSPC, 0,   EIO,    EIO,    EBUSY, EIO,   ENOSPC, EPERM, ENOLCK};
+    static constexpr int kReasons[] = {EMFILE, EIO,   EIO,    EACCES, ENOSPC, EPERM, EPERM,
+                                       EIO,    EIO,   ENOSPC, EIO,    ENOSPC, 0,     EIO,
+                                       EIO,    EBUSY, EIO,    ENOSPC, EPERM,  ENOLCK};
     errno = kReasons[int(which)];
     return true;
 }
@@ -174,9 +175,9 @@ namespace testing_support {
 
 const char *sys_name(Sys which) {
     static constexpr const char *kNames[] = {
-        "open",       "fstat",      "read",      "readlink",     "mkostemp", "fchown",      "fchmod",
-        "flistxattr", "fgetxattr",  "fsetxattr", "fremovexattr", "write",    "short write", "fsync",
-        "close",      "rename",     "lseek",     "mkdir",        "chmod",    "flock"};
+        "open",       "fstat",     "read",      "readlink",     "mkostemp", "fchown",      "fchmod",
+        "flistxattr", "fgetxattr", "fsetxattr", "fremovexattr", "write",    "short write", "fsync",
+        "close",      "rename",    "lseek",     "mkdir",        "chmod",    "flock"};
     return kNames[int(which)];
 }
 

@@ -46,8 +46,8 @@ class SysFault {
 // From now on the process ends by SIGKILL just before its nth system call among those above, whichever it is.
 void kill_at_call(int nth);
 
-// For every system call and every n: `call(which, n)` runs with the n-th call of it failing, until a run does not
-// reach it any more. Answers the number of faults that were reached.
+// For every system call and every n: `call(which, n)` runs with the n-th call of it failing, until a run does
+// not reach it any more. Answers the number of faults that were reached.
 template <class F>
 int for_each_sys_fault(F call) {
     int faults = 0;

@@ -14,8 +14,8 @@ MORV_API int MLIBIFileCheckFormat(const char *format) MORV_NOEXCEPT;
 MORV_API int MLIBIFileSetKeyValue(const char *path, const char *key, const char *value,
                                   const char *format) MORV_NOEXCEPT;
 
-/* Cuts line at its first "=" (one behind which a key starts: those at the very start are skipped) and answers 1
- * when what stands before it, trimmed, is the key; else 0. A comment is not cut. Null: 0 with
+/* Cuts line at its first "=" (one behind which a key starts: those at the very start are skipped) and answers
+ * 1 when what stands before it, trimmed, is the key; else 0. A comment is not cut. Null: 0 with
  * ERR_BAD_PARAMETERS. */
 MORV_API int MLIBILineKeyMatch(char *line, const char *key) MORV_NOEXCEPT;
 
@@ -42,17 +42,16 @@ MORV_API int MLIBIFileIsSection(const char *line, int length) MORV_NOEXCEPT;
  * ERR_BAD_PARAMETERS for null. */
 MORV_API int MLIBIFileMatchSection(const char *line, int length, const char *section) MORV_NOEXCEPT;
 
-/* Answers 1 when the line matches the pattern, 0 when not or with ERR_BAD_PARAMETERS (null, negative flags) or
- * ERR_OUT_OF_MEMORY. flags: MORV_LINE_... */
+/* Answers 1 when the line matches the pattern, 0 when not or with ERR_BAD_PARAMETERS (null, negative flags)
+ * or ERR_OUT_OF_MEMORY. flags: MORV_LINE_... */
 MORV_API int MLIBILineMatch(const char *line, const char *pattern, int flags) MORV_NOEXCEPT;
 
 /* Answers 1 when the line's fields match, 0 when not, -1 with ERR_BAD_PARAMETERS (line or separators null) or
  * ERR_OUT_OF_MEMORY. */
 MORV_API int MLIBIFileMatch(const char *line, const MLIBSZLIST *fields, const char *separators) MORV_NOEXCEPT;
 
-/* Turns round which of the matching lines are comments: active ones get mark as their first byte, those that have it
- * lose it.
- * mark: ';' or '#'. flags and result: as MLIBFileComment. */
+/* Turns round which of the matching lines are comments: active ones get mark as their first byte, those that
+ * have it lose it. mark: ';' or '#'. flags and result: as MLIBFileComment. */
 MORV_API int MLIBFileIInverse(const char *path, const char *pattern, int mark, int flags) MORV_NOEXCEPT;
 
 MORV_END_DECLS

@@ -19,16 +19,16 @@ class FileEdit {
   public:
     enum Missing { kMustExist, kMayCreate };
 
-    // Opens and reads the target; with kMayCreate a missing one is empty and exists() answers false. A file that
-    // exists but cannot be opened is an error in both cases: making it anew would lose its content.
+    // Opens and reads the target; with kMayCreate a missing one is empty and exists() answers false. A file
+    // that exists but cannot be opened is an error in both cases: making it anew would lose its content.
     // Answers 0, ERR_OPEN_FAILED (also for a folder), ERR_STAT_FAILED, `read_error` or ERR_OUT_OF_MEMORY.
     int open(const char *path, Missing missing, int read_error) noexcept;
 
     bool exists() const noexcept { return bool(fd_); }
     std::string_view text() const noexcept { return text_.view(); }
 
-    // Replaces the target by a file with this content. A new one gets `new_mode`, by default 0666 less the umask.
-    // Answers the codes of a replacement file.
+    // Replaces the target by a file with this content. A new one gets `new_mode`, by default 0666 less the
+    // umask. Answers the codes of a replacement file.
     int commit(std::string_view content, mode_t new_mode = kByUmask) const noexcept;
 
     static constexpr mode_t kByUmask = mode_t(-1);

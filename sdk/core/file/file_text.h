@@ -7,8 +7,8 @@
 
 namespace morv {
 
-// Configuration files are small: one that fits the object itself costs no allocation. A zero byte stands behind
-// the content, and the content may be written over: it is this object's copy.
+// Configuration files are small: one that fits the object itself costs no allocation. A zero byte stands
+// behind the content, and the content may be written over: it is this object's copy.
 class FileText {
   public:
     FileText() noexcept = default;

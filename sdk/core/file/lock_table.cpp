@@ -54,7 +54,8 @@ int make_lock_files() noexcept {
     for (const LockEntry &entry : lock_table()) {
         const SysPath path(entry.path);
         if (stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) continue;
-        // No truncation: there is nothing in a lock file, and a link put here must not empty what it leads to.
+        // No truncation: there is nothing in a lock file, and a link put here must not empty what it leads
+        // to.
         const UniqueFd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
         if (!fd || fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return ERR_OPEN_FAILED;
     }

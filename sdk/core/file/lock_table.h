@@ -23,8 +23,8 @@ std::span<LockEntry> lock_table() noexcept;
 // Makes the lock folder and every lock file that is missing. Answers an error code.
 int make_lock_files() noexcept;
 
-// Closes an entry's file, which gives the lock up unless another process shares the open file. Answers whether that
-// worked.
+// Closes an entry's file, which gives the lock up unless another process shares the open file. Answers
+// whether that worked.
 bool close_lock(LockEntry &entry) noexcept;
 
 }  // namespace morv

@@ -28,8 +28,8 @@ class ReplacementFile {
     ReplacementFile(const ReplacementFile &) = delete;
     ReplacementFile &operator=(const ReplacementFile &) = delete;
 
-    // Makes the temporary file for `path`, links followed. It gets owner, group, mode, extended attributes and
-    // access list of the open file `old_fd` before any content, or `new_mode` when `old_fd` is -1.
+    // Makes the temporary file for `path`, links followed. It gets owner, group, mode, extended attributes
+    // and access list of the open file `old_fd` before any content, or `new_mode` when `old_fd` is -1.
     int create(const char *path, int old_fd, mode_t new_mode) noexcept;
 
     int write(std::string_view content) noexcept;

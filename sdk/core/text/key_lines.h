@@ -8,21 +8,21 @@ namespace morv {
 
 // One line taken apart.
 struct KeyLine {
-    std::string_view key;       // trimmed
-    std::string_view raw_key;   // as it stands before the "=", without the line's end
-    std::string_view value;     // all after the first "=", line feed left out, untrimmed
-    bool has_value;             // anything at all stands after a "="
+    std::string_view key;      // trimmed
+    std::string_view raw_key;  // as it stands before the "=", without the line's end
+    std::string_view value;    // all after the first "=", line feed left out, untrimmed
+    bool has_value;            // anything at all stands after a "="
 };
 
 // Takes `line` apart. Comments are not this function's business.
 KeyLine parse_key_line(std::string_view line) noexcept;
 
-// The first line at or after `from` that holds `key`; empty when there is none. `line.data() - text.data()` is its
-// place.
+// The first line at or after `from` that holds `key`; empty when there is none. `line.data() - text.data()`
+// is its place.
 std::string_view find_key_line(std::string_view text, std::string_view key, size_t from = 0) noexcept;
 
-// Appends `text` to `out` with the first line of `key` replaced and the further ones dropped; adds a line when
-// there is none. Answers an error code. May throw std::bad_alloc.
+// Appends `text` to `out` with the first line of `key` replaced and the further ones dropped; adds a line
+// when there is none. Answers an error code. May throw std::bad_alloc.
 int set_key(std::string_view text, std::string_view key, std::string_view value, const char *format,
             std::string &out);
 

@@ -25,8 +25,8 @@ class LinePattern {
     bool valid_ = true;
 };
 
-// Whether the pieces of a line, cut at any of `separators`, equal the items of `fields` (null: none), an empty item
-// standing for any piece. Comments never do.
+// Whether the pieces of a line, cut at any of `separators`, equal the items of `fields` (null: none), an
+// empty item standing for any piece. Comments never do.
 bool fields_match(std::string_view line, const MLIBSZLIST *fields, std::string_view separators) noexcept;
 
 }  // namespace morv

@@ -14,8 +14,8 @@ bool opens_section(std::string_view line, std::string_view name) noexcept;
 // The line that opens the first section `name`; empty when there is none.
 std::string_view find_section_line(std::string_view text, std::string_view name) noexcept;
 
-// What a reader takes as the body of the section opened by `opening`, a line of `text`: all up to the next line that
-// starts with "[".
+// What a reader takes as the body of the section opened by `opening`, a line of `text`: all up to the next
+// line that starts with "[".
 std::string_view section_body(std::string_view text, std::string_view opening) noexcept;
 
 }  // namespace morv
