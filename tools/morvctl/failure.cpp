@@ -50,15 +50,6 @@ Exit exit_for(int code, int reason) {
     }
 }
 
-// The system's own words, as a part of a sentence.
-std::string reason_text(int reason) {
-    std::string text = strerror(reason);
-    if (text.size() > 1 && islower(static_cast<unsigned char>(text[1]))) {
-        text[0] = char(tolower(static_cast<unsigned char>(text[0])));
-    }
-    return text;
-}
-
 // For failures without a failed system call.
 const char *code_text(int code) {
     switch (code) {
@@ -86,6 +77,14 @@ const char *code_text(int code) {
 }
 
 }  // namespace
+
+std::string reason_text(int reason) {
+    std::string text = strerror(reason);
+    if (text.size() > 1 && islower(static_cast<unsigned char>(text[1]))) {
+        text[0] = char(tolower(static_cast<unsigned char>(text[0])));
+    }
+    return text;
+}
 
 std::string error_name(int code) {
     const int index = code >> 8;

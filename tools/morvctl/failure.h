@@ -42,6 +42,9 @@ std::string error_name(int code);
 // Forgets earlier errors, so that what the next call of the library leaves is its own.
 void clear_errors();
 
+// The system's words for an errno, as a part of a sentence.
+std::string reason_text(int reason);
+
 // Throws for the library's call that has just failed: "cannot WHAT: cause (ERR_NAME)".
 [[noreturn]] void fail_library(const std::string &what);
 

@@ -45,6 +45,14 @@ struct Args {
     throw Failure(Exit::kUsage, sentence);
 }
 
+void check_flags(const Args &args) {
+    if (args.prefix && args.suffix) fail_usage("--prefix and --suffix exclude each other");
+    if (args.before && args.after) fail_usage("--before and --after exclude each other");
+    if (args.by_fields && (args.prefix || args.suffix || args.ignore_case)) {
+        fail_usage("--prefix, --suffix and --ignore-case are for a PATTERN, not for --fields");
+    }
+}
+
 // The fields asked for: "a::c" leaves the second one open.
 void fill_fields(const Args &args, List &fields) {
     if (args.separator.empty()) fail_usage("--separator needs a character");
@@ -60,6 +68,7 @@ void fill_fields(const Args &args, List &fields) {
 // The texts that follow FILE: the pattern, unless fields take its place, and the line, if the command has
 // one. Answers the line.
 std::string check_texts(const Args &args, bool has_line) {
+    check_flags(args);
     const size_t wanted = (args.by_fields ? 0U : 1U) + (has_line ? 1U : 0U);
     if (args.texts.size() < wanted) {
         fail_usage(args.texts.empty() && !args.by_fields ? "PATTERN or --fields is required"
@@ -67,9 +76,6 @@ std::string check_texts(const Args &args, bool has_line) {
     }
     if (args.texts.size() > wanted)
         fail_usage("there are too many arguments: --fields takes the place of PATTERN");
-    if (args.by_fields && (args.prefix || args.suffix || args.ignore_case)) {
-        fail_usage("--prefix, --suffix and --ignore-case are for a PATTERN, not for --fields");
-    }
     if (!args.by_fields && args.texts[0].empty()) refuse("an empty pattern would match any line");
     if (!has_line) return {};
     check_one_line("the line", args.texts.back());
@@ -124,6 +130,7 @@ int checked(int result, const Args &args) {
 }
 
 int add(const Session &session, const Args &args) {
+    check_flags(args);
     const std::string &line = args.texts.at(0);
     check_one_line("the line", line);
     if (args.texts.size() > 2 || (args.by_fields && args.texts.size() > 1)) {
@@ -221,9 +228,8 @@ void add_line_commands(CLI::App &app, Session &session) {
         return {command, *args};
     };
     const auto add_choice = [](CLI::App &command, Args &args) {
-        CLI::Option *prefix =
-            command.add_flag("--prefix", args.prefix, "PATTERN stands at the start of the line");
-        command.add_flag("--suffix", args.suffix, "PATTERN stands at the end of the line")->excludes(prefix);
+        command.add_flag("--prefix", args.prefix, "PATTERN stands at the start of the line");
+        command.add_flag("--suffix", args.suffix, "PATTERN stands at the end of the line");
         command.add_flag("--ignore-case", args.ignore_case, "Upper and lower case are the same");
         command.add_flag("--last", args.last, "The last line that matches, not the first");
         add_text(command, "--fields", args.fields, "Lines with these fields; an empty one stands for any")
@@ -245,9 +251,9 @@ void add_line_commands(CLI::App &app, Session &session) {
             ->required()
             ->option_text("[PATTERN] REQUIRED");
         add_choice(command, args);
-        CLI::Option *after =
-            command.add_flag("--after", args.after, "Behind that line or at the end (default)");
-        command.add_flag("--before", args.before, "Before that line or at the top")->excludes(after);
+
+        command.add_flag("--after", args.after, "Behind that line or at the end (default)");
+        command.add_flag("--before", args.before, "Before that line or at the top");
     }
     {
         auto [command, args] = add_one(Kind::kWrites, "set", "Replace the line that matches", set);

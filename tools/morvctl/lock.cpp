@@ -63,7 +63,7 @@ uint32_t parse_bits(const std::string &text) {
     sigprocmask(SIG_SETMASK, &mask, nullptr);
     execvp(arguments[0], arguments.data());
     const int reason = errno;
-    fprintf(stderr, "morvctl: cannot run %s: %s\n", arguments[0], strerror(reason));
+    fprintf(stderr, "morvctl: cannot run %s: %s\n", arguments[0], reason_text(reason).c_str());
     _exit(reason == ENOENT ? kNoSuchProgram : kCannotRun);
 }
 

@@ -22,10 +22,22 @@ std::string exit_code_help() {
     return text + "Commands that write take the lock of the file. 'morvctl COMMAND --help' tells more.";
 }
 
-// What was typed up to the command that the parser understood, as "morvctl conf set".
-std::string command_name(const CLI::App &app) {
-    const auto chosen = app.get_subcommands();
-    return chosen.empty() ? app.get_name() : app.get_name() + " " + command_name(*chosen.front());
+// What is wrong with the command line, as one sentence.
+std::string usage_error(const CLI::App &app, const CLI::ParseError &error) {
+    // The innermost command that the parser understood, as "morvctl conf set".
+    const CLI::App *innermost = &app;
+    std::string name = app.get_name();
+    for (auto chosen = app.get_subcommands(); !chosen.empty(); chosen = innermost->get_subcommands()) {
+        innermost = chosen.front();
+        name.append(" ").append(innermost->get_name());
+    }
+    std::string what = error.what();
+    if (!innermost->get_subcommands([](const CLI::App *) { return true; }).empty()) {
+        const auto unknown = innermost->remaining();
+        what = unknown.empty() ? "a command is missing" : "there is no command '" + unknown.front() + "'";
+    }
+    std::replace(what.begin(), what.end(), '\n', ' ');
+    return what + " (try '" + name + " --help')";
 }
 
 int parse(CLI::App &app, int argc, char **argv) {
@@ -40,11 +52,7 @@ int parse(CLI::App &app, int argc, char **argv) {
         // --help and --version
         return app.exit(asked);
     } catch (const CLI::ParseError &error) {
-        std::string what = error.what();
-        // A list of choices comes over several lines.
-        std::replace(what.begin(), what.end(), '\n', ' ');
-        const std::string name = command_name(app);
-        fprintf(stderr, "morvctl: %s (try '%s --help')\n", what.c_str(), name.c_str());
+        fprintf(stderr, "morvctl: %s\n", usage_error(app, error).c_str());
         return int(Exit::kUsage);
     }
 }
