@@ -6,19 +6,12 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <string>
 
+#include "input.h"
+
 namespace {
-
-std::string scratch_file() {
-    return "/dev/shm/morv-fuzz-store." + std::to_string(getpid());
-}
-
-void remove_scratch_file() {
-    unlink(scratch_file().c_str());
-}
 
 void walk(MORVBDB *db, int first, int then) {
     void *key = nullptr, *value = nullptr;
@@ -38,15 +31,11 @@ void walk(MORVBDB *db, int first, int then) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const std::string path = scratch_file();
-    static const int cleaned_up = atexit(remove_scratch_file);
-    static_cast<void>(cleaned_up);
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file < 0 || write(file, data, size) != static_cast<ssize_t>(size)) abort();
-    close(file);
+    static const ScratchFile file;
+    file.write({reinterpret_cast<const char *>(data), size});
 
     for (int duplicates = 0; duplicates < 2; ++duplicates) {
-        MORVBDB *db = MORVBDbOpen(path.c_str(), O_RDWR, duplicates);
+        MORVBDB *db = MORVBDbOpen(file.path(), O_RDWR, duplicates);
         if (!db) continue;
         walk(db, MORV_BDB_FIRST, MORV_BDB_NEXT);
         MORVBDbDeprecatedSet(db, 1);

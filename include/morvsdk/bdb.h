@@ -78,8 +78,8 @@ enum {
 /* Opens the store at path.
  *
  * flags:      as for open(2); O_RDONLY or O_RDWR, with O_CREAT to create a file that does not exist, O_EXCL
- * to insist on that, O_TRUNC to empty a store that does duplicates: 1 when a key may have several records;
- * must match the way the file was created
+ *             to insist on that, O_TRUNC to empty a store that does
+ * duplicates: 1 when a key may have several records; must match the way the file was created
  *
  * A file that exists is never replaced, whatever it holds. A new file gets mode 0666 less the umask; for
  * root, an opened file is given mode 0666 whole. Opening never blocks on a FIFO, and creates nothing through
@@ -88,9 +88,12 @@ enum {
  * Returns a handle for MORVBDbClose, or null with
  *   ERR_BAD_PARAMETERS    path is null or empty
  *   ERR_OUT_OF_MEMORY
- *   ERR_STORE_INVALID     the file is empty, damaged or no record store, or its duplicates setting is another
- * one ERR_ACCESS_DENIED     no permission ERR_NOT_ENOUGH_SPACE  the file system is full ERR_FILE_NOT_FOUND no
- * such file, and no O_CREAT ERR_OPEN_FAILED       anything else, among it a path that is no regular file */
+ *   ERR_STORE_INVALID     the file is empty, damaged or no record store, or its duplicates setting is
+ *                         another one
+ *   ERR_ACCESS_DENIED     no permission
+ *   ERR_NOT_ENOUGH_SPACE  the file system is full
+ *   ERR_FILE_NOT_FOUND    no such file, and no O_CREAT
+ *   ERR_OPEN_FAILED       anything else, among it a path that is no regular file */
 MORV_API MORVBDB *MORVBDbOpen(const char *path, int flags, int duplicates) MORV_NOEXCEPT;
 
 /* Writes the changes to the file and releases the handle, also when writing fails.
@@ -137,13 +140,16 @@ MORV_API int MORVBDbCursorSetType(MORVBDB *db, int type) MORV_NOEXCEPT;
 /* Moves to the next record in the handle's direction, and copies out its key and value.
  *
  * skipReserved: 1 to pass over reserved records. Where that happens at MORV_BDB_FIRST or MORV_BDB_LAST, the
- *               handle's direction becomes MORV_BDB_NEXT or MORV_BDB_PREV; in all other cases a walk leaves
- * it. ppKey:        in direction MORV_BDB_CURSOR also the key to start from, of *pKeySize bytes
+ *               handle's direction becomes MORV_BDB_NEXT or MORV_BDB_PREV; in all other cases a walk
+ *               leaves it.
+ * ppKey:        in direction MORV_BDB_CURSOR also the key to start from, of *pKeySize bytes
  *
  * Returns 0, or -1 with
  *   ERR_BAD_PARAMETERS  a null argument or a negative size, or no key to start from in direction
- * MORV_BDB_CURSOR ERR_STORE_END       there is no further record ERR_OUT_OF_MEMORY ERR_DISK_IO_FAILED,
- * ERR_INTERRUPTED, ERR_STORE_READ_FAILED  the store could not be read */
+ *                       MORV_BDB_CURSOR
+ *   ERR_STORE_END       there is no further record
+ *   ERR_OUT_OF_MEMORY
+ *   ERR_DISK_IO_FAILED, ERR_INTERRUPTED, ERR_STORE_READ_FAILED  the store could not be read */
 MORV_API int MORVBDbCursorGet(MORVBDB *db, int skipReserved, void **ppKey, int *pKeySize, void **ppValue,
                               int *pValueSize) MORV_NOEXCEPT;
 

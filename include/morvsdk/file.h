@@ -18,23 +18,26 @@
  *
  * What holds for all of them
  *
- *   Failure     The error state (error.h) holds the code, and errno the reason of a failed system call.
- * Output arguments are written on success only. Writing     Unless a function says that it writes in place,
- * it makes the new content in a temporary file "PATH.XXXXXX" beside the target (mode 0600 from its first
- * moment, then the owner, group, mode, access list and extended attributes of the target), syncs it to disk
- * and renames it over the target. A reader sees the old or the new file, whole. On any failure the target is
- * as it was and the temporary file is gone. A target that is a symbolic link stays one: the file that it
- *               leads to is replaced. Further hard links to the old file keep the old content.
- *   After a     power loss the old or the new file is there, whole. That it is the new one is promised only
- *               with MORVFileDurabilitySet(MORV_DURABLE).
- *   Text        A key, a value or a section name that holds a line feed is refused by the writers
- *               (ERR_BAD_PARAMETERS): it would become lines of its own. A line of a file counts for matching
- * up to its first NUL byte, and is copied with all of its bytes. Formats     Writers of pairs take a print
- * format for key and value, "%s=%s\n" when null. It may hold at most two conversions, each a "%s" (with width
- * or precision as digits), and "%%"; anything else is refused with ERR_BAD_PARAMETERS. Codes
- * ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, and for files: ERR_OPEN_FAILED (target or temporary file cannot be
- * opened, or the target is a folder), ERR_STAT_FAILED, ERR_READ_FAILED, ERR_WRITE_FAILED (writing, syncing,
- * owner, mode or closing of the new file), ERR_RENAME_FAILED. Called "the rewrite's codes" below. */
+ *   Failure   The error state (error.h) holds the code, and errno the reason of a failed system call.
+ *             Output arguments are written on success only.
+ *   Writing   Unless a function says that it writes in place, it makes the new content in a temporary file
+ *             "PATH.XXXXXX" beside the target (mode 0600 from its first moment, then the owner, group, mode,
+ *             access list and extended attributes of the target), syncs it to disk and renames it over the
+ *             target. A reader sees the old or the new file, whole. On any failure the target is as it was
+ *             and the temporary file is gone. A target that is a symbolic link stays one: the file that it
+ *             leads to is replaced. Further hard links to the old file keep the old content.
+ *             After a power loss the old or the new file is there, whole. That it is the new one is promised
+ *             only with MORVFileDurabilitySet(MORV_DURABLE).
+ *   Text      A key, a value or a section name that holds a line feed is refused by the writers
+ *             (ERR_BAD_PARAMETERS): it would become lines of its own. A line of a file counts for matching
+ *             up to its first NUL byte, and is copied with all of its bytes.
+ *   Formats   Writers of pairs take a print format for key and value, "%s=%s\n" when null. It may hold at
+ *             most two conversions, each a "%s" (with width or precision as digits), and "%%"; anything
+ *             else is refused with ERR_BAD_PARAMETERS.
+ *   Codes     ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, and for files: ERR_OPEN_FAILED (target or temporary
+ *             file cannot be opened, or the target is a folder), ERR_STAT_FAILED, ERR_READ_FAILED,
+ *             ERR_WRITE_FAILED (writing, syncing, owner, mode or closing of the new file),
+ *             ERR_RENAME_FAILED. Called "the rewrite's codes" below. */
 #ifndef MORVSDK_FILE_H
 #define MORVSDK_FILE_H
 
@@ -47,8 +50,7 @@
 
 MORV_BEGIN_DECLS
 
-/* ---- The system root ------------------------------------------------------------------------------------
- */
+/* ---- The system root ------------------------------------------------------------------------------- */
 
 /* Puts dir in front of every absolute path that the library itself names (lock files, account files,
  * tools...); paths that callers pass are used as they are given. Null or "" means none, as on an appliance.
@@ -81,7 +83,8 @@ enum { MORV_KEY_LAST = 0x1 /* the last line that holds the key decides, not the 
 /* Reads the value of one key.
  *
  * buffer, size: where the value goes, and its size in bytes with the terminating zero; null and 0 only
- * measure. flags:        0 or MORV_KEY_LAST; not negative.
+ *               measure.
+ * flags:        0 or MORV_KEY_LAST; not negative.
  *
  * Returns the length of the value plus 1; 0 with ERR_KEY_NOT_FOUND, also when the first line with the key has
  * nothing at all after its "=" (a line with only blanks there has an empty value: 1); -1 with
@@ -369,8 +372,7 @@ MORV_API int ErrMLIBFileResetLock(uint32_t bits) MORV_NOEXCEPT;
  * Returns 0, or -1 with ERR_UNLOCK_FAILED when a lock file could not be closed. */
 MORV_API int ErrMLIBFileCloseLock(void) MORV_NOEXCEPT;
 
-/* ---- Small file helpers ---------------------------------------------------------------------------------
- */
+/* ---- Small file helpers ---------------------------------------------------------------------------- */
 
 /* Makes a temporary file (mode 0600) and opens it for writing.
  *

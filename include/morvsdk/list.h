@@ -84,12 +84,12 @@ MORV_API int MLIBSzListInsert(MLIBSZLIST **ppList, int index, const char *sz) MO
 /* Inserts a copy of sz at the end (in a sorted list: at its place). Result and errors as MLIBSzListInsert. */
 MORV_API int MLIBSzListPush(MLIBSZLIST **ppList, const char *sz) MORV_NOEXCEPT;
 
-/* Inserts a copy of sz at the front (in a sorted list: at its place). Result and errors as MLIBSzListInsert.
- */
+/* Inserts a copy of sz at the front (in a sorted list: at its place). Result and errors as
+ * MLIBSzListInsert. */
 MORV_API int MLIBSzListUnshift(MLIBSZLIST **ppList, const char *sz) MORV_NOEXCEPT;
 
-/* The item at index, "" for a hole; or null with ERR_BAD_PARAMETERS for a null list or an index outside it.
- */
+/* The item at index, "" for a hole; or null with ERR_BAD_PARAMETERS for a null list or an index outside
+ * it. */
 MORV_API const char *SzMLIBSzListGet(const MLIBSZLIST *pList, int index) MORV_NOEXCEPT;
 
 /* Replaces the item at index by a copy of sz. A sorted list is sorted anew. May replace *ppList.
@@ -158,18 +158,21 @@ MORV_API int MLIBSzListSorted(const MLIBSZLIST *pList) MORV_NOEXCEPT;
 /* The intersection: the items of A that are in B too, in A's order.
  *
  *   B unsorted            compared by bytes. A new list holds each item once for every equal item of B, and
- * is unsorted; in place A keeps its mode. A unsorted, B sorted  found by B's mode; the result is unsorted.
- *   both sorted           equal items pair off one to one; a new list holds B's spelling. The result has A's
- * mode. */
+ *                         is unsorted; in place A keeps its mode.
+ *   A unsorted, B sorted  found by B's mode; the result is unsorted.
+ *   both sorted           equal items pair off one to one; a new list holds B's spelling. The result has
+ *                         A's mode. */
 MORV_API MLIBSZLIST *PslMLIBSzListAnd(MLIBSZLIST *pListA, const MLIBSZLIST *pListB, int flag) MORV_NOEXCEPT;
 
 /* The union. In place it may replace *ppListA; after a failure *ppListA is the list to go on with.
  *
  *   both unsorted         A, then the items of B that are not in A. In place an item that B holds twice is
- * added once. A sorted, B unsorted  A and the items of B not found in A. In place A stays sorted and what B
- * holds twice is added once; a new list is unsorted: first A, then B's. A unsorted, B sorted  in place the
- * items of A that are not found in B, then B; a new list holds B first. both sorted           equal items
- * pair off one to one and A's spelling is taken; the result has A's mode. */
+ *                         added once.
+ *   A sorted, B unsorted  A and the items of B not found in A. In place A stays sorted and what B holds
+ *                         twice is added once; a new list is unsorted: first A, then B's.
+ *   A unsorted, B sorted  in place the items of A that are not found in B, then B; a new list holds B first.
+ *   both sorted           equal items pair off one to one and A's spelling is taken; the result has A's
+ *                         mode. */
 MORV_API MLIBSZLIST *PslMLIBSzListOr(MLIBSZLIST **ppListA, const MLIBSZLIST *pListB, int flag) MORV_NOEXCEPT;
 
 /* The difference: the items of A that are not in B, in A's order.

@@ -150,14 +150,16 @@ MORV_API int MLIBStrInsertBefore(char *string, const char *needle, const char *t
  *
  * items:    `count` strings or nulls (1 or more).
  * ppBuffer: address of the result's buffer, from malloc or null; the caller frees it. One that is too small
- * is replaced, and on failure of that released and the pointer made null. pSize:    address of the buffer's
- * bytes (1 or more when there is a buffer); set to the bytes needed when the buffer is made or grown: the
- * items and one separator for each. No item, nor separator, may lie in the buffer.
+ *           is replaced, and on failure of that released and the pointer made null.
+ * pSize:    address of the buffer's bytes (1 or more when there is a buffer); set to the bytes needed when
+ *           the buffer is made or grown: the items and one separator for each. No item, nor separator, may
+ *           lie in the buffer.
  *
  * Returns 0, or -1 with
  *   ERR_BAD_PARAMETERS  a null or senseless argument; or there is nothing to join: all items are null, or
- * items and separator are empty ERR_OUT_OF_MEMORY   no memory, or a result beyond INT_MAX bytes Failures are
- * written to the system log too. */
+ *                       items and separator are empty
+ *   ERR_OUT_OF_MEMORY   no memory, or a result beyond INT_MAX bytes
+ * Failures are written to the system log too. */
 MORV_API int MORVStrJoin(const char **items, int count, const char *separator, char **ppBuffer,
                          int *pSize) MORV_NOEXCEPT;
 

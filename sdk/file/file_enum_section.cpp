@@ -19,7 +19,6 @@ extern "C" int MLIBFileEnumSection(const char *path, MLIBSZLIST **list) noexcept
         if (line.size() > kLongestLine) return -1;
         const std::string_view text = up_to_nul(line);
         const size_t end = text.rfind(']');
-        if (end == text.npos) continue;
         char name[kLongestLine + 1];
         memcpy(name, text.data() + 1, end - 1);
         name[end - 1] = '\0';

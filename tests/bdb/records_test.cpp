@@ -260,8 +260,8 @@ TEST(DomainRefresh, IsDueAfterMoreThanFiveMinutes) {
         {1000000, 1000301, 1},
         {1000000, 999000, 0},
         {1000000, 9000000, 1},
-        {0x7FFFFFFF, 0x7FFFFFFF + 300L, 0},
-        {0x7FFFFFFF, 0x7FFFFFFF + 301L, 1},
+        {0x7FFFFFFF, 0x7FFFFFFF + int64_t{300}, 0},
+        {0x7FFFFFFF, 0x7FFFFFFF + int64_t{301}, 1},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.now);

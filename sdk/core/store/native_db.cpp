@@ -1,3 +1,6 @@
+// Berkeley DB's records hold a time_t, and its library is built with the short one of 32-bit systems.
+#undef _TIME_BITS
+
 #include "core/store/native_db.h"
 
 #include <db.h>

@@ -10,11 +10,13 @@ namespace morv {
 static constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
 bool is_section_line(std::string_view line) noexcept {
+    line = up_to_nul(line);
     if (line.empty() || line[0] != '[') return false;
     return line[line.find_last_not_of(kBlanks)] == ']';
 }
 
 bool opens_section(std::string_view line, std::string_view name) noexcept {
+    line = up_to_nul(line);
     if (line.size() < name.size() + 2 || line[0] != '[' || line.substr(1, name.size()) != name) return false;
     line.remove_prefix(name.size() + 1);
     return line[0] == ']' && line.find_first_not_of(kBlanks, 1) == line.npos;
