@@ -139,7 +139,6 @@ int add(const Session &session, const Args &args) {
     const char *pattern = args.texts.size() > 1 ? args.texts[1].c_str() : nullptr;
     if (pattern && *pattern == '\0') refuse("an empty pattern would match any line");
     return change_file(session, args.file, [&](const std::string &path) {
-        if (!args.before) end_last_line(path, args.file);
         clear_errors();
         if (!args.by_fields)
             return checked(MLIBFileAddLine(path.c_str(), pattern, line.c_str(), args.flags()), args);

@@ -228,7 +228,6 @@ int set(const Session &session, const Args &args) {
         if (!exists(target) || !find_section(target, args.section, place)) {
             add_section(path, args, pairs);
         } else {
-            end_last_line(path, args.file);
             for (const auto &[key, value] : pairs)
                 set_key(path, args, key, value);
         }
@@ -253,7 +252,6 @@ int rename(const Session &session, const Args &args) {
             if (!flags)
                 refuse("the section " + args.section + " of " + args.file +
                        " stands among lines like its own");
-            end_last_line(path, args.file);
             clear_errors();
             if (MLIBFileSetLine(path.c_str(), place.lines[place.header].c_str(), header.c_str(), *flags) <
                 1) {
