@@ -3,8 +3,8 @@
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
 #include "core/file/file_append.h"
+#include "core/text/hash_text.h"
 #include "core/text/sections.h"
-#include "hash/hash_text.h"
 
 using namespace morv;
 

@@ -4,7 +4,7 @@
 
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
-#include "hash/hash_text.h"
+#include "core/text/hash_text.h"
 
 using namespace morv;
 

@@ -1,4 +1,4 @@
-#include "hash/hash_text.h"
+#include "core/text/hash_text.h"
 
 #include <morvsdk/errcodes.h>
 
