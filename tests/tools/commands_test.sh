@@ -152,10 +152,10 @@ test_section_commands() {
     expect_code 0 morvctl section rename /etc/f two three
     expect_output $'key  = x\nkey2 = 1' morvctl section get /etc/f three
     expect_code 0 morvctl section remove /etc/f one
-    expect_file "$root/etc/f" $'; top\n[three]\n   key = x\n   key2 = 1'
+    expect_file "$root/etc/f" $'; top\n; other = 2\n[three]\n   key = x\n   key2 = 1'
     expect_failure 1 '*the section one *' morvctl section remove /etc/f one
     expect_code 0 morvctl section set /etc/f four a=1 --quote
-    expect_file "$root/etc/f" $'; top\n[three]\n   key = x\n   key2 = 1\n[four]\na="1"'
+    expect_file "$root/etc/f" $'; top\n; other = 2\n[three]\n   key = x\n   key2 = 1\n[four]\na="1"'
     expect_code 0 morvctl section set /etc/made s a=1 b=2
     expect_file "$root/etc/made" $'[s]\na=1\nb=2'
 }

@@ -1,18 +1,22 @@
-# What the tests of the tools share. A test script sources it, defines functions named test_..., and calls run_tests.
+# What the tests of the tools share. A test script sources it, defines functions named test_..., and calls run_tests. The
+# arguments of the script, if any, are the names of the tests to run.
 #
-# Environment: TOOLS and EXAMPLES, the folders of the programs; EMULATOR, what they run under, if anything.
+# Environment: SOURCE, the tree; TOOLS and EXAMPLES, the folders of the programs; EMULATOR, what they run under, if
+# anything.
 # shellcheck shell=bash
 set -uo pipefail
 export LC_ALL=C
 
 failures=0
+tests=$*
 skipped=()
 
-# Every program under test is called through a function of its name.
-under_test() { # under_test PROGRAM ARGUMENT...
-    # shellcheck disable=SC2086  # the emulator comes with its options
-    ${EMULATOR-} "$@"
-}
+# Every program under test is called through a function of its name; where another program is to run it, by its words.
+# shellcheck disable=SC2206  # the emulator comes with its options
+emulator=(${EMULATOR-})
+# shellcheck disable=SC2034  # for the scripts
+morvctl_words=("${emulator[@]}" "$TOOLS/morvctl")
+under_test() { "${emulator[@]}" "$@"; }
 morvctl() { under_test "$TOOLS/morvctl" "$@"; }
 get_key_value() { under_test "$TOOLS/get_key_value" "$@"; }
 
@@ -46,7 +50,7 @@ expect_failure() { # expect_failure CODE PATTERN COMMAND...
     local wanted=$1 pattern=$2
     shift 2
     expect_code "$wanted" "$@"
-    # "*(" would be an operator of patterns.
+    # shellcheck disable=SC2053  # a pattern, in which "*(" would be an operator
     [[ $err == ${pattern//(/\\(} ]] || fail "$* said '$err', not '$pattern'"
     [[ $(wc -l <"$scratch/err") == 1 ]] || fail "$* said more than a line: $err"
 }
@@ -69,7 +73,7 @@ run_tests() {
     outer=$(mktemp -d)
     # shellcheck disable=SC2064
     trap "rm -rf '$outer'" EXIT
-    for current in $(compgen -A function test_); do
+    for current in ${tests:-$(compgen -A function test_)}; do
         scratch=$outer/$current
         root=$scratch/root
         mkdir -p "$root/etc" "$scratch/tmp"

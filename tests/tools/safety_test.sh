@@ -41,6 +41,7 @@ test_owner_and_mode_stay_with_a_changed_file() {
     echo a=1 >"$root/etc/f"
     chmod 2640 "$root/etc/f"
     ((EUID != 0)) || { chown 12:34 "$root/etc/f" && chmod 2640 "$root/etc/f"; }
+    local before
     before=$(stat -c '%a %u %g' "$root/etc/f")
     expect_code 0 morvctl conf set /etc/f a=2
     [[ $(stat -c '%a %u %g' "$root/etc/f") == "$before" ]] || fail "$(stat -c '%a %u %g' "$root/etc/f")"
@@ -52,14 +53,14 @@ test_a_held_lock_ends_with_exit_code_4() {
     local name
     for name in morvinfo alias; do
         expect_failure 4 "morvctl: cannot lock /etc/$name.conf: another program holds the lock (ERR_LOCK_FAILED)" \
-            morvctl lock run morvinfo -- env ${EMULATOR-} "$TOOLS/morvctl" conf set --timeout 0 /etc/$name.conf a=2
+            morvctl lock run morvinfo -- "${morvctl_words[@]}" conf set --timeout 0 "/etc/$name.conf" a=2
     done
-    expect_code 0 morvctl lock run pw -- env ${EMULATOR-} "$TOOLS/morvctl" conf set --timeout 0 /etc/morvinfo.conf a=3
-    expect_output 3 morvctl lock run morvinfo -- env ${EMULATOR-} "$TOOLS/morvctl" conf get /etc/morvinfo.conf a
+    expect_code 0 morvctl lock run pw -- "${morvctl_words[@]}" conf set --timeout 0 /etc/morvinfo.conf a=3
+    expect_output 3 morvctl lock run morvinfo -- "${morvctl_words[@]}" conf get /etc/morvinfo.conf a
     expect_failure 4 '*take the lock pw: another program holds the lock (ERR_LOCK_FAILED)' \
-        morvctl lock run 0x30 --shared -- env ${EMULATOR-} "$TOOLS/morvctl" lock run pw --timeout 0 -- true
+        morvctl lock run 0x30 --shared -- "${morvctl_words[@]}" lock run pw --timeout 0 -- true
     expect_code 0 \
-        morvctl lock run pw --shared -- env ${EMULATOR-} "$TOOLS/morvctl" lock run pw --shared --timeout 0 -- true
+        morvctl lock run pw --shared -- "${morvctl_words[@]}" lock run pw --shared --timeout 0 -- true
 }
 
 test_lock_run_passes_on_exit_codes_and_signals() {
@@ -73,8 +74,8 @@ test_lock_run_passes_on_exit_codes_and_signals() {
     local runner=$!
     until grep -q ready "$scratch/signal"; do sleep 0.05; done
     # The shell's own child is the emulator or the tool itself; find it below the subshell.
-    kill -TERM "$(pgrep -P $runner || echo $runner)"
-    wait $runner
+    kill -TERM "$(pgrep -P "$runner" || echo "$runner")"
+    wait "$runner"
     code=$?
     [[ $code == 5 && $(tail -n1 "$scratch/signal") == told ]] || fail "code $code, $(cat "$scratch/signal")"
 }
@@ -124,29 +125,49 @@ test_forty_parallel_sets_keep_forty_keys() {
 }
 
 test_a_failing_system_call_leaves_the_old_file() {
-    if [[ -n ${EMULATOR-} ]] || ! strace -o /dev/null true 2>/dev/null; then
+    if ((${#emulator[@]})) || ! strace -o /dev/null true 2>/dev/null; then
         skip "strace cannot trace the tool here"
         return
     fi
-    local calls name wanted pattern command before
+    local command file calls errno wanted name pattern write when
+    # The leak checker traces, too, and a process has one tracer.
     export ASAN_OPTIONS=detect_leaks=0
-    while read -r calls name wanted pattern; do
-        for command in 'conf set /etc/f a=2' 'conf set /etc/f a=2 b=3' 'section set /etc/f s k=2' 'line delete /etc/f a'; do
-            printf 'a=1\n[s]\nk=1\n' >"$root/etc/f"
-            morvctl conf get /etc/f a >/dev/null
+    old_files() {
+        printf 'a=1\n[s]\nk=1\n' >"$root/etc/f"
+        rm -f "$root/etc/new"
+    }
+    for command in 'conf set /etc/f a=2' 'conf set /etc/f a=2 b=3' 'conf set /etc/f b=3' 'conf unset /etc/f a' \
+        'section set /etc/f s k=2' 'section rename /etc/f s t' 'section remove /etc/f s' 'line set /etc/f a b' \
+        'line delete /etc/f a' 'line replace /etc/f a b' 'conf set /etc/new a=1'; do
+        read -r _ _ file _ <<<"$command"
+        # Which of its writes is the first one into the folder: messages and sanitizers write as well.
+        old_files
+        # shellcheck disable=SC2086
+        strace -y -o "$scratch/trace" -e trace=write "$TOOLS/morvctl" $command
+        write=$(awk -v folder="<$root/etc/" '{ ++n } index($1, folder) { print n; exit }' "$scratch/trace")
+        [[ -n $write ]] || fail "$command writes nothing"
+        while read -r calls errno wanted name pattern; do
+            # A new file has no owner and mode to be given.
+            [[ $calls$file != ?fchmod/etc/new ]] || continue
+            when=1+
+            [[ $calls != write ]] || when=$write
+            old_files
             # shellcheck disable=SC2086
-            expect_failure "$wanted" "morvctl: cannot write /etc/f: ${pattern//_/ } (ERR_$name)" \
-                strace -f -o /dev/null -e trace="$calls" -e inject="$calls:error=$([[ $wanted == 5 ]] && echo ENOSPC || echo EIO)" \
-                "$TOOLS/morvctl" $command
+            expect_failure "$wanted" "morvctl: cannot write $file: ${pattern//_/ } (ERR_$name)" \
+                strace -o /dev/null -e trace="$calls" -e inject="$calls:error=$errno:when=$when" "$TOOLS/morvctl" $command
             expect_file "$root/etc/f" $'a=1\n[s]\nk=1'
-            [[ $(ls "$root/etc") == f ]] || fail "$command left $(ls "$root/etc")"
-        done
-    done <<'END'
-?rename,?renameat,?renameat2 RENAME_FAILED 6 input/output_error
-?fsync,?fdatasync WRITE_FAILED 6 input/output_error
-?fsync,?fdatasync WRITE_FAILED 5 no_space_left_on_device
-?fchmod WRITE_FAILED 6 input/output_error
+            [[ $(ls "$root/etc") == f ]] || fail "$calls $errno: $command left $(ls "$root/etc")"
+        done <<'END'
+write ENOSPC 5 WRITE_FAILED no_space_left_on_device
+write EDQUOT 5 WRITE_FAILED disk_quota_exceeded
+write EIO 6 WRITE_FAILED input/output_error
+?fsync,?fdatasync EIO 6 WRITE_FAILED input/output_error
+?fsync,?fdatasync ENOSPC 5 WRITE_FAILED no_space_left_on_device
+?fchmod EIO 6 WRITE_FAILED input/output_error
+?rename,?renameat,?renameat2 EIO 6 RENAME_FAILED input/output_error
+?rename,?renameat,?renameat2 EACCES 6 RENAME_FAILED permission_denied
 END
+    done
 }
 
 test_a_full_standard_output_is_a_failure() {
