@@ -1,4 +1,4 @@
-/* Stores records in a record file and walks over them.
+/* Stores records in a record file, closes it, opens it again, and walks over them.
  *
  *     record_store FILE
  *
@@ -45,18 +45,47 @@ static int store_reserved(MORVBDB *db) {
     return result;
 }
 
-/* Passes over the reserved records. */
-static int walk(MORVBDB *db) {
+/* What is stored reaches the file when the store is closed. That call always answers 0 for a handle; what
+ * went wrong is in the error state alone. */
+static int close_store(MORVBDB *db) {
+    MLIBErrSet(ERR_SUCCESS);
+    MORVBDbClose(db);
+    return MLIBErrGet() == ERR_SUCCESS ? 0 : -1;
+}
+
+static int store(const char *path) {
+    MORVBDB *db = MORVBDbOpen(path, O_RDWR | O_CREAT | O_EXCL, 0);
+    if (!db) return -1;
+    if (store_users(db) == 0 && store_reserved(db) == 0) return close_store(db);
+    MORVBDbClose(db);
+    return -1;
+}
+
+/* In the order of the keys, passing over the reserved ones. */
+static int walk(const char *path) {
     void *key = NULL, *value = NULL;
     int key_size = 0, value_size = 0;
+    MORVBDB *db = MORVBDbOpen(path, O_RDONLY, 0);
+    if (!db) return -1;
     MORVBDbCursorSetType(db, MORV_BDB_FIRST);
     while (MORVBDbCursorGet(db, 1, &key, &key_size, &value, &value_size) == 0) {
         printf("%s -> %.*s\n", (const char *)key, value_size, (const char *)value);
         MORVBDbCursorSetType(db, MORV_BDB_NEXT);
     }
+    /* The end of a walk is a failure with a code of its own. */
+    const int result = MLIBErrGet() == ERR_STORE_END ? 0 : -1;
     MORVBDbFree(key);
     MORVBDbFree(value);
-    return MLIBErrGet() == ERR_STORE_END ? 0 : -1;
+    MORVBDbClose(db);
+    return result;
+}
+
+/* Codes of the record store have no name in the table. */
+static void report(const char *path) {
+    const int code = MLIBErrGet(), index = code >> 8;
+    const char *name = index >= 0 && index < errNum ? rgszErrMsg[index] : NULL;
+    fprintf(stderr, "record_store: %s: %s (0x%04X), set in %s line %d\n", path,
+            name ? name : "an error without a name", (unsigned)code, MORVErrorGetFile(), MORVErrorGetLine());
 }
 
 int main(int argc, char **argv) {
@@ -64,10 +93,9 @@ int main(int argc, char **argv) {
         fputs("usage: record_store FILE\n", stderr);
         return 2;
     }
-    MORVBDB *db = MORVBDbOpen(argv[1], O_RDWR | O_CREAT | O_EXCL, 0);
-    int result = -1;
-    if (db && store_users(db) == 0 && store_reserved(db) == 0) result = walk(db);
-    if (result != 0) fprintf(stderr, "record_store: %s: error 0x%04X\n", argv[1], (unsigned)MLIBErrGet());
-    if (db) MORVBDbClose(db);
-    return result == 0 ? 0 : 1;
+    if (store(argv[1]) != 0 || walk(argv[1]) != 0) {
+        report(argv[1]);
+        return 1;
+    }
+    return 0;
 }
