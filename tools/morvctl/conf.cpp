@@ -131,6 +131,7 @@ int set(const Session &session, const Args &args) {
 int unset(const Session &session, const Args &args) {
     std::string missing;
     const int code = change_file(session, args.file, [&](const std::string &path) {
+        check_readable({args.file, path});
         int dropped = 0;
         for (const std::string &key : args.items) {
             clear_errors();

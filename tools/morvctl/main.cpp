@@ -2,6 +2,7 @@
 #include <errno.h>
 #include <morvsdk/file.h>
 #include <stdio.h>
+#include <string.h>
 
 #include <algorithm>
 
@@ -22,22 +23,42 @@ std::string exit_code_help() {
     return text + "Commands that write take the lock of the file. 'morvctl COMMAND --help' tells more.";
 }
 
+// The innermost command that the parser understood, and its name, as "morvctl conf set".
+const CLI::App *innermost(const CLI::App &app, std::string &name) {
+    const CLI::App *command = &app;
+    name = app.get_name();
+    for (auto chosen = app.get_subcommands(); !chosen.empty(); chosen = command->get_subcommands()) {
+        command = chosen.front();
+        name.append(" ").append(command->get_name());
+    }
+    return command;
+}
+
+std::string with_hint(const CLI::App &app, const std::string &what) {
+    std::string name;
+    innermost(app, name);
+    return what + " (try '" + name + " --help')";
+}
+
 // What is wrong with the command line, as one sentence.
 std::string usage_error(const CLI::App &app, const CLI::ParseError &error) {
-    // The innermost command that the parser understood, as "morvctl conf set".
-    const CLI::App *innermost = &app;
-    std::string name = app.get_name();
-    for (auto chosen = app.get_subcommands(); !chosen.empty(); chosen = innermost->get_subcommands()) {
-        innermost = chosen.front();
-        name.append(" ").append(innermost->get_name());
+    std::string name;
+    const CLI::App *command = innermost(app, name);
+    const auto unknown = command->remaining();
+    if (!unknown.empty() && unknown.front().starts_with('-'))
+        return "there is no option '" + unknown.front() + "'";
+    if (!command->get_subcommands([](const CLI::App *) { return true; }).empty()) {
+        return unknown.empty() ? "a command is missing" : "there is no command '" + unknown.front() + "'";
     }
+    if (!unknown.empty()) return "'" + unknown.front() + "' is an argument too many";
     std::string what = error.what();
-    if (!innermost->get_subcommands([](const CLI::App *) { return true; }).empty()) {
-        const auto unknown = innermost->remaining();
-        what = unknown.empty() ? "a command is missing" : "there is no command '" + unknown.front() + "'";
+    // "--timeout: 1 required SECONDS missing"
+    if (const size_t end = what.find(": 1 required "); end != what.npos && what.ends_with(" missing")) {
+        what.replace(end, strlen(": 1 required "), " needs ");
+        what.resize(what.size() - strlen(" missing"));
     }
     std::replace(what.begin(), what.end(), '\n', ' ');
-    return what + " (try '" + name + " --help')";
+    return what;
 }
 
 int parse(CLI::App &app, int argc, char **argv) {
@@ -52,12 +73,12 @@ int parse(CLI::App &app, int argc, char **argv) {
         // --help and --version
         return app.exit(asked);
     } catch (const CLI::ParseError &error) {
-        fprintf(stderr, "morvctl: %s\n", usage_error(app, error).c_str());
+        fprintf(stderr, "morvctl: %s\n", with_hint(app, usage_error(app, error)).c_str());
         return int(Exit::kUsage);
     }
 }
 
-int run(Session &session) {
+int run(const CLI::App &app, Session &session) {
     try {
         set_root(session);
         MORVFileDurabilitySet(MORV_DURABLE);
@@ -66,7 +87,9 @@ int run(Session &session) {
         return code;
     } catch (const Failure &failure) {
         fflush(stdout);
-        fprintf(stderr, "morvctl: %s\n", failure.what());
+        const bool is_usage = failure.code == Exit::kUsage;
+        fprintf(stderr, "morvctl: %s\n",
+                (is_usage ? with_hint(app, failure.what()) : failure.what()).c_str());
         return int(failure.code);
     } catch (const std::exception &error) {
         fprintf(stderr, "morvctl: %s\n", error.what());
@@ -91,5 +114,5 @@ int main(int argc, char **argv) {
     MORVCTL_FAMILIES(ADD)
 #undef ADD
     if (const int code = parse(app, argc, argv); code >= 0) return code;
-    return run(session);
+    return run(app, session);
 }

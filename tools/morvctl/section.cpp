@@ -266,6 +266,7 @@ int rename(const Session &session, const Args &args) {
 int remove(const Session &session, const Args &args) {
     check_section(args.section);
     return change_file(session, args.file, [&](const std::string &path) {
+        check_readable({args.file, path});
         clear_errors();
         const int removed = ErrMLIBFileRemoveSection(path.c_str(), args.section.c_str());
         if (removed < 0) fail_library("write " + args.file);
