@@ -61,6 +61,20 @@ std::string usage_error(const CLI::App &app, const CLI::ParseError &error) {
     return what;
 }
 
+void describe(CLI::App &app, Session &session) {
+    app.set_version_flag("--version", "morvctl " MORV_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
+    app.require_subcommand(1);
+    app.footer(exit_code_help());
+    app.get_formatter()->column_width(30);
+    app.add_option("--root", session.root, "Work on the system below this folder (else $MORV_ROOT)")
+        ->type_name("DIR");
+    app.add_flag("--json", session.json, "Print one JSON document");
+#define ADD(family) add_##family##_commands(app, session);
+    MORVCTL_FAMILIES(ADD)
+#undef ADD
+}
+
 int parse(CLI::App &app, int argc, char **argv) {
     // The parser takes them from the back.
     std::vector<std::string> arguments;
@@ -78,41 +92,35 @@ int parse(CLI::App &app, int argc, char **argv) {
     }
 }
 
+// Usage errors that the command itself finds get the same hint as the parser's.
 int run(const CLI::App &app, Session &session) {
     try {
-        set_root(session);
-        MORVFileDurabilitySet(MORV_DURABLE);
-        const int code = session.command(session);
-        if (fflush(stdout) != 0 || ferror(stdout)) fail_system("write to standard output");
-        return code;
+        return session.command(session);
     } catch (const Failure &failure) {
-        fflush(stdout);
-        const bool is_usage = failure.code == Exit::kUsage;
-        fprintf(stderr, "morvctl: %s\n",
-                (is_usage ? with_hint(app, failure.what()) : failure.what()).c_str());
-        return int(failure.code);
-    } catch (const std::exception &error) {
-        fprintf(stderr, "morvctl: %s\n", error.what());
-        return int(Exit::kFailed);
+        if (failure.code != Exit::kUsage) throw;
+        throw Failure(Exit::kUsage, with_hint(app, failure.what()));
     }
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    Session session;
-    CLI::App app("Read and change the settings of the appliance.", "morvctl");
-    app.set_version_flag("--version", "morvctl " MORV_VERSION, "Print the version");
-    app.set_help_flag("-h,--help", "Print this help");
-    app.require_subcommand(1);
-    app.footer(exit_code_help());
-    app.get_formatter()->column_width(30);
-    app.add_option("--root", session.root, "Work on the system below this folder (else $MORV_ROOT)")
-        ->type_name("DIR");
-    app.add_flag("--json", session.json, "Print one JSON document");
-#define ADD(family) add_##family##_commands(app, session);
-    MORVCTL_FAMILIES(ADD)
-#undef ADD
-    if (const int code = parse(app, argc, argv); code >= 0) return code;
-    return run(app, session);
+    try {
+        Session session;
+        CLI::App app("Read and change the settings of the appliance.", "morvctl");
+        describe(app, session);
+        if (const int code = parse(app, argc, argv); code >= 0) return code;
+        set_root(session);
+        MORVFileDurabilitySet(MORV_DURABLE);
+        const int code = run(app, session);
+        if (fflush(stdout) != 0 || ferror(stdout)) fail_system("write to standard output");
+        return code;
+    } catch (const Failure &failure) {
+        fflush(stdout);
+        fprintf(stderr, "morvctl: %s\n", failure.what());
+        return int(failure.code);
+    } catch (const std::exception &error) {
+        fprintf(stderr, "morvctl: %s\n", error.what());
+        return int(Exit::kFailed);
+    }
 }

@@ -21,7 +21,7 @@ namespace morv {
 namespace {
 
 constexpr int kAttempts = 10;
-constexpr size_t kOpenMemory = 64 * 1024;  // opening a btree takes a quarter of it, in small blocks
+constexpr size_t kOpenMemory = size_t{64} * 1024;  // opening a btree takes a quarter of it, in small blocks
 
 // The files found sound last. A process opens the same few stores over and over, and looking through a store
 // costs more than opening it.
