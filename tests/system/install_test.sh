@@ -84,21 +84,26 @@ for language in c cxx; do
         grep -q "morvsdk_DIR:PATH=$prefix/lib/cmake/morvsdk" "$scratch/$language/build/CMakeCache.txt"
 done
 
-log=$scratch/example.log
+mkdir -p "$scratch/root/tmp"
+export MORV_ROOT=$scratch/root
+conf=$scratch/settings.conf
 for how in . build; do
-    rm -f "$log"
-    c=$scratch/c/$how/example
-    expect "C logs" same "$("$c" "$log" "disk 2 replaced" 2>&1)" "logged to $log"
-    expect "C appended its message" same "$(cat "$log")" "disk 2 replaced"
-    expect "C names the failure and its place" same \
-        "$("$c" /no/such/dir/log x 2>&1 | sed 's/line [1-9][0-9]*$/line N/')" \
-        "/no/such/dir/log: ERR_OPEN_FAILED (0x0900), set in error_log_set line N"
+    rm -f "$scratch/store" "$conf"
+    c=$scratch/c/$how/record_store
+    expect "C stores and walks in the order of the keys" same "$("$c" "$scratch/store" 2>&1 | cut -d' ' -f1 | xargs)" \
+        "ADMIN ALICE GUEST"
+    expect "C names the failure and its place" same "$("$c" /no/such/dir/store 2>&1 | sed 's/line [1-9][0-9]*$/line N/')" \
+        "record_store: /no/such/dir/store: ERR_FILE_NOT_FOUND (0x0700), set in bdb_open line N"
 
-    cxx=$scratch/cxx/$how/example
-    expect "C++ logs" same "$("$cxx" "$log" 2>&1)" "started a new log in $log"
-    expect "C++ began anew" same "$(cat "$log")" "started"
-    expect "C++ names the failure" same "$("$cxx" /no/such/dir/log 2>&1)" "/no/such/dir/log: ERR_OPEN_FAILED"
+    cxx=$scratch/cxx/$how/settings
+    printf '# kept\nboots="9"\nname="attic"\n' >"$conf"
+    expect "C++ counts up" same "$("$cxx" "$conf" boots 2>&1) $("$cxx" "$conf" new 2>&1)" "10 1"
+    expect "C++ changed just its lines" same "$(cat "$conf")" $'# kept\nboots="10"\nname="attic"\nnew="1"'
+    expect "C++ lists" same "$("$cxx" "$conf" 2>&1)" $'boots = 10\nname = attic\nnew = 1'
+    expect "C++ names the failure" same "$("$cxx" /no/such/dir/f 2>&1)" "settings: /no/such/dir/f: ERR_OPEN_FAILED"
 done
+expect "counting up from many programs at once loses no count" same \
+    "$(for _ in {1..20}; do "$scratch/cxx/settings" "$conf" boots >/dev/null & done; wait; "$scratch/cxx/settings" "$conf" boots)" 31
 
 # Whatever the tree has of the optional parts is installed where it is looked for.
 for page in "$source_dir"/docs/man/*.[1-8]; do

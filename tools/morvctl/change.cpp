@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <morvsdk/file.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -89,15 +88,6 @@ int change_file(const Session &session, const std::string &name,
         print_raw(shown);
     }
     return int(Exit::kDone);
-}
-
-void end_last_line(const std::string &path, const std::string &name) {
-    const Target target{name, path};
-    if (!exists(target)) return;
-    const std::string content = read_content(target);
-    if (content.empty() || content.back() == '\n') return;
-    clear_errors();
-    if (MLIBFileAddLine(path.c_str(), nullptr, "", MORV_LINE_AFTER) < 0) fail_library("write " + name);
 }
 
 }  // namespace morvctl

@@ -14,7 +14,4 @@ namespace morvctl {
 int change_file(const Session &session, const std::string &name,
                 const std::function<int(const std::string &path)> &apply);
 
-// Ends the last line of a file if it has no line feed, so that what is added next is a line of its own.
-void end_last_line(const std::string &path, const std::string &name);
-
 }  // namespace morvctl

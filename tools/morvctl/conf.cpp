@@ -76,19 +76,28 @@ int get(const Session &session, const Args &args) {
     return int(Exit::kDone);
 }
 
+// The library adds a key directly behind the last byte. If a last line has no line feed, and a key is to be
+// added, the line gets one first: a key that the file does not hold is appended in a format that shows
+// nothing of it.
+void end_last_line(const Target &target, const Pairs &pairs) {
+    if (!exists(target)) return;
+    const std::string content = read_content(target);
+    if (content.empty() || content.back() == '\n') return;
+    for (const auto &pair : pairs) {
+        clear_errors();
+        const int added = MLIBFileAppendKey(target.path.c_str(), pair.first.c_str(), "", "%.0s%.0s\n");
+        if (added < 0) fail_library("write " + target.name);
+        if (added > 0) return;
+    }
+}
+
 // Sets the pairs: one as MLIBFileSetKeyValue does; several in one rewrite, so that all are there or none.
 // That one leaves further lines of a key as they are; where they would say otherwise, they go as well.
 int set_pairs(const std::string &path, const std::string &name, const Pairs &pairs, bool quote) {
     const char *format = quote ? kQuotedFormat : kPlainFormat;
     const Target target{name, path};
     std::string value;
-    if (exists(target)) {
-        for (const auto &pair : pairs) {
-            if (get_value(target, pair.first, 0, value)) continue;
-            end_last_line(path, name);
-            break;
-        }
-    }
+    end_last_line(target, pairs);
     const auto set_one = [&](const std::string &key, const std::string &text) {
         clear_errors();
         if (MLIBFileSetKeyValue(path.c_str(), key.c_str(), text.c_str(), format) < 0)
@@ -122,6 +131,7 @@ int set(const Session &session, const Args &args) {
 int unset(const Session &session, const Args &args) {
     std::string missing;
     const int code = change_file(session, args.file, [&](const std::string &path) {
+        check_readable({args.file, path});
         int dropped = 0;
         for (const std::string &key : args.items) {
             clear_errors();

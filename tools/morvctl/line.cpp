@@ -19,6 +19,8 @@ namespace {
 struct Args {
     std::string file;
     std::vector<std::string> texts;  // PATTERN and LINE, as far as the command has them
+    std::string old_text;
+    std::string new_text;
     std::string fields;
     std::string separator = ":";
     bool by_fields = false;
@@ -36,9 +38,10 @@ struct Args {
     }
 };
 
-[[noreturn]] void fail_not_found(const Args &args) {
-    throw Failure(Exit::kNotFound,
-                  "cannot find the line in " + args.file + " (" + error_name(ERR_KEY_NOT_FOUND) + ")");
+[[noreturn]] void fail_not_found(const Args &args, const std::string &pattern) {
+    const std::string wanted = args.by_fields ? "the fields '" + escape(args.fields) : "'" + escape(pattern);
+    throw Failure(Exit::kNotFound, "cannot find a line with " + wanted + "' in " + args.file + " (" +
+                                       error_name(ERR_KEY_NOT_FOUND) + ")");
 }
 
 [[noreturn]] void fail_usage(const char *sentence) {
@@ -92,7 +95,7 @@ std::string find_line(const Target &target, const Args &args) {
         const int result =
             MLIBFileGetLineByKey(target.path.c_str(), fields.get(), args.separator.c_str(), &line);
         if (result < 0) fail_library("read " + target.name);
-        if (result == 0) fail_not_found(args);
+        if (result == 0) fail_not_found(args, "");
         const std::unique_ptr<char, decltype(&free)> owner(line, &free);
         return line;
     }
@@ -104,7 +107,7 @@ std::string find_line(const Target &target, const Args &args) {
             line.resize(size_t(result) - 1);
             return line;
         }
-        if (result == 0) fail_not_found(args);
+        if (result == 0) fail_not_found(args, args.texts[0]);
         if (MLIBErrGet() != ERR_NOT_ENOUGH_MEMORY || line.size() > (1U << 30))
             fail_library("read " + target.name);
         line.resize(line.size() * 2);
@@ -123,9 +126,9 @@ int find(const Session &session, const Args &args) {
     return int(Exit::kDone);
 }
 
-int checked(int result, const Args &args) {
+int checked(int result, const Args &args, const std::string &pattern = "") {
     if (result < 0) fail_library("write " + args.file);
-    if (result == 0) fail_not_found(args);
+    if (result == 0) fail_not_found(args, pattern);
     return result;
 }
 
@@ -139,10 +142,10 @@ int add(const Session &session, const Args &args) {
     const char *pattern = args.texts.size() > 1 ? args.texts[1].c_str() : nullptr;
     if (pattern && *pattern == '\0') refuse("an empty pattern would match any line");
     return change_file(session, args.file, [&](const std::string &path) {
-        if (!args.before) end_last_line(path, args.file);
         clear_errors();
         if (!args.by_fields)
-            return checked(MLIBFileAddLine(path.c_str(), pattern, line.c_str(), args.flags()), args);
+            return checked(MLIBFileAddLine(path.c_str(), pattern, line.c_str(), args.flags()), args,
+                           pattern ? pattern : "");
         List fields;
         fill_fields(args, fields);
         return checked(
@@ -152,20 +155,15 @@ int add(const Session &session, const Args &args) {
     });
 }
 
-// The library would make a missing file; a line that is to be there cannot be in it.
-void check_exists(const std::string &path, const Args &args) {
-    read_content({args.file, path});
-}
-
 int set(const Session &session, const Args &args) {
     const std::string line = check_texts(args, true);
     return change_file(session, args.file, [&](const std::string &path) {
-        check_exists(path, args);
+        check_readable({args.file, path});
         clear_errors();
         if (!args.by_fields) {
             return checked(MLIBFileSetLine(path.c_str(), args.texts[0].c_str(), line.c_str(),
                                            args.flags() & ~MORV_LINE_AFTER),
-                           args);
+                           args, args.texts[0]);
         }
         if (args.last) fail_usage("--last is not for --fields here: all lines that match are set");
         List fields;
@@ -179,7 +177,7 @@ int remove(const Session &session, const Args &args) {
     check_texts(args, false);
     return change_file(session, args.file, [&](const std::string &path) {
         const Target target{args.file, path};
-        check_exists(path, args);
+        check_readable(target);
         std::string pattern;
         int flags = 0;
         if (args.by_fields) {
@@ -194,17 +192,18 @@ int remove(const Session &session, const Args &args) {
             flags = args.flags() & ~MORV_LINE_AFTER;
         }
         clear_errors();
-        return checked(MLIBFileSetLine(path.c_str(), pattern.c_str(), nullptr, flags), args);
+        return checked(MLIBFileSetLine(path.c_str(), pattern.c_str(), nullptr, flags), args, pattern);
     });
 }
 
 int replace(const Session &session, const Args &args) {
-    const std::string &old_text = args.texts.at(0);
-    const std::string &new_text = args.texts.at(1);
+    const std::string &old_text = args.old_text;
+    const std::string &new_text = args.new_text;
     if (old_text.empty()) refuse("the text to replace is empty");
     check_one_line("the text to replace", old_text);
     check_one_line("the new text", new_text);
     return change_file(session, args.file, [&](const std::string &path) {
+        check_readable({args.file, path});
         clear_errors();
         const int replaced = MLIBFileReplaceSubStr(path.c_str(), old_text.c_str(), new_text.c_str());
         if (replaced < 0) fail_library("write " + args.file);
@@ -268,10 +267,8 @@ void add_line_commands(CLI::App &app, Session &session) {
     }
     {
         auto [command, args] = add_one(Kind::kWrites, "replace", "Replace a text everywhere", replace);
-        add_texts(command, "OLD", args.texts, "The text, and the one to stand in its place")
-            ->required()
-            ->expected(2)
-            ->option_text("NEW REQUIRED");
+        add_text(command, "OLD", args.old_text, "The text")->required();
+        add_text(command, "NEW", args.new_text, "What is to stand in its place")->required();
     }
 }
 

@@ -40,7 +40,7 @@ uint32_t parse_bit(const std::string &text) {
         known |= lock.bit;
     const bool is_number = !text.empty() && isdigit(static_cast<unsigned char>(text[0])) && *end == '\0';
     if (!is_number || errno != 0 || number == 0 || (number & ~static_cast<unsigned long>(known)) != 0) {
-        throw Failure(Exit::kUsage, "there is no lock '" + escape(text) + "' (try 'morvctl lock list')");
+        throw Failure(Exit::kUsage, "'morvctl lock list' names no lock '" + escape(text) + "'");
     }
     return uint32_t(number);
 }

@@ -2,6 +2,7 @@
 #include <errno.h>
 #include <morvsdk/file.h>
 #include <stdio.h>
+#include <string.h>
 
 #include <algorithm>
 
@@ -22,22 +23,42 @@ std::string exit_code_help() {
     return text + "Commands that write take the lock of the file. 'morvctl COMMAND --help' tells more.";
 }
 
+// The innermost command that the parser understood, and its name, as "morvctl conf set".
+const CLI::App *innermost(const CLI::App &app, std::string &name) {
+    const CLI::App *command = &app;
+    name = app.get_name();
+    for (auto chosen = app.get_subcommands(); !chosen.empty(); chosen = command->get_subcommands()) {
+        command = chosen.front();
+        name.append(" ").append(command->get_name());
+    }
+    return command;
+}
+
+std::string with_hint(const CLI::App &app, const std::string &what) {
+    std::string name;
+    innermost(app, name);
+    return what + " (try '" + name + " --help')";
+}
+
 // What is wrong with the command line, as one sentence.
 std::string usage_error(const CLI::App &app, const CLI::ParseError &error) {
-    // The innermost command that the parser understood, as "morvctl conf set".
-    const CLI::App *innermost = &app;
-    std::string name = app.get_name();
-    for (auto chosen = app.get_subcommands(); !chosen.empty(); chosen = innermost->get_subcommands()) {
-        innermost = chosen.front();
-        name.append(" ").append(innermost->get_name());
+    std::string name;
+    const CLI::App *command = innermost(app, name);
+    const auto unknown = command->remaining();
+    if (!unknown.empty() && unknown.front().starts_with('-'))
+        return "there is no option '" + unknown.front() + "'";
+    if (!command->get_subcommands([](const CLI::App *) { return true; }).empty()) {
+        return unknown.empty() ? "a command is missing" : "there is no command '" + unknown.front() + "'";
     }
+    if (!unknown.empty()) return "'" + unknown.front() + "' is an argument too many";
     std::string what = error.what();
-    if (!innermost->get_subcommands([](const CLI::App *) { return true; }).empty()) {
-        const auto unknown = innermost->remaining();
-        what = unknown.empty() ? "a command is missing" : "there is no command '" + unknown.front() + "'";
+    // "--timeout: 1 required SECONDS missing"
+    if (const size_t end = what.find(": 1 required "); end != what.npos && what.ends_with(" missing")) {
+        what.replace(end, strlen(": 1 required "), " needs ");
+        what.resize(what.size() - strlen(" missing"));
     }
     std::replace(what.begin(), what.end(), '\n', ' ');
-    return what + " (try '" + name + " --help')";
+    return what;
 }
 
 void describe(CLI::App &app, Session &session) {
@@ -66,8 +87,18 @@ int parse(CLI::App &app, int argc, char **argv) {
         // --help and --version
         return app.exit(asked);
     } catch (const CLI::ParseError &error) {
-        fprintf(stderr, "morvctl: %s\n", usage_error(app, error).c_str());
+        fprintf(stderr, "morvctl: %s\n", with_hint(app, usage_error(app, error)).c_str());
         return int(Exit::kUsage);
+    }
+}
+
+// Usage errors that the command itself finds get the same hint as the parser's.
+int run(const CLI::App &app, Session &session) {
+    try {
+        return session.command(session);
+    } catch (const Failure &failure) {
+        if (failure.code != Exit::kUsage) throw;
+        throw Failure(Exit::kUsage, with_hint(app, failure.what()));
     }
 }
 
@@ -81,7 +112,7 @@ int main(int argc, char **argv) {
         if (const int code = parse(app, argc, argv); code >= 0) return code;
         set_root(session);
         MORVFileDurabilitySet(MORV_DURABLE);
-        const int code = session.command(session);
+        const int code = run(app, session);
         if (fflush(stdout) != 0 || ferror(stdout)) fail_system("write to standard output");
         return code;
     } catch (const Failure &failure) {

@@ -228,7 +228,6 @@ int set(const Session &session, const Args &args) {
         if (!exists(target) || !find_section(target, args.section, place)) {
             add_section(path, args, pairs);
         } else {
-            end_last_line(path, args.file);
             for (const auto &[key, value] : pairs)
                 set_key(path, args, key, value);
         }
@@ -253,7 +252,6 @@ int rename(const Session &session, const Args &args) {
             if (!flags)
                 refuse("the section " + args.section + " of " + args.file +
                        " stands among lines like its own");
-            end_last_line(path, args.file);
             clear_errors();
             if (MLIBFileSetLine(path.c_str(), place.lines[place.header].c_str(), header.c_str(), *flags) <
                 1) {
@@ -268,6 +266,7 @@ int rename(const Session &session, const Args &args) {
 int remove(const Session &session, const Args &args) {
     check_section(args.section);
     return change_file(session, args.file, [&](const std::string &path) {
+        check_readable({args.file, path});
         clear_errors();
         const int removed = ErrMLIBFileRemoveSection(path.c_str(), args.section.c_str());
         if (removed < 0) fail_library("write " + args.file);

@@ -124,4 +124,8 @@ std::string read_content(const Target &target) {
     }
 }
 
+void check_readable(const Target &target) {
+    read_content(target);
+}
+
 }  // namespace morvctl

@@ -29,4 +29,7 @@ bool exists(const Target &target);
 // The whole content of the file.
 std::string read_content(const Target &target);
 
+// Fails as reading the file does: for changes of what is to be there, and so never make a file.
+void check_readable(const Target &target);
+
 }  // namespace morvctl
