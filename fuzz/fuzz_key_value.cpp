@@ -4,6 +4,7 @@
 #include <morvsdk/internal/file.h>
 #include <stddef.h>
 
+#include <map>
 #include <vector>
 
 #include "input.h"
@@ -61,7 +62,29 @@ std::string with_key(std::string_view text, const std::string &key, const std::s
     return found ? result : result + key + "=" + value + "\n";
 }
 
-void read_all_ways(const char *path, const std::string &key) {
+std::string trimmed(std::string_view text) {
+    constexpr char kBlanks[] = " \t\r\n";
+    const size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == text.npos) return {};
+    text = text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+    const bool quoted = text.size() > 1 && text.front() == '"' && text.back() == '"';
+    return std::string(quoted ? text.substr(1, text.size() - 2) : text);
+}
+
+// The last line of a key decides.
+std::map<std::string, std::string> pairs_of(std::string_view text) {
+    std::map<std::string, std::string> pairs;
+    for (const std::string &line : lines_of(text)) {
+        const std::string shown = line.c_str();
+        const size_t equals = shown.find('=');
+        if (shown[0] == '#' || shown[0] == ';' || equals == shown.npos) continue;
+        const std::string key = trimmed(shown.substr(0, equals));
+        if (!key.empty()) pairs[key] = trimmed(shown.substr(equals + 1));
+    }
+    return pairs;
+}
+
+void read_all_ways(const char *path, std::string_view text, const std::string &key) {
     const int size = MLIBFileGetKeyValue(path, key.c_str(), nullptr, 0, 0);
     expect(size >= 0);
     std::string value(size_t(size), 'x');
@@ -72,6 +95,12 @@ void read_all_ways(const char *path, const std::string &key) {
     MLIBSZHASH *pairs = PshMLIBSzHashAlloc(512);
     MLIBSZLIST *wanted = PslMLIBSzListAlloc(512);
     expect(MLIBFileGetPair(path, &pairs) >= 0);
+    const auto expected = pairs_of(text);
+    expect(size_t(MLIBSzHashPairNum(pairs)) == expected.size());
+    for (const auto &[name, text_of_value] : expected) {
+        const char *stored = SzMLIBSzHashGetValue(pairs, name.c_str());
+        expect(stored && stored == text_of_value);
+    }
     PslSzHashRemoveAll(pairs);
     MLIBSzListPush(&wanted, key.c_str());
     expect(MLIBFileGetKeys(path, wanted, &pairs, "=") <= 1);
@@ -87,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string_view text(reinterpret_cast<const char *>(data), size);
     const std::string key = take_line(text), value = take_line(text);
     file.write(text);
-    read_all_ways(file.path(), key);
+    read_all_ways(file.path(), text, key);
 
     expect(MLIBFileSetKeyValue(file.path(), key.c_str(), value.c_str(), nullptr) == 1);
     const std::string set = file.read();

@@ -19,7 +19,8 @@
  * What holds for all of them
  *
  *   Failure   The error state (error.h) holds the code, and errno the reason of a failed system call.
- *             Output arguments are written on success only.
+ *             Output arguments are written on success only; a hash or list that a function fills may hold
+ *             a part of the answer after a failure.
  *   Writing   Unless a function says that it writes in place, it makes the new content in a temporary file
  *             "PATH.XXXXXX" beside the target (mode 0600 from its first moment, then the owner, group, mode,
  *             access list and extended attributes of the target), syncs it to disk and renames it over the
@@ -106,7 +107,8 @@ MORV_API int MLIBFileSetKeyValue(const char *path, const char *key, const char *
 
 /* Drops every line that holds the key.
  * Returns the number of lines dropped; 0 with ERR_KEY_NOT_FOUND, the file is then not rewritten; -1 with the
- * rewrite's codes, but without setting one when the file cannot be opened. */
+ * rewrite's codes, but without setting one when the file cannot be opened; a read error counts as
+ * ERR_WRITE_FAILED. */
 MORV_API int MLIBFileRemoveKey(const char *path, const char *key) MORV_NOEXCEPT;
 
 /* Adds a key that the file does not hold yet, in place at the end of the file. A missing file is made. After
@@ -124,13 +126,15 @@ MORV_API int MLIBFileAppendKey(const char *path, const char *key, const char *va
  * separators: the characters that end a key, for example "=".
  *
  * Returns the number of pairs in the hash afterwards. On a failure it returns 1, with the code set
- * (ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, ERR_OPEN_FAILED): look at the hash, not at the result. */
+ * (ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, ERR_OPEN_FAILED: also for a folder or a read error): look at the
+ * hash, not at the result. */
 MORV_API int MLIBFileGetKeys(const char *path, const MLIBSZLIST *wanted, MLIBSZHASH **hash,
                              const char *separators) MORV_NOEXCEPT;
 
 /* Sets and removes many keys in one rewrite. The first line of a key in set is replaced, its later lines
  * stay; the first line of a key in remove is dropped; keys of set that no line holds are added at the end, in
- * the hash's own order. An indented comment is a comment here. A missing file is made with mode 0644.
+ * the hash's own order. An indented comment is a comment here. A missing file is made with mode 0644 and the
+ * user and group of the process.
  *
  * set:    the pairs; used up: every pair written is removed from it. An empty key is not written.
  * remove: keys to remove (their values do not matter), used up likewise; or null.
@@ -144,8 +148,8 @@ MORV_API int MLIBFileSetKeys(const char *path, MLIBSZHASH *set, MLIBSZHASH *remo
  * key is skipped, but leaves ERR_BAD_PARAMETERS in the error state.
  *
  * hash: address of the caller's hash, which may move. What it held stays.
- * Returns the number of pairs in the hash afterwards, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or
- * ERR_OUT_OF_MEMORY. */
+ * Returns the number of pairs in the hash afterwards, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED (also
+ * for a folder or a read error) or ERR_OUT_OF_MEMORY. */
 MORV_API int MLIBFileGetPair(const char *path, MLIBSZHASH **hash) MORV_NOEXCEPT;
 
 /* Makes the file hold just the pairs of hash, in the hash's own order. It writes in place: after a crash or a
@@ -156,13 +160,13 @@ MORV_API int ErrMLIBFileSetPair(const char *path, const MLIBSZHASH *hash, const 
 
 /* Sets each pair of hash as MLIBFileSetKeyValue does, one rewrite a key; MLIBFileSetKeys does it in one.
  * Pairs written before a failure stay written. Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OP_FAILURE
- * (empty hash), ERR_NOT_ENOUGH_MEMORY, ERR_KEY_NOT_FOUND (a key without a value) or ERR_WRITE_FAILED (any
+ * (empty hash), ERR_KEY_NOT_FOUND (a key without a value) or ERR_WRITE_FAILED (any
  * failed rewrite). */
 MORV_API int MLIBFileMergePairs(const char *path, const MLIBSZHASH *hash, const char *format) MORV_NOEXCEPT;
 
 /* Answers 1 when the key's value equals expected but for the case of ASCII letters, 0 when it differs or
- * cannot be read (logged; a value of 512 bytes or more counts so), and fallback when the file has no such
- * key. */
+ * cannot be read (logged; a value of 512 bytes or more counts so) or an argument is null (not logged), and
+ * fallback when the file has no such key. */
 MORV_API int BlMORVFileCheckKeyValue(const char *path, const char *key, const char *expected,
                                      int fallback) MORV_NOEXCEPT;
 
@@ -349,6 +353,10 @@ enum {
 };
 
 /* Takes every lock of the request, or none of it.
+ *
+ * A lock that the process holds already keeps the mode it was first taken with until its last release, whatever
+ * the further requests ask for. So never ask for more than is held: only MORV_LOCK_WRITE on top of
+ * MORV_LOCK_READ is refused, with ERR_LOCK_FAILED; other such requests succeed and leave the lock shared.
  *
  * request: lock bits and mode.
  * timeout: in seconds; the request is tried every 50 ms until it is over, at least once. Without

@@ -15,7 +15,8 @@ static int store_pairs(char *text, size_t size, MLIBSZLIST *wanted, const char *
                        MLIBSZHASH **hash) noexcept {
     for (std::string_view line : Lines({text, size})) {
         if (is_comment(line)) continue;
-        line = up_to_nul(line);
+        // Without its end, or a value of nothing but blanks would end on the next line's first byte.
+        line = without_line_feed(up_to_nul(line));
         const size_t cut = line.find_first_of(separators);
         if (cut == 0 || cut == line.npos) continue;
         const std::string_view key = trim(line.substr(0, cut));

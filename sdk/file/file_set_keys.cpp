@@ -96,12 +96,14 @@ int rewrite(const char *path, MLIBSZHASH *set, MLIBSZHASH *remove, const char *f
     FileEdit file;
     if (int code = file.open(path, FileEdit::kMayCreate, ERR_WRITE_FAILED)) return code;
     KeysToDo to_set(set);
-    KeysToDo to_remove(remove);
+    KeysToDo others(remove);
+    // A key that leaves a hash is gone from both if they are one.
+    KeysToDo &to_remove = remove == set ? to_set : others;
     if (!to_set.allocate() || !to_remove.allocate()) return ERR_OUT_OF_MEMORY;
     return no_throw([&] {
         std::string content;
         if (int code = set_keys(file.text(), to_set, to_remove, format, content, changed)) return code;
-        if (int code = file.commit(content, 0644)) return code;
+        if (int code = file.commit(content, FileEdit::kOwn)) return code;
         to_set.remove_done(true);
         to_remove.remove_done(false);
         return 0;

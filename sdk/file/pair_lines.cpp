@@ -14,7 +14,8 @@ int store_pairs(FileText &file, std::string_view part, const char *skipped, MLIB
     bool bad_line = false;
     for (std::string_view line : Lines(part)) {
         if (strchr(skipped, line[0]) && line[0]) continue;
-        line = up_to_nul(line);
+        // Without its end, or a value of nothing but blanks would end on the next line's first byte.
+        line = without_line_feed(up_to_nul(line));
         const size_t equals = line.find('=');
         const std::string_view key = equals == line.npos ? std::string_view() : trim(line.substr(0, equals));
         if (key.empty()) {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "support/hashes.h"
+#include "support/process.h"
 #include "support/scratch.h"
 
 using namespace testing_support;
@@ -199,6 +200,24 @@ TEST(SetKeyValue, KeepsOwnerModeAttributesAndLinks) {
     EXPECT_EQ(root.read("real"), "key=2\n");
 }
 
+TEST(SetKeyValue, KeepsSetUserIdForItsOwnerToo) {
+    ScratchRoot root;
+    const std::string path = root.write("f", "key=1\n", 0755);
+    // As root writing clears nothing, so an ordinary owner it is.
+    const bool owned =
+        geteuid() != 0 || (chmod(root.dir().c_str(), 0777) == 0 && chown(path.c_str(), 1234, 1234) == 0);
+    ASSERT_TRUE(owned);
+    ASSERT_EQ(chmod(path.c_str(), 06755), 0);
+    EXPECT_EQ(in_child([&] {
+                  if (geteuid() == 0 && (setgid(1234) != 0 || setuid(1234) != 0)) return 2;
+                  return MLIBFileSetKeyValue(path.c_str(), "key", "2", nullptr) == 1 ? 0 : 1;
+              }),
+              0);
+    struct stat st;
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, mode_t(06755));
+}
+
 TEST(SetKeyValue, MakesAMissingFileByTheUmask) {
     ScratchRoot root;
     const mode_t mask = umask(027);
@@ -279,6 +298,14 @@ TEST(SetKeys, ReplacesRemovesAndAddsInOneRewrite) {
     EXPECT_EQ(remove.pairs(), (Pairs{{"nowhere", ""}})) << "what was not handled stays";
 }
 
+TEST(SetKeys, RemovesAKeyForGoodWhenBothHashesAreOne) {
+    ScratchRoot root;
+    Hash both{{"a", "1"}};
+    EXPECT_EQ(MLIBFileSetKeys(root.write("f", "a=0\nb=1\n").c_str(), both.get(), both.get(), nullptr), 1);
+    EXPECT_EQ(root.read("f"), "b=1\n");
+    EXPECT_EQ(both.pairs(), Pairs{});
+}
+
 TEST(SetKeys, KeepsItsHashesWhenNothingWasWritten) {
     ScratchRoot root;
     Hash set{{"a", "1"}, {"b", "line\nfeed"}};
@@ -288,12 +315,15 @@ TEST(SetKeys, KeepsItsHashesWhenNothingWasWritten) {
     EXPECT_EQ(root.read("f"), "a=0\n");
 
     const mode_t mask = umask(077);
+    const bool foreign =
+        chown(root.dir().c_str(), uid_t(-1), 34) == 0 && chmod(root.dir().c_str(), 02755) == 0;
     Hash fresh{{"a", "1"}};
     EXPECT_EQ(MLIBFileSetKeys(root.path("new").c_str(), fresh.get(), nullptr, "%s=\"%s\"\n"), 1);
     umask(mask);
     struct stat st;
     ASSERT_EQ(stat(root.path("new").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, mode_t(0644)) << "whatever the umask";
+    EXPECT_EQ(st.st_gid, getegid()) << "whatever the folder's group; foreign: " << foreign;
     EXPECT_EQ(root.read("new"), "a=\"1\"\n");
     EXPECT_EQ(MLIBFileSetKeys(nullptr, fresh.get(), nullptr, nullptr), -1);
     EXPECT_EQ(MLIBFileSetKeys("x", nullptr, nullptr, nullptr), -1);
@@ -327,6 +357,22 @@ TEST(GetKeys, ReadsAllOrTheWantedOnes) {
     EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
     EXPECT_EQ(MLIBFileGetKeys(path.c_str(), nullptr, none.address(), nullptr), 1);
     EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
+}
+
+TEST(ReadersOfPairs, DoNotLoseTheLineAfterAnEmptyValue) {
+    ScratchRoot root;
+    const Pairs pairs{{"a", ""}, {"b", "2"}, {"c", ""}, {"d", "4"}, {"e", ""}, {"f", "6"}, {"g", ""}};
+    const std::string path = root.write("f", "[s]\na=\nb=2\nc= \t \nd=4\ne=\r\nf=6\ng=\"\"\n");
+    Hash by_keys, by_wanted, by_pair, by_section;
+    List wanted({"b", "d", "f", "g", "a", "c", "e"});
+    EXPECT_EQ(MLIBFileGetKeys(path.c_str(), nullptr, by_keys.address(), "="), 7);
+    EXPECT_EQ(by_keys.pairs(), pairs);
+    EXPECT_EQ(MLIBFileGetKeys(path.c_str(), wanted.get(), by_wanted.address(), "="), 7);
+    EXPECT_EQ(by_wanted.pairs(), pairs);
+    EXPECT_EQ(MLIBFileGetPair(path.c_str(), by_pair.address()), 7);
+    EXPECT_EQ(by_pair.pairs(), pairs);
+    EXPECT_EQ(MLIBFileGetSection(path.c_str(), "s", by_section.address()), 7);
+    EXPECT_EQ(by_section.pairs(), pairs);
 }
 
 TEST(GetPair, ReadsEveryPairAndLeavesTheSplittersErrorBehind) {

@@ -14,8 +14,8 @@ MORV_API int MLIBIFileCheckFormat(const char *format) MORV_NOEXCEPT;
 MORV_API int MLIBIFileSetKeyValue(const char *path, const char *key, const char *value,
                                   const char *format) MORV_NOEXCEPT;
 
-/* Cuts line at its first "=" (one behind which a key starts: those at the very start are skipped) and answers
- * 1 when what stands before it, trimmed, is the key; else 0. A comment is not cut. Null: 0 with
+/* Cuts line at its first "=", not counting those at its very start, and answers 1 when what stands before the
+ * cut (and behind the skipped ones), trimmed, is the key; else 0. A comment is not cut. Null: 0 with
  * ERR_BAD_PARAMETERS. */
 MORV_API int MLIBILineKeyMatch(char *line, const char *key) MORV_NOEXCEPT;
 

@@ -23,14 +23,18 @@ int FileEdit::open(const char *path, Missing missing, int read_error) noexcept {
     return code == ERR_READ_FAILED ? read_error : code;
 }
 
-int FileEdit::commit(std::string_view content, mode_t new_mode) const noexcept {
-    if (!exists() && new_mode == kByUmask) {
+int FileEdit::commit(std::string_view content, NewFile new_file) const noexcept {
+    mode_t new_mode = 0644;
+    if (!exists() && new_file == kAsOpened) {
         const mode_t mask = umask(0);
         umask(mask);
         new_mode = 0666 & ~mask;
     }
     ReplacementFile file;
     if (int code = file.create(path_, fd_.get(), new_mode)) return code;
+    if (!exists() && new_file == kOwn) {
+        if (int code = file.own()) return code;
+    }
     if (int code = file.write(content)) return code;
     return file.commit();
 }

@@ -6,8 +6,6 @@
 //     return file.commit(content);
 #pragma once
 
-#include <sys/types.h>
-
 #include <string_view>
 
 #include "core/base/guard.h"
@@ -27,11 +25,13 @@ class FileEdit {
     bool exists() const noexcept { return bool(fd_); }
     std::string_view text() const noexcept { return text_.view(); }
 
-    // Replaces the target by a file with this content. A new one gets `new_mode`, by default 0666 less the
-    // umask. Answers the codes of a replacement file.
-    int commit(std::string_view content, mode_t new_mode = kByUmask) const noexcept;
+    enum NewFile {
+        kAsOpened,  // mode 0666 less the umask, and the group that its folder gives
+        kOwn        // mode 0644, and the user and group of the process
+    };
 
-    static constexpr mode_t kByUmask = mode_t(-1);
+    // Replaces the target by a file with this content. Answers the codes of a replacement file.
+    int commit(std::string_view content, NewFile new_file = kAsOpened) const noexcept;
 
   private:
     const char *path_ = nullptr;

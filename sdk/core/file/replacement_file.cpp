@@ -129,22 +129,31 @@ int ReplacementFile::create(const char *path, int old_fd, mode_t new_mode) noexc
     if (!fd_) return ERR_OPEN_FAILED;
     exists_ = true;
     if (old_fd >= 0) return adopt(old_fd);
-    return fchmod(fd_.get(), new_mode) == 0 ? 0 : ERR_WRITE_FAILED;
+    mode_ = new_mode;
+    return fchmod(fd_.get(), mode_) == 0 ? 0 : ERR_WRITE_FAILED;
 }
 
 int ReplacementFile::adopt(int old_fd) noexcept {
     struct stat st;
     if (fstat(old_fd, &st) != 0) return ERR_STAT_FAILED;
+    mode_ = st.st_mode & 07777;
     // The owner first: a change of owner clears the set-user-ID bits.
-    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || fchmod(fd_.get(), st.st_mode & 07777) != 0 ||
+    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || fchmod(fd_.get(), mode_) != 0 ||
         !copy_attributes(old_fd, fd_.get())) {
         return ERR_WRITE_FAILED;
     }
     return 0;
 }
 
+int ReplacementFile::own() noexcept {
+    return fchown(fd_.get(), geteuid(), getegid()) == 0 ? 0 : ERR_WRITE_FAILED;
+}
+
 int ReplacementFile::write(std::string_view content) noexcept {
-    return write_all(fd_.get(), content) ? 0 : ERR_WRITE_FAILED;
+    if (!write_all(fd_.get(), content)) return ERR_WRITE_FAILED;
+    // For all but root writing clears them, too.
+    if ((mode_ & (S_ISUID | S_ISGID)) && fchmod(fd_.get(), mode_) != 0) return ERR_WRITE_FAILED;
+    return 0;
 }
 
 int ReplacementFile::commit() noexcept {

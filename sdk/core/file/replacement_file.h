@@ -32,6 +32,9 @@ class ReplacementFile {
     // and access list of the open file `old_fd` before any content, or `new_mode` when `old_fd` is -1.
     int create(const char *path, int old_fd, mode_t new_mode) noexcept;
 
+    // Gives the temporary file the user and group of the process, whatever the folder's group is.
+    int own() noexcept;
+
     int write(std::string_view content) noexcept;
 
     // Syncs and closes the temporary file and renames it over the target.
@@ -42,6 +45,7 @@ class ReplacementFile {
 
     UniqueFd fd_;
     bool exists_ = false;
+    mode_t mode_ = 0;
     char target_[PATH_MAX];
     char temporary_[PATH_MAX];
 };
