@@ -1,0 +1,17 @@
+// The records of the comparisons on stores: 1,000 of about 100 bytes, keyed by name.
+#pragma once
+
+#include <utility>
+
+#include "bench.h"
+
+namespace bench {
+
+struct Records {
+    Records();
+    std::vector<std::pair<std::string, std::string>> all;
+    std::string key;  // one of them, to be got
+    std::string value;
+};
+
+}  // namespace bench
