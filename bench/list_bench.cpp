@@ -3,7 +3,7 @@
 #include "list_bench.h"
 
 #include <string.h>
-#include <unicode/ucasemap.h>
+#include <unicode/ustring.h>
 #include <unicode/uversion.h>
 
 #include <algorithm>
@@ -151,24 +151,25 @@ void add_unsorted_sets() {
                                                    }));
 }
 
-// The faster of ICU's ways: UTF-8 stays UTF-8, and the case map is opened once.
-bool icu_less(const UCaseMap *map, const char *a, const char *b) {
-    char upper_a[256];
-    char upper_b[256];
+// The faster of ICU's ways to upper-case both and compare: by way of UTF-16.
+bool icu_less(const char *a, const char *b) {
+    constexpr int kRoom = 256;
+    UChar wide_a[kRoom], wide_b[kRoom], upper_a[kRoom], upper_b[kRoom];
+    int32_t length_a, length_b;
     UErrorCode error = U_ZERO_ERROR;
-    ucasemap_utf8ToUpper(map, upper_a, sizeof upper_a, a, -1, &error);
-    ucasemap_utf8ToUpper(map, upper_b, sizeof upper_b, b, -1, &error);
-    return strcmp(upper_a, upper_b) < 0;
+    u_strFromUTF8(wide_a, kRoom, &length_a, a, -1, &error);
+    u_strFromUTF8(wide_b, kRoom, &length_b, b, -1, &error);
+    u_strToUpper(upper_a, kRoom, wide_a, length_a, "", &error);
+    u_strToUpper(upper_b, kRoom, wide_b, length_b, "", &error);
+    return u_strcmpCodePointOrder(upper_a, upper_b) < 0;
 }
 
 void add_case_sort(const char *work, Script script) {
-    UErrorCode error = U_ZERO_ERROR;
-    static UCaseMap *const map = ucasemap_open("", 0, &error);
     const Texts all = names(kNames, script);
     // Names that differ in case only have no order.
     Texts distinct = all;
     const auto less = [](const std::string &a, const std::string &b) {
-        return icu_less(map, a.c_str(), b.c_str());
+        return icu_less(a.c_str(), b.c_str());
     };
     std::sort(distinct.begin(), distinct.end(), less);
     distinct.erase(std::unique(distinct.begin(), distinct.end(),
@@ -197,7 +198,7 @@ void add_case_sort(const char *work, Script script) {
             },
             [](std::vector<const char *> texts, auto see) {
                 std::sort(texts.begin(), texts.end(),
-                          [](const char *a, const char *b) { return icu_less(map, a, b); });
+                          [](const char *a, const char *b) { return icu_less(a, b); });
                 see(texts);
             });
 }
