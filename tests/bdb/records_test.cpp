@@ -67,7 +67,9 @@ TEST(StoreRecords, ReserveKeysExistOnceAlsoWithDuplicates) {
     ASSERT_EQ(MORVBDbConfSyncTimeSet(store.db, 2), 0);
     ASSERT_EQ(store.set("#", "a"), 0);
     ASSERT_EQ(store.set("#", "b"), 0);
-    EXPECT_EQ(Walk().all(store, MORV_BDB_FIRST), "#=b #MORV@SYNC@TIME=" + std::string("\2\0\0\0 ", 5));
+    const int32_t time = 2;
+    const std::string stored(reinterpret_cast<const char *>(&time), sizeof time);
+    EXPECT_EQ(Walk().all(store, MORV_BDB_FIRST), "#=b #MORV@SYNC@TIME=" + stored + " ");
 }
 
 TEST(StoreArguments, AreRefusedWhenNullEmptyOrNegative) {

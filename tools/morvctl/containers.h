@@ -59,6 +59,7 @@ class List {
     }
     std::vector<std::string> items() const {
         std::vector<std::string> found;
+        found.reserve(size_t(list_->nItem));
         for (int i = 0; i < list_->nItem; ++i)
             found.emplace_back(SzMLIBSzListGet(list_, i));
         return found;

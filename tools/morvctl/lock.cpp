@@ -57,6 +57,7 @@ uint32_t parse_bits(const std::string &text) {
 
 [[noreturn]] void become(const std::vector<std::string> &command, const sigset_t &mask) {
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string &argument : command)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);

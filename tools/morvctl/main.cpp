@@ -40,6 +40,20 @@ std::string usage_error(const CLI::App &app, const CLI::ParseError &error) {
     return what + " (try '" + name + " --help')";
 }
 
+void describe(CLI::App &app, Session &session) {
+    app.set_version_flag("--version", "morvctl " MORV_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
+    app.require_subcommand(1);
+    app.footer(exit_code_help());
+    app.get_formatter()->column_width(30);
+    app.add_option("--root", session.root, "Work on the system below this folder (else $MORV_ROOT)")
+        ->type_name("DIR");
+    app.add_flag("--json", session.json, "Print one JSON document");
+#define ADD(family) add_##family##_commands(app, session);
+    MORVCTL_FAMILIES(ADD)
+#undef ADD
+}
+
 int parse(CLI::App &app, int argc, char **argv) {
     // The parser takes them from the back.
     std::vector<std::string> arguments;
@@ -57,8 +71,14 @@ int parse(CLI::App &app, int argc, char **argv) {
     }
 }
 
-int run(Session &session) {
+}  // namespace
+
+int main(int argc, char **argv) {
     try {
+        Session session;
+        CLI::App app("Read and change the settings of the appliance.", "morvctl");
+        describe(app, session);
+        if (const int code = parse(app, argc, argv); code >= 0) return code;
         set_root(session);
         MORVFileDurabilitySet(MORV_DURABLE);
         const int code = session.command(session);
@@ -72,24 +92,4 @@ int run(Session &session) {
         fprintf(stderr, "morvctl: %s\n", error.what());
         return int(Exit::kFailed);
     }
-}
-
-}  // namespace
-
-int main(int argc, char **argv) {
-    Session session;
-    CLI::App app("Read and change the settings of the appliance.", "morvctl");
-    app.set_version_flag("--version", "morvctl " MORV_VERSION, "Print the version");
-    app.set_help_flag("-h,--help", "Print this help");
-    app.require_subcommand(1);
-    app.footer(exit_code_help());
-    app.get_formatter()->column_width(30);
-    app.add_option("--root", session.root, "Work on the system below this folder (else $MORV_ROOT)")
-        ->type_name("DIR");
-    app.add_flag("--json", session.json, "Print one JSON document");
-#define ADD(family) add_##family##_commands(app, session);
-    MORVCTL_FAMILIES(ADD)
-#undef ADD
-    if (const int code = parse(app, argc, argv); code >= 0) return code;
-    return run(session);
 }

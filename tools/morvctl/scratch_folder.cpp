@@ -35,7 +35,7 @@ ScratchFolder::~ScratchFolder() {
 }
 
 std::string ScratchFolder::write(const char *name, const std::string &content, mode_t mode) const {
-    const std::string file = path(name);
+    std::string file = path(name);
     const Fd fd(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     for (size_t done = 0; fd && done < content.size();) {
         const ssize_t written = ::write(fd.get(), content.data() + done, content.size() - done);

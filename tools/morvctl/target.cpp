@@ -55,7 +55,7 @@ std::string resolve(const std::string &root, const std::string &path, const std:
         } else {
             drop_last_part(found);
         }
-        rest = link + rest;
+        rest.insert(0, link);
     }
     return root + (found.empty() ? "/" : found);
 }

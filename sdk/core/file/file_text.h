@@ -28,7 +28,7 @@ class FileText {
   private:
     bool grow() noexcept;
 
-    static constexpr size_t kInline = 32 * 1024;
+    static constexpr size_t kInline = size_t{32} * 1024;
     char inline_[kInline];
     char *data_ = inline_;
     size_t capacity_ = kInline;

@@ -75,7 +75,7 @@ struct Page {
     uint32_t data_start() const { return load16(at + 22); }
     unsigned level() const { return at[24]; }
     uint8_t type() const { return at[25]; }
-    uint32_t offset(uint32_t i) const { return load16(at + kPageHeader + 2 * i); }
+    uint32_t offset(uint32_t i) const { return load16(at + kPageHeader + size_t{2} * i); }
     const uint8_t *item(uint32_t i) const { return at + offset(i); }
 };
 

@@ -23,7 +23,7 @@ namespace {
 constexpr int kAttempts = 10;
 // Opening a btree takes a third of it, in small blocks. With 64 KiB or more, malloc would tidy up its heap at
 // each probe.
-constexpr size_t kOpenMemory = 48 * 1024;
+constexpr size_t kOpenMemory = size_t{48} * 1024;
 
 // The files found sound last. A process opens the same few stores over and over, and looking through a store
 // costs more than opening it.
