@@ -84,11 +84,50 @@ std::string text_of(MLIBSZLIST *list) {
     return all;
 }
 
-void require_equal(const std::string &name, std::string_view seen, std::string_view expected) {
-    if (seen == expected) return;
-    fprintf(stderr, "%s does other work.\nexpected: %.300s\nit gave: %.300s\n", name.c_str(),
-            std::string(expected).c_str(), std::string(seen).c_str());
-    give_up("nothing was measured");
+namespace {
+
+double median(std::vector<double> &values) {
+    const auto middle = values.begin() + static_cast<long>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+}  // namespace
+
+void Comparison::enter(const std::string &who, const std::string &seen, Call call) {
+    if (seen != expected_) {
+        fprintf(stderr, "%s of %s does other work.\nexpected: %.300s\nit gave: %.300s\n", who.c_str(),
+                work_.c_str(), expected_.c_str(), seen.c_str());
+        give_up("nothing was measured");
+    }
+    if (who == "ours" || who == "floor") {
+        together_.push_back({who, std::move(call)});
+    } else {
+        enter_benchmark({{who, std::move(call)}});
+    }
+}
+
+Comparison::~Comparison() {
+    if (!together_.empty()) enter_benchmark(together_);
+}
+
+void Comparison::enter_benchmark(const std::vector<Side> &sides) {
+    constexpr int kTurns = 16;  // the least of which a median is taken
+    const auto run = [sides](benchmark::State &state) {
+        std::vector<std::vector<double>> times(sides.size());
+        for (auto _ : state) {
+            double sum = 0;
+            for (size_t i = 0; i < kTurns * sides.size(); ++i) {
+                const size_t turn = i % sides.size();
+                times[turn].push_back(sides[turn].call());
+                sum += times[turn].back();
+            }
+            state.SetIterationTime(sum);
+        }
+        for (size_t i = 0; i < sides.size(); ++i)
+            state.counters[sides[i].who] = median(times[i]);
+    };
+    benchmark::RegisterBenchmark((work_ + "/" + sides[0].who).c_str(), run)->UseManualTime();
 }
 
 Area::Area(void (*add)()) {

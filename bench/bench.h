@@ -6,13 +6,14 @@
 //
 // A side hands its result to `see`. Before anything is measured each side runs once and what it handed over
 // is compared with `expected`; a side that does other work ends the run. While measuring, `see` only keeps
-// the compiler from leaving the work out. report.py reads the names "<work>/<side>" and holds the goals.
+// the compiler from leaving the work out. report.py reads the result and holds the goals.
 #pragma once
 
 #include <benchmark/benchmark.h>
 #include <morvsdk/list.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -66,60 +67,59 @@ struct Check {
 
 // ---- Registration ----------------------------------------------------------------------------------------
 
-void require_equal(const std::string &name, std::string_view seen, std::string_view expected);
+// Runs `work` on what `prepare` makes off the clock, and answers the seconds it took.
+template <class Prepare, class Work>
+auto timed(Prepare prepare, Work work) {
+    return [prepare, work](auto see) mutable {
+        using Clock = std::chrono::steady_clock;
+        auto prepared = prepare();
+        const Clock::time_point start = Clock::now();
+        work(std::move(prepared), see);
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    };
+}
 
+// The sides "ours" and "floor" take turns, call by call, in one benchmark: so they see the same machine, and
+// a disk whose speed changes from second to second. A peer has a benchmark of its own. Each benchmark has one
+// counter for each side, the median of its calls in seconds. A call should last a microsecond or more, next
+// to the clock.
 class Comparison {
   public:
     Comparison(std::string work, std::string expected)
         : work_(std::move(work)), expected_(std::move(expected)) {}
+    Comparison(const Comparison &) = delete;
+    Comparison &operator=(const Comparison &) = delete;
+    ~Comparison();
 
     template <class Work>
-    Comparison &side(const char *who, Work work) {
-        std::string seen;
-        work(Check{&seen});
-        return enter(who, seen, [work](benchmark::State &state) mutable {
-            for (auto _ : state)
-                work(Measure{});
-        });
+    Comparison &side(std::string_view who, Work work) {
+        return side(
+            who, [] { return 0; }, [work](int, auto see) mutable { work(see); });
     }
 
     // For work that uses something up: `prepare` makes it anew each time, off the clock.
     template <class Prepare, class Work>
-    Comparison &side(const char *who, Prepare prepare, Work work) {
+    Comparison &side(std::string_view who, Prepare prepare, Work work) {
+        auto once = timed(prepare, work);
         std::string seen;
-        work(prepare(), Check{&seen});
-        return enter(
-            who, seen,
-            [prepare, work](benchmark::State &state) mutable {
-                using Clock = std::chrono::steady_clock;
-                for (auto _ : state) {
-                    auto prepared = prepare();
-                    const Clock::time_point start = Clock::now();
-                    work(std::move(prepared), Measure{});
-                    state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-                }
-            },
-            true);
-    }
-
-  private:
-    template <class Run>
-    Comparison &enter(const char *who, const std::string &seen, Run run, bool own_clock = false) {
-        const std::string name = work_ + "/" + who;
-        require_equal(name, seen, expected_);
-        auto *const entry = benchmark::RegisterBenchmark(name.c_str(), std::move(run));
-        entry->Unit(benchmark::kMicrosecond);
-        // What waits for a disk counts.
-        if (own_clock) {
-            entry->UseManualTime();
-        } else {
-            entry->UseRealTime();
-        }
+        once(Check{&seen});
+        enter(std::string(who), seen, [once]() mutable { return once(Measure{}); });
         return *this;
     }
 
+  private:
+    using Call = std::function<double()>;  // answers its seconds
+    struct Side {
+        std::string who;
+        Call call;
+    };
+
+    void enter(const std::string &who, const std::string &seen, Call call);
+    void enter_benchmark(const std::vector<Side> &sides);
+
     std::string work_;
     std::string expected_;
+    std::vector<Side> together_;
 };
 
 inline Comparison compare(std::string work, std::string expected) {
@@ -138,6 +138,8 @@ void took_part(const char *name, const std::string &version);
 
 // A folder for the files of this run, removed at its end.
 struct Place {
+    bool in_memory() const { return name == std::string_view("memory"); }
+
     const char *name;  // "disk": below the build folder; "memory": below /dev/shm where that is memory
     std::string folder;
 };
