@@ -77,9 +77,10 @@ enum {
 
 /* Opens the store at path.
  *
- * flags:      as for open(2); O_RDONLY or O_RDWR, with O_CREAT to create a file that does not exist, O_EXCL
+ * flags:      as for open(2); O_RDONLY or O_RDWR (O_WRONLY counts as that), with O_CREAT to create a file that does not exist, O_EXCL
  *             to insist on that, O_TRUNC to empty a store that does
- * duplicates: 1 when a key may have several records; must match the way the file was created
+ * duplicates: 1 when a key may have several records: an existing file must have been made so. With 0 an
+ *             existing file keeps its own setting.
  *
  * A file that exists is never replaced, whatever it holds. A new file gets mode 0666 less the umask; for
  * root, an opened file is given mode 0666 whole. Opening never blocks on a FIFO, and creates nothing through
@@ -88,8 +89,8 @@ enum {
  * Returns a handle for MORVBDbClose, or null with
  *   ERR_BAD_PARAMETERS    path is null or empty
  *   ERR_OUT_OF_MEMORY
- *   ERR_STORE_INVALID     the file is empty, damaged or no record store, or its duplicates setting is
- *                         another one
+ *   ERR_STORE_INVALID     the file is empty, damaged or no record store, or lacks the duplicates asked for;
+ *                         or flags ask for O_TRUNC with O_RDONLY, or for no access
  *   ERR_ACCESS_DENIED     no permission
  *   ERR_NOT_ENOUGH_SPACE  the file system is full
  *   ERR_FILE_NOT_FOUND    no such file, and no O_CREAT
@@ -157,8 +158,8 @@ MORV_API int MORVBDbCursorGet(MORVBDB *db, int skipReserved, void **ppKey, int *
 MORV_API void MORVBDbFree(void *buffer) MORV_NOEXCEPT;
 
 /* Copies out the sync time: the modification time, in seconds since the epoch, of the system file that the
- * records were built from. *ppBuffer (null, or a block from malloc) receives 4 bytes, an int32_t in native
- * byte order.
+ * records were built from. *ppBuffer (null, or a block from malloc) becomes a block of the record's 4 bytes, an
+ * int32_t in native byte order.
  *
  * Returns 0, or -1 as MORVBDbGet; ERR_STORE_READ_FAILED also when the record does not hold 4 bytes. */
 MORV_API int MORVBDbConfSyncTimeGet(MORVBDB *db, void **ppBuffer) MORV_NOEXCEPT;

@@ -1,8 +1,8 @@
 /* The error codes of the library.
  *
- * A code is a 32-bit signed integer: an index shifted left by 8, its low byte zero. Indices 0 to 144 name
- * themselves through the table rgszErrMsg (error.h); the codes at the end of this header lie in gaps of that
- * table or beyond its end and have their name here only. */
+ * A code is a 32-bit signed integer: an index shifted left by 8, its low byte zero. Most indices
+ * from 0 to 144 have their name in the table rgszErrMsg (error.h), too; the codes at the end of this header
+ * lie in gaps of that table or beyond its end and have their name here only. */
 #ifndef MORVSDK_ERRCODES_H
 #define MORVSDK_ERRCODES_H
 

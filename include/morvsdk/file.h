@@ -31,7 +31,8 @@
  *             only with MORVFileDurabilitySet(MORV_DURABLE).
  *   Text      A key, a value or a section name that holds a line feed is refused by the writers
  *             (ERR_BAD_PARAMETERS): it would become lines of its own. A line of a file counts for matching
- *             up to its first NUL byte, and is copied with all of its bytes.
+ *             up to its first NUL byte, and is copied with all of its bytes; MLIBFileReplaceSubStr alone
+ *             looks behind the NUL, too.
  *   Formats   Writers of pairs take a print format for key and value, "%s=%s\n" when null. It may hold at
  *             most two conversions, each a "%s" (with width or precision as digits), and "%%"; anything
  *             else is refused with ERR_BAD_PARAMETERS.
@@ -172,14 +173,15 @@ MORV_API int BlMORVFileCheckKeyValue(const char *path, const char *key, const ch
 
 /* ---- Sectioned files ------------------------------------------------------------------------------------
  *
- * A section opens with a line "[name]": nothing before the "[", only blanks after the "]". Its body are the
- * lines up to the next such line. Names compare byte for byte. Lines before the first section belong to none.
- */
+ * A section opens with a line "[name]": nothing before the "[", only blanks after the "]" (here also vertical
+ * tab and form feed). Its body are the lines up to the next such line; readers, though, stop at any line that
+ * starts with "[". Names compare byte for byte. Lines before the first section belong to none.
+ *
+ * A writer of a section refuses a pair whose line would start with "[" (ERR_BAD_PARAMETERS). */
 
 /* Reads the pairs of the first section with that name into a hash. Lines that start with "#" or ";" but hold
- * a
- * "=" are pairs too. The body ends at any line that starts with "[". A line without "=" or key is skipped,
- * but leaves ERR_BAD_PARAMETERS in the error state.
+ * a "=" are pairs too; ErrMLIBFileSetSection, which keeps comments, would write them a second time. A line
+ * without "=" or key is skipped, but leaves ERR_BAD_PARAMETERS in the error state.
  *
  * hash: address of the caller's hash, which may move. What it held stays.
  * Returns the number of pairs in the hash afterwards, unchanged and without an error code when the file has
@@ -196,14 +198,20 @@ MORV_API int MLIBFileEnumSection(const char *path, MLIBSZLIST **list) MORV_NOEXC
 
 /* Adds a section with the pairs of hash, in place at the end of an existing file, on a line of its own (so an
  * empty file gets an empty line first). After a crash the file may end in a part of it; a failed write is
- * taken back. Returns 1; 0 without a code when the file has that section already; -1 with ERR_BAD_PARAMETERS,
- * ERR_OPEN_FAILED (also when the file is missing), ERR_WRITE_FAILED or ERR_OUT_OF_MEMORY. */
+ * taken back.
+ *
+ * hash: not null, but it may be empty.
+ * Returns 1; 0 without a code when the file has that section already; -1 with ERR_BAD_PARAMETERS,
+ * ERR_OPEN_FAILED (also when the file is missing), ERR_WRITE_FAILED or ERR_OUT_OF_MEMORY, and without a code
+ * when the file cannot be read to its end. */
 MORV_API int ErrMLIBFileAddSection(const char *path, const char *section, const MLIBSZHASH *hash,
                                    const char *format) MORV_NOEXCEPT;
 
 /* Replaces the content of every section with that name by the pairs of hash, in the hash's own order, and
- * renames it when new_name is not null. Its comment lines stay, after the pairs; its blank lines go. Returns
- * 1; 0 with ERR_KEY_NOT_FOUND when no section has that name; -1 with the rewrite's codes. */
+ * renames it when new_name is not null. Its comment lines stay, after the pairs; all its other lines go.
+ *
+ * hash: not null, but it may be empty.
+ * Returns 1; 0 with ERR_KEY_NOT_FOUND when no section has that name; -1 with the rewrite's codes. */
 MORV_API int ErrMLIBFileSetSection(const char *path, const char *section, const char *new_name,
                                    const MLIBSZHASH *hash, const char *format) MORV_NOEXCEPT;
 
@@ -211,9 +219,12 @@ MORV_API int ErrMLIBFileSetSection(const char *path, const char *section, const 
  * Returns 1; 0 with ERR_KEY_NOT_FOUND when no section has that name; -1 with the rewrite's codes. */
 MORV_API int ErrMLIBFileRemoveSection(const char *path, const char *section) MORV_NOEXCEPT;
 
-/* Sets one key of a section, making the section at the end of the file when it is missing. The section's
- * pairs are written in the hash's order, its comments after them. Returns 1, or -1 with the codes of
- * ErrMLIBFileAddSection, MLIBFileGetSection and ErrMLIBFileSetSection. */
+/* Sets one key of a section, making the section at the end of the file when it is missing. The pairs are
+ * written in the hash's order, the comments after them, other lines go; and so does what stands behind a line
+ * that starts with "[" but opens no section. Where several sections have the name, all get the pairs of the
+ * first. Returns 1, or -1 with the codes of ErrMLIBFileAddSection (also ERR_OPEN_FAILED for a missing file),
+ * MLIBFileGetSection and ErrMLIBFileSetSection; 0 with ERR_KEY_NOT_FOUND should the section vanish meanwhile.
+ */
 MORV_API int ErrSetSecKeyVal(const char *path, const char *section, const char *key, const char *value,
                              const char *format) MORV_NOEXCEPT;
 
@@ -229,7 +240,7 @@ enum {
     MORV_LINE_LAST = 0x1,    /* the last matching line counts, not the first */
     MORV_LINE_PREFIX = 0x2,  /* the pattern must stand at the start of the line */
     MORV_LINE_SUFFIX = 0x4,  /* the pattern must stand just before the line feed; not together with PREFIX,
-                                which  decides alone. A last line without line feed never matches */
+                                which decides alone. A last line without line feed never matches */
     MORV_LINE_AFTER = 0x200, /* insert after the line, or at the end of the file */
     MORV_LINE_NOCASE = 0x400 /* compare the upper-cased texts (UTF-8); invalid UTF-8 never matches */
 };
@@ -244,9 +255,11 @@ MORV_API int MLIBFileGetLine(const char *path, const char *pattern, char *buffer
 
 /* Inserts a line before the one that matches (after it with MORV_LINE_AFTER); without a pattern at the top of
  * the file, or at its end with MORV_LINE_AFTER, then in place: after a crash the file may end in a part of
- * the line. A last line without line feed gets one first. A missing file is made with the line.
+ * the line. A last line without line feed gets one first. A missing file is made with the line, whatever the
+ * pattern.
  *
- * pattern: or null. line: without line feed.
+ * pattern: or null; then only MORV_LINE_AFTER of the flags matters.
+ * line:    without line feed, which is added: one that ends in one is followed by an empty line.
  * Returns 1; 0 with ERR_KEY_NOT_FOUND; -1 with the rewrite's codes. */
 MORV_API int MLIBFileAddLine(const char *path, const char *pattern, const char *line,
                              int flags) MORV_NOEXCEPT;
@@ -288,7 +301,8 @@ MORV_API int MLIBFileReplaceSubStr(const char *path, const char *old_text,
                                    const char *new_text) MORV_NOEXCEPT;
 
 /* Finds the first line that equals text. The file is read in pieces of at most 1023 bytes, each counting as a
- * line, and the last character of each piece, its line feed, is left out of the comparison. Returns the
+ * line, and each is compared without its last character: the line feed, except in a last line that has none
+ * and inside of long lines. Returns the
  * number of the line, from 1; 0 without a code when there is none; -1 with ERR_BAD_PARAMETERS,
  * ERR_OPEN_FAILED or ERR_READ_FAILED. */
 MORV_API int MLIBFileMatchLineNo(const char *path, const char *text) MORV_NOEXCEPT;
@@ -299,9 +313,10 @@ MORV_API int MLIBFileMatchLineNo(const char *path, const char *text) MORV_NOEXCE
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_READ_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int MLIBFileReadLines(const char *path, MLIBSZLIST **list) MORV_NOEXCEPT;
 
-/* Pushes the names in a folder that match the pattern onto a list, "." and ".." left out. With
- * MORV_LINE_SUFFIX the pattern must stand at the end of the name.
+/* Pushes the names in a folder that match the pattern onto a list, in the folder's own order. "." and ".."
+ * are left out, and so are names that start with "#" or ";", as comments are in a file.
  *
+ * flags: MORV_LINE_PREFIX, MORV_LINE_SUFFIX (at the end of the name), MORV_LINE_NOCASE.
  * list: address of the caller's list, which may move. What it held stays.
  * Returns the number of names pushed, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_READ_FAILED or
  * ERR_OUT_OF_MEMORY. */

@@ -21,8 +21,9 @@
  * hole at any time, so do not rely on finding one.
  *
  * Lifetime. The caller owns every list that it receives and frees it with MLIBSzListFree. Pointers to items
- * point into the block and are valid until the block is replaced or freed. A text passed in may lie in the
- * list itself, and the second list of a set operation may be the first.
+ * point into the block and are valid until the block is replaced or freed; MLIBSzListSet may write over the
+ * text that it replaces, and what is inserted after MLIBSzListRemoveAll over any. A text passed in may lie in
+ * the list itself, and the second list of a set operation may be the first.
  *
  * A list holds at most 2147483647 bytes; what would need more fails with ERR_OUT_OF_MEMORY. */
 #ifndef MORVSDK_LIST_H
@@ -96,8 +97,9 @@ MORV_API const char *SzMLIBSzListGet(const MLIBSZLIST *pList, int index) MORV_NO
  *
  * Returns the index that the item has afterwards, or -1 with
  *   ERR_BAD_PARAMETERS  a null argument, an index outside the list; and always for a list in
- * SZLIST_MODE_CASESORT, although the item was replaced and the list sorted: look it up with
- * MLIBSzListCaseFind ERR_OUT_OF_MEMORY   the list could not grow; it is as it was */
+ *                       SZLIST_MODE_CASESORT, although the item was replaced and the list sorted: look it
+ *                       up with MLIBSzListCaseFind
+ *   ERR_OUT_OF_MEMORY   the list could not grow; it is as it was */
 MORV_API int MLIBSzListSet(MLIBSZLIST **ppList, int index, const char *sz) MORV_NOEXCEPT;
 
 /* Removes the item at index.
@@ -151,7 +153,7 @@ MORV_API int MLIBSzListSorted(const MLIBSZLIST *pList) MORV_NOEXCEPT;
  *
  * They return the result, or null with
  *   ERR_BAD_PARAMETERS  a null list, another flag, lists sorted in different modes; or both lists are in
- *                       SZLIST_MODE_CASESORT and one holds a text that is not valid UTF-8
+ *                       SZLIST_MODE_CASESORT and a text that is compared is not valid UTF-8
  *   ERR_OUT_OF_MEMORY   an allocation failed
  * After a failure a list that was to be changed in place is valid, but may hold a part of the result. */
 

@@ -3,10 +3,10 @@
  * Two things to know before passing a buffer:
  *
  * - Functions with a dst of `char *dst or null` work on string itself when dst is null (or is string), so
- * that its own buffer must have room for the result; with a dst they leave string alone. dst may overlap
- * string.
+ *   that its own buffer must have room for the result; with a dst they leave string alone. dst may overlap
+ *   string (which then changes) unless the function says otherwise.
  * - What `size` counts is said at each function. Where it says "without the terminator", the buffer is to
- * hold one byte more.
+ *   hold one byte more.
  *
  *     char text[64] = "key = \"a value\"\n";
  *     int length = MLIBStrTrimSpace(text, NULL);
@@ -150,10 +150,10 @@ MORV_API int MLIBStrInsertBefore(char *string, const char *needle, const char *t
  *
  * items:    `count` strings or nulls (1 or more).
  * ppBuffer: address of the result's buffer, from malloc or null; the caller frees it. One that is too small
- *           is replaced, and on failure of that released and the pointer made null.
+ *           is replaced, and on failure of that released, the pointer made null and *pSize 0.
  * pSize:    address of the buffer's bytes (1 or more when there is a buffer); set to the bytes needed when
- *           the buffer is made or grown: the items and one separator for each. No item, nor separator, may
- *           lie in the buffer.
+ *           the buffer is made or grown: the items and one separator for each (so with an empty separator
+ *           the terminator is not counted, but has its room). No item, nor separator, may lie in the buffer.
  *
  * Returns 0, or -1 with
  *   ERR_BAD_PARAMETERS  a null or senseless argument; or there is nothing to join: all items are null, or

@@ -34,11 +34,9 @@ int open_error(int error) {
 
 // Through the descriptor: the name may be another file's by now. A mode that is right already is left alone,
 // as setting it would count as a change of the file.
-void share_with_everybody(const DB *db) {
-    const int file = db->fd(db);
-    struct stat st;
-    if (fstat(file, &st) == 0 && (st.st_mode & 07777) == kStoreMode) return;
-    if (fchmod(file, kStoreMode) != 0)
+void share_with_everybody(const DB *db, mode_t mode) {
+    if ((mode & 07777) == kStoreMode || geteuid() != 0) return;
+    if (fchmod(db->fd(db), kStoreMode) != 0)
         MORV_LOG(LOG_ERR, "errno=%d/%s, chmod failed.", errno, strerror(errno));
 }
 
@@ -48,10 +46,11 @@ extern "C" MORVBDB *MORVBDbOpen(const char *path, int flags, int duplicates) noe
     if (!path || !*path) return MORV_FAIL(ERR_BAD_PARAMETERS, nullptr);
     morv::MallocPtr<MORVBDB> handle(static_cast<MORVBDB *>(malloc(sizeof(MORVBDB))));
     if (!handle) return MORV_FAIL(ERR_OUT_OF_MEMORY, nullptr);
-    if (const int error = morv::open_btree(path, flags, duplicates == 1, &handle->pDb)) {
+    mode_t mode;
+    if (const int error = morv::open_btree(path, flags, duplicates == 1, &handle->pDb, &mode)) {
         return MORV_FAIL(open_error(error), nullptr);
     }
-    if (geteuid() == 0) share_with_everybody(handle->pDb);
+    share_with_everybody(handle->pDb, mode);
     handle->cursorType = MORV_BDB_NEXT;
     return handle.release();
 }

@@ -1,9 +1,15 @@
+#include <errno.h>
 #include <morvsdk/error.h>
 #include <stdio.h>
 #include <unistd.h>
 
 #include "core/base/fail.h"
 #include "core/base/guard.h"
+
+// A console or a pipe has nothing to sync.
+static bool sync_to_disk(FILE *log) noexcept {
+    return fsync(fileno(log)) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
 
 extern "C" int MLIBErrLogSet(const char *path, const char *message) noexcept {
     if (!path || !message) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
@@ -15,7 +21,7 @@ extern "C" int MLIBErrLogSet(const char *path, const char *message) noexcept {
     // The message is the format by contract; callers rely on "%%".
     const bool written = fprintf(log.get(), message) >= 0 && fputs("\n", log.get()) != EOF;
 #pragma GCC diagnostic pop
-    if (!written || fflush(log.get()) != 0 || fsync(fileno(log.get())) != 0 || fclose(log.release()) != 0) {
+    if (!written || fflush(log.get()) != 0 || !sync_to_disk(log.get()) || fclose(log.release()) != 0) {
         return MORV_FAIL(ERR_WRITE_FAILED, -1);
     }
     return 0;

@@ -16,7 +16,7 @@ static int append_line(const char *path, const char *line) {
 
 static int add_line(const char *path, const char *pattern, const char *line, int flags) {
     FileEdit file;
-    if (int code = file.open(path, FileEdit::kMayCreate, ERR_READ_FAILED)) return code;
+    if (int code = file.open(path, FileEdit::kMayCreate, ERR_READ_FAILED, O_RDWR)) return code;
     if (!file.exists()) return file.commit(std::string(line).append("\n"));
     if (!pattern) {
         if (flags & MORV_LINE_AFTER) return append_line(path, line);

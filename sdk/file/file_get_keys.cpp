@@ -3,38 +3,31 @@
 
 #include "core/base/fail.h"
 #include "core/base/log.h"
-#include "core/file/file_text.h"
 #include "core/text/lines.h"
 #include "core/text/trim.h"
 #include "file/list_guard.h"
+#include "file/pair_lines.h"
 
 using namespace morv;
 
 // Stores the pairs of `text`; with a list of wanted keys just these, each once.
-static int store_pairs(char *text, size_t size, MLIBSZLIST *wanted, const char *separators,
-                       MLIBSZHASH **hash) noexcept {
-    for (std::string_view line : Lines({text, size})) {
+static int store_keys(FileText &file, MLIBSZLIST *wanted, const char *separators,
+                      MLIBSZHASH **hash) noexcept {
+    for (std::string_view line : Lines(file.view())) {
         if (is_comment(line)) continue;
-        // Without its end, or a value of nothing but blanks would end on the next line's first byte.
-        line = without_line_feed(up_to_nul(line));
+        line = up_to_nul(line);
         const size_t cut = line.find_first_of(separators);
         if (cut == 0 || cut == line.npos) continue;
-        const std::string_view key = trim(line.substr(0, cut));
-        const std::string_view value = trim(line.substr(cut + 1));
-        if (key.empty()) continue;
-
-        // The text is our copy: key and value become C strings where they stand.
-        char *const key_text = text + (key.data() - text);
-        char *const value_text = text + (value.data() - text);
-        key_text[key.size()] = '\0';
-        value_text[value.size()] = '\0';
+        const char *const value = make_c_text(file, trim(line.substr(cut + 1)));
+        const char *const key = make_c_text(file, trim(line.substr(0, cut)));
+        if (!*key) continue;
         if (wanted) {
-            const int index = wanted->fMode == SZLIST_MODE_CASESORT ? MLIBSzListCaseFind(wanted, key_text)
-                                                                    : MLIBSzListFind(wanted, key_text);
-            if (index < 0 || strcmp(SzMLIBSzListGet(wanted, index), key_text) != 0) continue;
+            const int index = wanted->fMode == SZLIST_MODE_CASESORT ? MLIBSzListCaseFind(wanted, key)
+                                                                    : MLIBSzListFind(wanted, key);
+            if (index < 0 || strcmp(SzMLIBSzListGet(wanted, index), key) != 0) continue;
             SzMLIBSzListRemove(wanted, index);
         }
-        if (MLIBSzHashSetValue(hash, key_text, value_text) < 0) return ERR_OUT_OF_MEMORY;
+        if (MLIBSzHashSetValue(hash, key, value) < 0) return ERR_OUT_OF_MEMORY;
         if (wanted && wanted->nItem == 0) break;
     }
     return 0;
@@ -59,9 +52,7 @@ extern "C" int MLIBFileGetKeys(const char *path, const MLIBSZLIST *wanted, MLIBS
             return 1;
         }
     }
-    if (int code = store_pairs(file.data(), file.view().size(), some ? open_keys.get() : nullptr, separators,
-                               hash)) {
+    if (int code = store_keys(file, some ? open_keys.get() : nullptr, separators, hash))
         return MORV_FAIL(code, 1);
-    }
     return MLIBSzHashGetLength(*hash);
 }

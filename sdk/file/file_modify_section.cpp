@@ -11,23 +11,20 @@ using namespace morv;
 
 // Makes the new content. Comments of a replaced section stay: nobody but their author knows what they are
 // worth.
-static int modify_section(std::string_view text, const char *section, std::string_view replacement,
-                          std::string &out) {
+static void modify_section(std::string_view text, const char *section, std::string_view replacement,
+                           std::string &out) {
     out.reserve(text.size() + replacement.size());
     bool inside = false;
-    bool found = false;
     for (const std::string_view line : Lines(text)) {
         if (is_section_line(line)) {
             inside = opens_section(line, section);
             if (inside) {
-                found = true;
                 out.append(replacement);
                 continue;
             }
         }
         if (!inside || is_comment(line)) out.append(line);
     }
-    return found;
 }
 
 static int rewrite(const char *path, const char *section, const char *new_name, const MLIBSZHASH *hash,
@@ -35,11 +32,12 @@ static int rewrite(const char *path, const char *section, const char *new_name, 
     FileEdit file;
     if (int code = file.open(path, FileEdit::kMustExist, ERR_READ_FAILED)) return code;
     std::string replacement;
-    if (flags & MORV_SECTION_WRITE) {
+    found = !find_section_line(file.text(), section).empty();
+    if (found && (flags & MORV_SECTION_WRITE)) {
         if (int code = append_hash(replacement, new_name ? new_name : section, hash, format)) return code;
     }
     std::string content;
-    found = modify_section(file.text(), section, replacement, content);
+    modify_section(file.text(), section, replacement, content);
     return file.commit(content);
 }
 

@@ -12,16 +12,16 @@ using namespace morv;
 int intersect_unsorted(MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZLIST *&fresh) noexcept {
     ListIndex<ByBytes> in_b;
     if (!index_items(in_b, b)) return ERR_OUT_OF_MEMORY;
+    bool copied = true;
     const bool done = list_filter(a, fresh, [&](const char *item) -> const char * {
         const auto *const entry = in_b.find(item);
         if (!entry) return nullptr;
         // A new list gets the item once for every equal one of b: here all but the last.
-        for (int more = entry->number; fresh && more > 1; --more) {
-            if (!list_append(fresh, item)) return item;  // and the last one fails like this one
-        }
+        for (int more = entry->number; fresh && more > 1 && copied; --more)
+            copied = list_append(fresh, item);
         return item;
     });
-    return done ? ERR_SUCCESS : ERR_OUT_OF_MEMORY;
+    return done && copied ? ERR_SUCCESS : ERR_OUT_OF_MEMORY;
 }
 
 template <class Order>

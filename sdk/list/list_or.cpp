@@ -124,24 +124,17 @@ int unite_unsorted_with_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZL
     return ERR_SUCCESS;
 }
 
-template <class Order>
-int unite_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZLIST *&result) noexcept {
-    const bool in_place = result == a;
-    const uint32_t mode = a->fMode;
-    const ListOrder order_a = list_order(a);
-    const int own = a->nItem;
-    // The walk only looks, and notes for each place of the result whether an item of b goes there.
-    const MallocPtr<bool> from_b(static_cast<bool *>(
-        calloc(static_cast<size_t>(own) + static_cast<size_t>(b->nItem) + 1, sizeof(bool))));
-    Additions additions;
-    if (!from_b || !additions.make(b)) return ERR_OUT_OF_MEMORY;
-    int count = 0;
-    bool sorted = true;  // false where a list was relabelled without being sorted
+// Walks two sorted lists side by side and calls `each` with every item of the union and where it is from; it
+// answers false for no memory. `sorted` tells whether they came in order: a list that was relabelled without
+// being sorted may spoil it. Answers an error code.
+template <class Order, class F>
+int walk_union(const MLIBSZLIST *a, const MLIBSZLIST *b, bool &sorted, F each) noexcept {
+    sorted = true;
     const char *last = nullptr;
     int last_order = 0;
-    for (int i = 0, j = 0; i < own || j < b->nItem; ++count) {
-        int order = i < own ? -1 : 1;
-        if (i < own && j < b->nItem) order = Order::compare(a->pszItem[i], b->pszItem[j]);
+    for (int i = 0, j = 0; i < a->nItem || j < b->nItem;) {
+        int order = i < a->nItem ? -1 : 1;
+        if (i < a->nItem && j < b->nItem) order = Order::compare(a->pszItem[i], b->pszItem[j]);
         if (Order::failed(order)) return ERR_BAD_PARAMETERS;
         char *const item = order <= 0 ? a->pszItem[i] : b->pszItem[j];
         // An item behind one of the other list has just been compared with it.
@@ -149,23 +142,47 @@ int unite_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZLIST *&result) 
         if (last && !compared) sorted = sorted && Order::compare_all(last, item) <= 0;
         last = item;
         last_order = order;
-        if (!in_place) {
-            if (!list_append(result, item)) return ERR_OUT_OF_MEMORY;
-        } else if (order > 0) {
-            from_b.get()[count] = true;
-            additions.add(item);
-        }
+        if (!each(item, order > 0)) return ERR_OUT_OF_MEMORY;
         i += order <= 0;
         j += order >= 0;
     }
-    if (in_place) {
-        if (!additions.append_to(result)) return ERR_OUT_OF_MEMORY;
-        int next_own = own;
-        int next_added = additions.count();
-        for (int at = count - 1; at >= 0; --at)
-            result->pszItem[at] = from_b.get()[at] ? additions[--next_added] : result->pszItem[--next_own];
-    }
-    list_clean(result);
+    return ERR_SUCCESS;
+}
+
+// Takes the items of b that a lacks into a. The walk only looks, and notes for each place of the result
+// whether an item of b goes there.
+template <class Order>
+int take_in_sorted(MLIBSZLIST *&a, const MLIBSZLIST *b, bool &sorted) noexcept {
+    const int own = a->nItem;
+    const MallocPtr<bool> from_b(static_cast<bool *>(
+        calloc(static_cast<size_t>(own) + static_cast<size_t>(b->nItem) + 1, sizeof(bool))));
+    Additions additions;
+    if (!from_b || !additions.make(b)) return ERR_OUT_OF_MEMORY;
+    int count = 0;
+    const int error = walk_union<Order>(a, b, sorted, [&](char *item, bool is_b) {
+        from_b.get()[count++] = is_b;
+        if (is_b) additions.add(item);
+        return true;
+    });
+    if (error) return error;
+    if (!additions.append_to(a)) return ERR_OUT_OF_MEMORY;
+    int next_own = own;
+    int next_added = additions.count();
+    for (int at = count - 1; at >= 0; --at)
+        a->pszItem[at] = from_b.get()[at] ? additions[--next_added] : a->pszItem[--next_own];
+    list_clean(a);
+    return ERR_SUCCESS;
+}
+
+template <class Order>
+int unite_sorted(const MLIBSZLIST *a, const MLIBSZLIST *b, MLIBSZLIST *&result) noexcept {
+    const uint32_t mode = a->fMode;
+    const ListOrder order_a = list_order(a);
+    bool sorted;
+    const auto append = [&](const char *item, bool) { return list_append(result, item); };
+    const int error =
+        result == a ? take_in_sorted<Order>(result, b, sorted) : walk_union<Order>(a, b, sorted, append);
+    if (error) return error;
     if (!sorted) list_sort(result, order_a);
     result->fMode = mode;
     return ERR_SUCCESS;

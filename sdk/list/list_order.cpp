@@ -1,6 +1,7 @@
 #include "list/list_order.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace morv {
 
@@ -90,6 +91,44 @@ SortRecord *make_case_records(const MLIBSZLIST *list) noexcept {
     return records;
 }
 
+// Sorts by the prefixes, a byte at a time from the last to the first; a byte that all have in common is
+// passed over.
+void sort_by_prefix(SortRecord *records, SortRecord *spare, size_t count) noexcept {
+    uint32_t places[8][256] = {};
+    for (size_t i = 0; i < count; ++i) {
+        for (int byte = 0; byte < 8; ++byte)
+            ++places[byte][records[i].prefix >> 8 * byte & 0xFF];
+    }
+    SortRecord *from = records;
+    SortRecord *to = spare;
+    for (int byte = 0; byte < 8; ++byte) {
+        uint32_t *const place = places[byte];
+        const auto value = [byte](const SortRecord &record) { return record.prefix >> 8 * byte & 0xFF; };
+        if (place[value(from[0])] == count) continue;
+        std::exclusive_scan(place, place + 256, place, 0u);
+        for (size_t i = 0; i < count; ++i)
+            to[place[value(from[i])]++] = from[i];
+        std::swap(from, to);
+    }
+    if (from != records) memcpy(records, from, count * sizeof(SortRecord));
+}
+
+void sort_records(SortRecord *records, size_t count) noexcept {
+    constexpr size_t few = 256;  // counting bytes is not worth its while
+    const MallocPtr<SortRecord> spare(
+        count < few ? nullptr : static_cast<SortRecord *>(malloc(count * sizeof(SortRecord))));
+    if (!spare) {
+        std::sort(records, records + count);
+        return;
+    }
+    sort_by_prefix(records, spare.get(), count);
+    for (size_t begin = 0, end; begin < count; begin = end) {
+        for (end = begin + 1; end < count && records[end].prefix == records[begin].prefix;)
+            ++end;
+        if (end - begin > 1) std::sort(records + begin, records + end);
+    }
+}
+
 template <class Order>
 void sort_items(MLIBSZLIST *list, SortRecord *(*make_records)(const MLIBSZLIST *)) noexcept {
     char **const begin = list->pszItem;
@@ -102,7 +141,7 @@ void sort_items(MLIBSZLIST *list, SortRecord *(*make_records)(const MLIBSZLIST *
         std::sort(begin, end, less);
         return;
     }
-    std::sort(records.get(), records.get() + list->nItem);
+    sort_records(records.get(), static_cast<size_t>(list->nItem));
     for (int i = 0; i < list->nItem; ++i)
         begin[i] = records.get()[i].item;
 }

@@ -10,8 +10,7 @@ namespace morv {
 // different modes.
 inline bool sets_compatible(const MLIBSZLIST *a, const MLIBSZLIST *b, int flag) noexcept {
     if (flag != SZLIST_OP_INPLACE && flag != SZLIST_OP_NEW) return false;
-    const ListOrder order_b = list_order(b);
-    return list_order(a) == ListOrder::none || order_b == ListOrder::none || order_b == list_order(a);
+    return a->fMode == SZLIST_MODE_NONE || b->fMode == SZLIST_MODE_NONE || a->fMode == b->fMode;
 }
 
 // Walks two lists sorted in the same order side by side: asked for the items of the one in turn, it answers

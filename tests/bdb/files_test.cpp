@@ -195,6 +195,40 @@ TEST(StoreFile, IsSoundAfterAnyHistory) {
     }
 }
 
+TEST(StoreFile, IsSoundHoweverItHasGrown) {
+    const struct {
+        const char *shape;
+        int duplicates, keys, key_length, records, value_length;
+    } cases[] = {
+        {"three levels", 0, 3000, 20, 3000, 500},
+        {"few keys a page", 0, 300, 700, 300, 100},
+        {"all under one key", 1, 1, 10, 12000, 400},
+        {"sets of a quarter of a page", 1, 400, 12, 1600, 340},
+        {"sets one record beyond that", 1, 400, 12, 1200, 951},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.shape);
+        ScratchRoot root;
+        const std::string path = root.path("store");
+        std::minstd_rand random(1);
+        Store store(path, O_RDWR | O_CREAT, c.duplicates);
+        for (int i = 0; i < c.records; ++i) {
+            std::string key = std::to_string(1000000 + i % c.keys * 7919 % c.keys);
+            key.resize(size_t(c.key_length), 'k');
+            // The last record of a set is the longest.
+            const bool last = c.keys == 1 || i >= c.records - c.keys;
+            const int length = last ? c.value_length : 1 + int(random() % unsigned(c.value_length)) / 8;
+            ASSERT_EQ(store.set(key, std::string(size_t(length), 'v')), 0);
+        }
+        ASSERT_EQ(store.close(), 0);
+        Store again(path, O_RDWR, c.duplicates);
+        int walked = 0;
+        for (Walk walk; again.db && !walk.step(again).empty();)
+            ++walked;
+        EXPECT_EQ(walked, c.records);
+    }
+}
+
 // A file with any one byte changed is refused, or can be used without harm.
 TEST(StoreFile, WithADamagedByteDoesNoHarm) {
     for (int duplicates : {0, 1}) {

@@ -175,6 +175,22 @@ TEST(SetSecKeyVal, MakesTheSectionWhenItIsMissing) {
     const std::string before = root.read("f");
     EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "new", "x", "a\nb", nullptr), -1);
     EXPECT_EQ(root.read("f"), before) << "what is refused leaves no empty section behind";
+    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "new", "[x", "1]", nullptr), -1) << "it would open a section";
+    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
+    EXPECT_EQ(root.read("f"), before);
+    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "b", "[x", "1]", "\t%s=%s\n"), 1) << "unless it is indented";
+}
+
+TEST(SetSecKeyVal, KeepsCommentsOnceAndPairsBehindEmptyOnes) {
+    ScratchRoot root;
+    const std::string path = root.write("f", "[a]\n#x=1\n;y=2\nempty=\nk=1\n  #z=3\n");
+    for (const char *value : {"2", "3"})
+        EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "a", "k", value, nullptr), 1);
+    const std::string text = root.read("f");
+    EXPECT_TRUE(text.ends_with("\n#x=1\n;y=2\n") || text.ends_with("\n#x=1\n;y=2\n#z=3\n")) << text;
+    Hash a;
+    MLIBFileGetSection(path.c_str(), "a", a.address());
+    EXPECT_EQ(a.pairs(), (Pairs{{"#x", "1"}, {";y", "2"}, {"empty", ""}, {"k", "3"}, {"#z", "3"}}));
 }
 
 }  // namespace

@@ -308,6 +308,26 @@ TEST(ListSets, FailForBytesThatAreNotUtf8WhereTwoCaseSortedListsMeet) {
     EXPECT_EQ(items(a.get()), Items{"b"});
 }
 
+TEST(ListSets, NeverLoseCopiesForWantOfMemory) {
+    const Items many(60, "a name that makes the list grow a few times");
+    const List b = make(many, SZLIST_MODE_NONE);
+    for (int nth = 1;; ++nth) {
+        const List a = make({many[0]}, SZLIST_MODE_NONE);
+        MLIBSZLIST *result;
+        bool reached;
+        {
+            AllocFault fault(nth);
+            result = PslMLIBSzListAnd(a.get(), b.get(), SZLIST_OP_NEW);
+            reached = AllocFault::disarm();
+        }
+        if (result) {
+            EXPECT_EQ(result->nItem, 60) << "with allocation " << nth << " failing";
+        }
+        MLIBSzListFree(result);
+        if (!reached) break;
+    }
+}
+
 TEST(ListSets, FailCleanlyWhenThereIsNoMemory) {
     Items first;
     Items second;

@@ -225,8 +225,7 @@ TEST(List, RemovesFromBothEndsAndTheMiddle) {
     MLIBSzListFree(handle);
 }
 
-// A reader of the library's own kind must not be able to tell from the results alone that the empty text
-// which is stored first shares its byte with the holes.
+// The empty text that is stored first shares its byte with the holes.
 TEST(List, AcceptsEmptyTexts) {
     MLIBSZLIST *list = PslMLIBSzListAlloc(0);
     EXPECT_EQ(MLIBSzListPush(&list, ""), 0);
@@ -333,11 +332,12 @@ TEST(SortedList, IsInTheOrderOfItsComparatorWithAndWithoutMemory) {
         const auto compare = mode == SZLIST_MODE_SORT ? MLIBISzListStrcmp : MLIBISzListUTF8StrCasecmp;
         for (int round = 0; round < 300; ++round) {
             Items content;
-            for (size_t n = random() % 60; n > 0; --n)
+            // Long lists are sorted in another way than short ones.
+            for (size_t n = random() % (round % 10 == 0 ? 1500 : 60); n > 0; --n)
                 content.push_back(random_text(random, round % 2));
             const List list = make(content);
             {
-                AllocFault fault(round % 3 == 0 ? 1 : 0);
+                AllocFault fault(round % 3);
                 MLIBSzListSortItems(list.get(), mode);
             }
             for (int i = 1; i < list->nItem; ++i)

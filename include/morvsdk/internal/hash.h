@@ -66,7 +66,8 @@ MORV_API MLIBSZHASH *PshMLIBIUpdateValue(MLIBSZHASH *hash, const char *key, cons
  *         "%s=%s\n".
  *
  * Returns 0, or -1 with
- *   ERR_BAD_PARAMETERS  stream is null, or format is refused; nothing is written
+ *   ERR_BAD_PARAMETERS  stream is null, format is refused, a text holds a line feed, or a line of a section
+ *                       would start with "["; nothing is written
  *   ERR_OUT_OF_MEMORY   no memory for the text; nothing is written
  *   ERR_WRITE_FAILED    the stream took only a part of it, or nothing */
 MORV_API int ErrMLIBIFileHash2File(FILE *stream, const char *section, const MLIBSZHASH *hash,

@@ -9,9 +9,9 @@
 
 namespace morv {
 
-int FileEdit::open(const char *path, Missing missing, int read_error) noexcept {
+int FileEdit::open(const char *path, Missing missing, int read_error, int access) noexcept {
     path_ = path;
-    fd_.reset(::open(path, O_RDONLY | O_CLOEXEC));
+    fd_.reset(::open(path, access | O_CLOEXEC));
     if (!fd_) return missing == kMayCreate && errno == ENOENT ? 0 : ERR_OPEN_FAILED;
     struct stat st;
     if (fstat(fd_.get(), &st) != 0) return ERR_STAT_FAILED;

@@ -6,6 +6,8 @@
 //     return file.commit(content);
 #pragma once
 
+#include <fcntl.h>
+
 #include <string_view>
 
 #include "core/base/guard.h"
@@ -20,7 +22,8 @@ class FileEdit {
     // Opens and reads the target; with kMayCreate a missing one is empty and exists() answers false. A file
     // that exists but cannot be opened is an error in both cases: making it anew would lose its content.
     // Answers 0, ERR_OPEN_FAILED (also for a folder), ERR_STAT_FAILED, `read_error` or ERR_OUT_OF_MEMORY.
-    int open(const char *path, Missing missing, int read_error) noexcept;
+    // access: O_RDWR for callers that promise to fail where the file itself may not be written
+    int open(const char *path, Missing missing, int read_error, int access = O_RDONLY) noexcept;
 
     bool exists() const noexcept { return bool(fd_); }
     std::string_view text() const noexcept { return text_.view(); }

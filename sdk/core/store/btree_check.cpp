@@ -273,7 +273,9 @@ class Checker {
         if (level == kLeafLevel) return btree_leaf(page, depth, from, to, chain);
 
         const uint32_t count = page.entries();
-        if (page.type() != kBtreeInternal || count == 0 || page.prev() != 0 || page.next() != 0) return false;
+        // A split leaves a link to the next page that nobody follows.
+        if (page.type() != kBtreeInternal || count == 0 || page.prev() != 0 || page.next() >= pages_)
+            return false;
         Key last = from;
         for (uint32_t i = 0; i < count; ++i) {
             if (!fits(page, i, kInternalHeader)) return false;
@@ -326,9 +328,10 @@ class Checker {
             set_bytes += size;
             const bool tree = page.item(i + 1)[2] == kDuplicates;
             has_trees |= tree;
-            // A tree holds all records of its key; a page must stay one that can be split between two keys.
+            // A tree holds all records of its key; a page must stay one that can be split between two keys. A
+            // set moves to a tree when a record comes to one that fills a quarter of the page.
             if (tree && set > 1) return false;
-            if (set > 2 && set_bytes >= page_size_ / 4) return false;
+            if (set > 2 && set_bytes >= page_size_ / 4 + aligned(kItemHeader + item_limit_)) return false;
             if (set > 1 && page.item(i - 1)[2] == kDuplicates) return false;
         }
         if (!end_items(page)) return false;
@@ -364,7 +367,7 @@ class Checker {
             return end_items(page);
         }
 
-        if (page.type() != kRecnoInternal || count == 0 || page.next() != 0) return false;
+        if (page.type() != kRecnoInternal || count == 0 || page.next() >= pages_) return false;
         for (uint32_t i = 0; i < count; ++i) {
             if (!place(page, i, kRecnoItemSize)) return false;
         }

@@ -1,6 +1,8 @@
 // Opening a btree file that lies where everybody can write.
 #pragma once
 
+#include <sys/types.h>
+
 struct __db;
 
 namespace morv {
@@ -10,9 +12,9 @@ namespace morv {
 //
 // duplicates: whether a key may have several records; refused for a file that was made without
 //
-// Answers 0 and the handle of the 1.85 interface, or an errno; EINVAL: the file is no sound btree of that
-// kind.
-int open_btree(const char *path, int flags, bool duplicates, struct __db **db) noexcept;
+// Answers 0, the handle of the 1.85 interface and the file's mode, or an errno; EINVAL: the file is no sound
+// btree of that kind.
+int open_btree(const char *path, int flags, bool duplicates, struct __db **db, mode_t *mode) noexcept;
 
 // Puts a random name beside `path` into `name`, of `room` bytes. Answers 0 or an errno.
 int name_beside(const char *path, char *name, unsigned long room) noexcept;

@@ -105,6 +105,9 @@ int64_t upper_length(const char *text) noexcept {
 }
 
 char *upper_write(const char *text, char *to) noexcept {
+    // Most texts are ASCII from end to end.
+    while (static_cast<unsigned char>(*text) - 1u < 0x7F)
+        *to++ = static_cast<char>(ascii_upper(static_cast<unsigned char>(*text++)));
     UpperReader reader(text);
     auto *at = reinterpret_cast<uint8_t *>(to);
     while (const UChar32 c = reader.next()) {

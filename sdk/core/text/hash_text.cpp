@@ -21,7 +21,10 @@ int append_hash(std::string &out, const char *section, const MLIBSZHASH *hash, c
         const MLIBSZHASHBUCKET &pair = hash->bucket[i];
         if (!pair.pszKey) continue;
         if (!one_line(pair.pszKey) || !one_line(pair.pszValue)) return ERR_BAD_PARAMETERS;
+        const size_t line = out.size();
         if (int code = append_pair(out, format, pair.pszKey, pair.pszValue)) return code;
+        // It would end the section, or open another one.
+        if (section && out.size() > line && out[line] == '[') return ERR_BAD_PARAMETERS;
     }
     return 0;
 }
