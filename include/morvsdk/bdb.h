@@ -82,7 +82,8 @@ enum {
  * duplicates: 1 when a key may have several records: an existing file must have been made so. With 0 an
  *             existing file keeps its own setting.
  *
- * A file that exists is never replaced, whatever it holds. A new file gets mode 0666 less the umask; for
+ * A file that exists is never replaced, whatever it holds; O_TRUNC empties only a sound store or an empty file,
+ * and none through a symbolic link. A new file gets mode 0666 less the umask; for
  * root, an opened file is given mode 0666 whole. Opening never blocks on a FIFO, and creates nothing through
  * a symbolic link. The descriptor is closed on exec.
  *

@@ -30,14 +30,15 @@
  *             After a power loss the old or the new file is there, whole. That it is the new one is promised
  *             only with MORVFileDurabilitySet(MORV_DURABLE).
  *   Text      A key, a value or a section name that holds a line feed is refused by the writers
- *             (ERR_BAD_PARAMETERS): it would become lines of its own. A line of a file counts for matching
+ *             (ERR_BAD_PARAMETERS): it would become lines of its own. So is an empty key, which any blank line
+ *             holds. A line of a file counts for matching
  *             up to its first NUL byte, and is copied with all of its bytes; MLIBFileReplaceSubStr alone
  *             looks behind the NUL, too.
  *   Formats   Writers of pairs take a print format for key and value, "%s=%s\n" when null. It may hold at
  *             most two conversions, each a "%s" (with width or precision as digits), and "%%"; anything
  *             else is refused with ERR_BAD_PARAMETERS.
  *   Codes     ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, and for files: ERR_OPEN_FAILED (target or temporary
- *             file cannot be opened, or the target is a folder), ERR_STAT_FAILED, ERR_READ_FAILED,
+ *             file cannot be opened, or the target is a folder, a device or a pipe), ERR_STAT_FAILED, ERR_READ_FAILED,
  *             ERR_WRITE_FAILED (writing, syncing, owner, mode or closing of the new file),
  *             ERR_RENAME_FAILED. Called "the rewrite's codes" below. */
 #ifndef MORVSDK_FILE_H
@@ -369,20 +370,20 @@ enum {
 
 /* Takes every lock of the request, or none of it.
  *
- * A lock that the process holds already keeps the mode it was first taken with until its last release, whatever
- * the further requests ask for. So never ask for more than is held: only MORV_LOCK_WRITE on top of
- * MORV_LOCK_READ is refused, with ERR_LOCK_FAILED; other such requests succeed and leave the lock shared.
+ * A lock that the process holds already keeps the mode it was first taken with until its last release: an
+ * exclusive lock stays exclusive when it is asked for shared, and a shared one asked for exclusive is refused.
  *
  * request: lock bits and mode.
  * timeout: in seconds; the request is tried every 50 ms until it is over, at least once. Without
  *          MORV_LOCK_NONBLOCK the call waits for each lock without limit.
  *
- * Returns 0 when all are held, or -1 with ERR_LOCK_FAILED (time over, an unknown bit, or a lock held with
- * MORV_LOCK_READ asked for with MORV_LOCK_WRITE: an upgrade is refused at once), or with ERR_CREATE_FAILED or
+ * Returns 0 when all are held, or -1 with ERR_LOCK_FAILED (time over; or at once: an unknown bit, no mode, or
+ * a lock held shared asked for exclusive), or with ERR_CREATE_FAILED or
  * ERR_OPEN_FAILED when the lock folder or a lock file cannot be made. */
 MORV_API int ErrMLIBFileLock(uint32_t request, unsigned int timeout) MORV_NOEXCEPT;
 
-/* Releases once each lock of bits that is held; others are ignored. The low four bits do not matter.
+/* Releases once each lock of bits that is held; others are ignored. The low four bits do not matter. In a child
+ * made by fork this would give up the parent's locks, too: it calls ErrMLIBFileResetLock(0) first.
  * Returns 0, or -1 with ERR_UNLOCK_FAILED when a release failed; the lock is given up even so. */
 MORV_API int ErrMLIBFileUnlock(uint32_t bits) MORV_NOEXCEPT;
 

@@ -14,7 +14,7 @@ using namespace morv;
 
 static int append_key(const char *path, std::string_view key, std::string_view value, const char *format) {
     struct stat st;
-    if (!is_one_line(key) || !is_one_line(value)) return ERR_BAD_PARAMETERS;
+    if (!is_key(key) || !is_one_line(value)) return ERR_BAD_PARAMETERS;
     if (stat(path, &st) == 0 && S_ISDIR(st.st_mode)) return ERR_BAD_PARAMETERS;
     std::string line;
     if (int code = append_pair(line, format, key, value)) return code;

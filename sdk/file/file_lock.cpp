@@ -17,7 +17,7 @@ enum class Attempt { kAll, kNotNow, kRefused };
 
 // A lock file, opened; -1 when it is missing or no plain file.
 int open_lock_file(const LockEntry &entry) noexcept {
-    const int fd = open(SysPath(entry.path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int fd = open(SysPath(entry.path).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     struct stat st;
     if (fd >= 0 && (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode))) {
         close(fd);
@@ -33,7 +33,7 @@ Attempt take(uint32_t bits, int32_t mode, uint32_t &taken) noexcept {
         if (!(bits & entry.bit)) continue;
         if (entry.fd >= 0) {
             // Waiting for ourselves would be for ever, and letting go in between would let a writer in.
-            if (entry.mode == MORV_LOCK_READ && mode == MORV_LOCK_WRITE) return Attempt::kRefused;
+            if ((entry.mode & MORV_LOCK_SHARED) && (mode & MORV_LOCK_EXCLUSIVE)) return Attempt::kRefused;
             ++entry.count;
             taken |= entry.bit;
             continue;
@@ -72,7 +72,8 @@ extern "C" int ErrMLIBFileLock(uint32_t request, unsigned int timeout) noexcept 
     uint32_t known = 0;
     for (const LockEntry &entry : lock_table())
         known |= entry.bit;
-    if (bits & ~known) return MORV_FAIL(ERR_LOCK_FAILED, -1);
+    if ((bits & ~known) || !(mode & (MORV_LOCK_SHARED | MORV_LOCK_EXCLUSIVE)))
+        return MORV_FAIL(ERR_LOCK_FAILED, -1);
 
     // In hundredths of a second.
     const uint64_t limit = uint64_t{timeout} * 100;

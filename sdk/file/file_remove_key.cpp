@@ -10,6 +10,7 @@ using namespace morv;
 
 extern "C" int MLIBFileRemoveKey(const char *path, const char *key) noexcept {
     if (!path || !key) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!is_key(key)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     FileEdit file;
     if (int code = file.open(path, FileEdit::kMayCreate, ERR_WRITE_FAILED)) {
         // Callers remove keys from files that need not be there, and do not want to hear of it.

@@ -9,7 +9,7 @@ using namespace morv;
 
 static int set_key_value(const char *path, std::string_view key, std::string_view value,
                          const char *format) noexcept {
-    if (!is_one_line(key) || !is_one_line(value)) return ERR_BAD_PARAMETERS;
+    if (!is_key(key) || !is_one_line(value)) return ERR_BAD_PARAMETERS;
     FileEdit file;
     if (int code = file.open(path, FileEdit::kMayCreate, ERR_WRITE_FAILED)) return code;
     return no_throw([&] {

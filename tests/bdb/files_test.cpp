@@ -94,8 +94,15 @@ TEST(StoreFile, OfAnotherKindIsRefused) {
         const std::string path = root.write(c.name, c.content);
         EXPECT_EQ(open_code(path), ERR_STORE_INVALID);
         EXPECT_EQ(open_code(path, O_RDWR | O_CREAT), ERR_STORE_INVALID);
+        if (!c.content.empty()) {
+            EXPECT_EQ(open_code(path, O_RDWR | O_TRUNC), ERR_STORE_INVALID);
+        }
         EXPECT_EQ(root.read(c.name), c.content) << "a file is never replaced";
     }
+    EXPECT_EQ(open_code(root.path("empty"), O_RDWR | O_TRUNC), 0) << "there is nothing to lose";
+    ASSERT_EQ(symlink("plain", root.path("link").c_str()), 0);
+    EXPECT_EQ(open_code(root.path("link"), O_RDWR | O_TRUNC), ERR_OPEN_FAILED);
+    EXPECT_EQ(root.read("plain"), whole);
 }
 
 TEST(StoreFile, MustBeARegularFile) {

@@ -236,6 +236,51 @@ TEST(SetKeyValue, MakesAMissingFileByTheUmask) {
     EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
 }
 
+TEST(SetKeyValue, GivesANewFileNoMoreThanItsFolderSays) {
+    ScratchRoot root;
+    // The default access list u::rw,g::---,o::---, as the kernel takes it.
+    const unsigned char list[] =
+        "\x02\0\0\0\x01\0\x06\0\xFF\xFF\xFF\xFF\x04\0\0\0\xFF\xFF\xFF\xFF"
+        "\x20\0\0\0\xFF\xFF\xFF\xFF";
+    if (setxattr(root.dir().c_str(), "system.posix_acl_default", list, sizeof list - 1, 0) != 0)
+        GTEST_SKIP() << "no access lists here: " << strerror(errno);
+    const std::string path = root.path("new");
+    ASSERT_EQ(MLIBFileSetKeyValue(path.c_str(), "secret", "v", nullptr), 1);
+    struct stat st;
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, mode_t(0600));
+    EXPECT_EQ(root.names(), std::vector<std::string>{"new"});
+}
+
+TEST(Writers, LeaveAloneWhatIsNoFile) {
+    ScratchRoot root;
+    const std::string fifo = root.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    ASSERT_EQ(symlink("/dev/null", root.path("device").c_str()), 0);
+    for (const std::string &path : {fifo, root.path("device"), root.dir()}) {
+        SCOPED_TRACE(path);
+        EXPECT_EQ(MLIBFileSetKeyValue(path.c_str(), "k", "v", nullptr), -1);
+        EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
+        EXPECT_EQ(MLIBFileAppendKey(path.c_str(), "k", "v", nullptr), -1);
+        EXPECT_EQ(MLIBFileAddLine(path.c_str(), nullptr, "x", MORV_LINE_AFTER), -1);
+        EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
+    }
+    struct stat st;
+    ASSERT_EQ(stat("/dev/null", &st), 0);
+    EXPECT_TRUE(S_ISCHR(st.st_mode));
+}
+
+TEST(Writers, RefuseAnEmptyKeyWhichEveryBlankLineHolds) {
+    ScratchRoot root;
+    const std::string path = root.write("f", "a=1\n\nb=2\n\n");
+    EXPECT_EQ(MLIBFileSetKeyValue(path.c_str(), "", "v", nullptr), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
+    EXPECT_EQ(MLIBFileRemoveKey(path.c_str(), ""), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
+    EXPECT_EQ(MLIBFileAppendKey(path.c_str(), "", "v", nullptr), -1);
+    EXPECT_EQ(root.read("f"), "a=1\n\nb=2\n\n");
+}
+
 TEST(SetKeyValue, HandlesALineOf64MiB) {
     ScratchRoot root;
     const std::string huge(64u << 20, 'x');

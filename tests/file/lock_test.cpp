@@ -97,6 +97,14 @@ TEST_F(LockTest, RefusesAnUpgradeAtOnceAndTakesNothing) {
     EXPECT_FALSE(free_for_others(kInfoWrite)) << "the lock it had stays";
     ErrMLIBFileUnlock(MORV_LOCK_MORVINFO);
     EXPECT_TRUE(free_for_others(kInfoWrite)) << "held once, as before";
+    for (uint32_t held : {MORV_LOCK_SHARED, MORV_LOCK_READ}) {
+        ASSERT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | held, 0), 0);
+        for (uint32_t asked : {MORV_LOCK_EXCLUSIVE, MORV_LOCK_WRITE})
+            EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | asked, 60), -1) << held << " then " << asked;
+        ErrMLIBFileUnlock(MORV_LOCK_PW);
+    }
+    for (uint32_t no_mode : {0x0, 0x4, 0x8})
+        EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | no_mode, 60), -1) << no_mode;
 }
 
 TEST_F(LockTest, TakesAllOrNothing) {

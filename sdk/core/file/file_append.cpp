@@ -10,8 +10,9 @@
 namespace morv {
 
 int FileAppend::open(const char *path) noexcept {
-    fd_.reset(::open(path, O_RDWR | O_CLOEXEC));
+    fd_.reset(::open(path, O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!fd_) return ERR_OPEN_FAILED;
+    if (int code = check_regular(fd_.get())) return code;
     return text_.load(fd_.get());
 }
 

@@ -12,7 +12,8 @@ namespace morv {
 
 class FileAppend {
   public:
-    // Opens and reads the target. Answers 0, ERR_OPEN_FAILED, ERR_READ_FAILED or ERR_OUT_OF_MEMORY.
+    // Opens and reads the target. Answers 0, ERR_OPEN_FAILED (also for what is no regular file),
+    // ERR_STAT_FAILED, ERR_READ_FAILED or ERR_OUT_OF_MEMORY.
     int open(const char *path) noexcept;
 
     std::string_view text() const noexcept { return text_.view(); }

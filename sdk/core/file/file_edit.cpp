@@ -10,33 +10,24 @@
 namespace morv {
 
 int FileEdit::open(const char *path, Missing missing, int read_error, int access) noexcept {
-    path_ = path;
-    fd_.reset(::open(path, access | O_CLOEXEC));
+    if (!follow_links(path, target_)) return ERR_OPEN_FAILED;
+    fd_.reset(::open(target_, access | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!fd_) return missing == kMayCreate && errno == ENOENT ? 0 : ERR_OPEN_FAILED;
-    struct stat st;
-    if (fstat(fd_.get(), &st) != 0) return ERR_STAT_FAILED;
-    if (S_ISDIR(st.st_mode)) {
-        errno = EISDIR;
-        return ERR_OPEN_FAILED;
-    }
+    if (int code = check_regular(fd_.get())) return code;
     const int code = text_.load(fd_.get());
     return code == ERR_READ_FAILED ? read_error : code;
 }
 
 int FileEdit::commit(std::string_view content, NewFile new_file) const noexcept {
-    mode_t new_mode = 0644;
-    if (!exists() && new_file == kAsOpened) {
-        const mode_t mask = umask(0);
-        umask(mask);
-        new_mode = 0666 & ~mask;
+    ReplacementFile file(target_);
+    int code;
+    if (exists()) {
+        code = file.create_like(fd_.get());
+    } else {
+        code = new_file == kOwn ? file.create_own(0644) : file.create_as_opened();
     }
-    ReplacementFile file;
-    if (int code = file.create(path_, fd_.get(), new_mode)) return code;
-    if (!exists() && new_file == kOwn) {
-        if (int code = file.own()) return code;
-    }
-    if (int code = file.write(content)) return code;
-    return file.commit();
+    if (code == 0) code = file.write(content);
+    return code == 0 ? file.commit() : code;
 }
 
 }  // namespace morv

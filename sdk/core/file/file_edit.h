@@ -7,6 +7,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <limits.h>
 
 #include <string_view>
 
@@ -21,7 +22,7 @@ class FileEdit {
 
     // Opens and reads the target; with kMayCreate a missing one is empty and exists() answers false. A file
     // that exists but cannot be opened is an error in both cases: making it anew would lose its content.
-    // Answers 0, ERR_OPEN_FAILED (also for a folder), ERR_STAT_FAILED, `read_error` or ERR_OUT_OF_MEMORY.
+    // Answers 0, ERR_OPEN_FAILED (also for what is no regular file), ERR_STAT_FAILED, `read_error` or ERR_OUT_OF_MEMORY.
     // access: O_RDWR for callers that promise to fail where the file itself may not be written
     int open(const char *path, Missing missing, int read_error, int access = O_RDONLY) noexcept;
 
@@ -37,7 +38,7 @@ class FileEdit {
     int commit(std::string_view content, NewFile new_file = kAsOpened) const noexcept;
 
   private:
-    const char *path_ = nullptr;
+    char target_[PATH_MAX];
     UniqueFd fd_;
     FileText text_;
 };

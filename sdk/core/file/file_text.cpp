@@ -5,6 +5,7 @@
 #include <morvsdk/errcodes.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/base/guard.h"
@@ -45,6 +46,14 @@ int FileText::load(const char *path) noexcept {
     if (!fd) return ERR_OPEN_FAILED;
     const int code = load(fd.get());
     return code == ERR_READ_FAILED ? ERR_OPEN_FAILED : code;
+}
+
+int check_regular(int fd) noexcept {
+    struct stat st;
+    if (fstat(fd, &st) != 0) return ERR_STAT_FAILED;
+    if (S_ISREG(st.st_mode)) return 0;
+    errno = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+    return ERR_OPEN_FAILED;
 }
 
 }  // namespace morv

@@ -43,17 +43,18 @@ std::span<LockEntry> lock_table() noexcept {
 int make_lock_files() noexcept {
     const SysPath folder(kLockFolder);
     struct stat st;
-    if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+    // Not through a link: who made it could point it elsewhere while locks are held.
+    if (lstat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
         if (mkdir(folder.c_str(), 0700) == 0) {
             if (chmod(folder.c_str(), 0755) != 0) return ERR_CREATE_FAILED;
-        } else if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        } else if (lstat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
             // Else another process has made it in the meantime.
             return ERR_CREATE_FAILED;
         }
     }
     for (const LockEntry &entry : lock_table()) {
         const SysPath path(entry.path);
-        if (stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) continue;
+        if (lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) continue;
         // No truncation: there is nothing in a lock file, and a link put here must not empty what it leads
         // to.
         const UniqueFd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));

@@ -23,29 +23,6 @@ size_t folder_length(const char *path) noexcept {
     return slash ? size_t(slash - path) + 1 : 0;
 }
 
-// The file that `path` leads to: symbolic links are followed also when the last one leads to nothing yet.
-bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept {
-    if (strlen(path) >= sizeof target) {
-        errno = ENAMETOOLONG;
-        return false;
-    }
-    strncpy(target, path, sizeof target);
-    for (int links = 0; links < 40; ++links) {
-        char to[PATH_MAX];
-        const ssize_t length = readlink(target, to, sizeof to - 1);
-        if (length < 0) return true;  // no link: the end of the way
-        to[length] = '\0';
-        const size_t keep = to[0] == '/' ? 0 : folder_length(target);
-        if (keep + size_t(length) >= sizeof target) {
-            errno = ENAMETOOLONG;
-            return false;
-        }
-        memcpy(target + keep, to, size_t(length) + 1);
-    }
-    errno = ELOOP;
-    return false;
-}
-
 bool copy_attribute(int from, int to, const char *name) noexcept {
     char small[256];
     ssize_t size = fgetxattr(from, name, small, sizeof small);
@@ -100,6 +77,28 @@ bool sync_folder(const char *path) noexcept {
 
 }  // namespace
 
+bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept {
+    if (strlen(path) >= sizeof target) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    strncpy(target, path, sizeof target);
+    for (int links = 0; links < 40; ++links) {
+        char to[PATH_MAX];
+        const ssize_t length = readlink(target, to, sizeof to - 1);
+        if (length < 0) return true;  // no link: the end of the way
+        to[length] = '\0';
+        const size_t keep = to[0] == '/' ? 0 : folder_length(target);
+        if (keep + size_t(length) >= sizeof target) {
+            errno = ENAMETOOLONG;
+            return false;
+        }
+        memcpy(target + keep, to, size_t(length) + 1);
+    }
+    errno = ELOOP;
+    return false;
+}
+
 bool write_all(int fd, std::string_view content) noexcept {
     while (!content.empty()) {
         const ssize_t done = write(fd, content.data(), content.size());
@@ -118,35 +117,46 @@ ReplacementFile::~ReplacementFile() {
     errno = saved;
 }
 
-int ReplacementFile::create(const char *path, int old_fd, mode_t new_mode) noexcept {
-    if (!follow_links(path, target_)) return ERR_OPEN_FAILED;
+int ReplacementFile::create() noexcept {
     const int length = snprintf(temporary_, sizeof temporary_, "%s.XXXXXX", target_);
     if (length < 0 || size_t(length) >= sizeof temporary_) {
         errno = ENAMETOOLONG;
         return ERR_OPEN_FAILED;
     }
     fd_.reset(mkostemp(temporary_, O_CLOEXEC));
-    if (!fd_) return ERR_OPEN_FAILED;
-    exists_ = true;
-    if (old_fd >= 0) return adopt(old_fd);
-    mode_ = new_mode;
-    return fchmod(fd_.get(), mode_) == 0 ? 0 : ERR_WRITE_FAILED;
+    exists_ = bool(fd_);
+    return exists_ ? 0 : ERR_OPEN_FAILED;
 }
 
-int ReplacementFile::adopt(int old_fd) noexcept {
+int ReplacementFile::create_like(int old_fd) noexcept {
     struct stat st;
     if (fstat(old_fd, &st) != 0) return ERR_STAT_FAILED;
+    if (int code = create()) return code;
     mode_ = st.st_mode & 07777;
-    // The owner first: a change of owner clears the set-user-ID bits.
-    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || fchmod(fd_.get(), mode_) != 0 ||
-        !copy_attributes(old_fd, fd_.get())) {
+    // The owner first: a change of owner clears the set-user-ID bits. The mode last: it would open a list that
+    // the folder gave the file to all who are on it.
+    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || !copy_attributes(old_fd, fd_.get()) ||
+        fchmod(fd_.get(), mode_) != 0) {
         return ERR_WRITE_FAILED;
     }
     return 0;
 }
 
-int ReplacementFile::own() noexcept {
-    return fchown(fd_.get(), geteuid(), getegid()) == 0 ? 0 : ERR_WRITE_FAILED;
+int ReplacementFile::create_own(mode_t mode) noexcept {
+    if (int code = create()) return code;
+    mode_ = mode;
+    return fchown(fd_.get(), geteuid(), getegid()) == 0 && fchmod(fd_.get(), mode_) == 0 ? 0
+                                                                                         : ERR_WRITE_FAILED;
+}
+
+int ReplacementFile::create_as_opened() noexcept {
+    if (int code = create()) return code;
+    // The name is taken; the file is made again, as mkostemp gives each its own mode.
+    exists_ = false;
+    if (unlink(temporary_) != 0) return ERR_OPEN_FAILED;
+    fd_.reset(open(temporary_, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    exists_ = bool(fd_);
+    return exists_ ? 0 : ERR_OPEN_FAILED;
 }
 
 int ReplacementFile::write(std::string_view content) noexcept {

@@ -1,7 +1,10 @@
 // The one way in which a file is replaced: a temporary file beside it, renamed over it when it is complete.
 //
-//     ReplacementFile file;
-//     if (int code = file.create(path, old_fd, 0)) return code;
+//     char target[PATH_MAX];
+//     if (!follow_links(path, target)) return ERR_OPEN_FAILED;
+//     ...open what stands there as old_fd...
+//     ReplacementFile file(target);
+//     if (int code = file.create_like(old_fd)) return code;
 //     if (int code = file.write(content)) return code;
 //     return file.commit();
 //
@@ -21,19 +24,22 @@ namespace morv {
 // What a commit promises after a power loss; see MORVFileDurabilitySet.
 extern int file_durability;
 
+// The file that `path` leads to: symbolic links are followed, also when the last one leads to nothing yet.
+// Asked once, before the old file is opened, so that the file read and the file replaced are one and the same
+// whatever becomes of the links meanwhile.
+bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept;
+
 class ReplacementFile {
   public:
-    ReplacementFile() noexcept = default;
+    explicit ReplacementFile(const char *target) noexcept : target_(target) {}
     ~ReplacementFile();
     ReplacementFile(const ReplacementFile &) = delete;
     ReplacementFile &operator=(const ReplacementFile &) = delete;
 
-    // Makes the temporary file for `path`, links followed. It gets owner, group, mode, extended attributes
-    // and access list of the open file `old_fd` before any content, or `new_mode` when `old_fd` is -1.
-    int create(const char *path, int old_fd, mode_t new_mode) noexcept;
-
-    // Gives the temporary file the user and group of the process, whatever the folder's group is.
-    int own() noexcept;
+    // Make the temporary file. Before any content it has
+    int create_like(int old_fd) noexcept;  // owner, group, mode, attributes and access list of the old file
+    int create_own(mode_t mode) noexcept;  // this mode, and the user and group of the process
+    int create_as_opened() noexcept;       // what opening a new file gives: by umask or the folder's list
 
     int write(std::string_view content) noexcept;
 
@@ -41,12 +47,12 @@ class ReplacementFile {
     int commit() noexcept;
 
   private:
-    int adopt(int old_fd) noexcept;
+    int create() noexcept;
 
     UniqueFd fd_;
     bool exists_ = false;
     mode_t mode_ = 0;
-    char target_[PATH_MAX];
+    const char *target_;
     char temporary_[PATH_MAX];
 };
 

@@ -34,4 +34,9 @@ inline bool is_one_line(std::string_view text) noexcept {
     return text.find('\n') == text.npos;
 }
 
+// Whether a text can be the key that a writer is to change. Any blank line holds the empty one.
+inline bool is_key(std::string_view key) noexcept {
+    return !key.empty() && is_one_line(key);
+}
+
 }  // namespace morv
