@@ -1,14 +1,15 @@
 #include "morvctl/change.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <optional>
+
 #include "morvctl/fd.h"
 #include "morvctl/output.h"
+#include "morvctl/replace.h"
 #include "morvctl/scratch_folder.h"
 #include "morvctl/write_lock.h"
 
@@ -17,14 +18,14 @@ namespace morvctl {
 namespace {
 
 // Runs diff and answers what it prints.
-std::string diff(const std::string &before, const std::string &after, const char *old_label,
+std::string diff(const std::string &before, const std::string &after, const std::string &old_label,
                  const std::string &new_label) {
     const char *arguments[] = {
-        "diff", "-a",           "-u",          "--label", old_label, "--label", new_label.c_str(),
+        "diff", "-a",           "-u",          "--label", old_label.c_str(), "--label", new_label.c_str(),
         "--",   before.c_str(), after.c_str(), nullptr};
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) fail_system("run diff");
-    Fd reading(ends[0]);
+    const Fd reading(ends[0]);
     Fd writing(ends[1]);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -35,51 +36,44 @@ std::string diff(const std::string &before, const std::string &after, const char
     if (errno != 0) fail_system("run diff");
     writing.reset();
     std::string output;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t got = read(reading.get(), buffer, sizeof buffer);
-        if (got <= 0) break;
-        output.append(buffer, size_t(got));
-    }
+    const bool all_read = read_all(reading.get(), output);
     int status = 0;
-    if (waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) > 1) {
+    pid_t ended;
+    do {
+        ended = waitpid(child, &status, 0);
+    } while (ended < 0 && errno == EINTR);
+    if (!all_read || ended != child || !WIFEXITED(status) || WEXITSTATUS(status) > 1) {
         throw Failure(Exit::kFailed, "cannot show the change: diff failed");
     }
     return output;
 }
 
-std::string show_change(const Target &target, const std::function<int(const std::string &)> &apply,
-                        int &changed) {
+std::string show_change(const std::string &name, bool exists, const std::string &before,
+                        const std::string &after) {
     const ScratchFolder scratch;
-    const std::string after = scratch.path("after");
-    std::string before = "/dev/null";
-    struct stat st;
-    if (stat(target.path.c_str(), &st) == 0) {
-        const std::string content = read_content(target);
-        before = scratch.write("before", content, 0600);
-        scratch.write("after", content, st.st_mode & 07777);
-    } else if (errno != ENOENT) {
-        fail_system("read " + target.name);
-    }
-    changed = apply(after);
-    const bool is_new = before == "/dev/null";
-    return diff(before, access(after.c_str(), F_OK) == 0 ? after : "/dev/null",
-                is_new ? "/dev/null" : target.name.c_str(), target.name);
+    // The label is a line of its own.
+    const std::string label = printable(name);
+    return exists ? diff(scratch.write("before", before), scratch.write("after", after), label, label)
+                  : diff("/dev/null", scratch.write("after", after), "/dev/null", label);
 }
 
-}  // namespace
-
-int change_file(const Session &session, const std::string &name,
-                const std::function<int(const std::string &path)> &apply) {
+// `edit` gets to know whether the file exists.
+int change(const Session &session, const std::string &name, Missing missing,
+           const std::function<int(std::string &text, bool exists)> &edit) {
     const Target target = find_target(session, name);
-    int changed = 0;
+    std::optional<WriteLock> lock;
+    if (!session.dry_run) lock.emplace(session, target);
+    const Fd old = open_file(target, missing == Missing::kIsMade);
+    const std::string before = old ? read_content(target, old) : "";
+    std::string after = before;
+    const int changed = edit(after, bool(old));
     std::string shown;
     if (session.dry_run) {
-        shown = show_change(target, apply, changed);
-    } else {
-        const WriteLock lock(session, target);
-        changed = apply(target.path);
+        shown = show_change(name, bool(old), before, after);
+    } else if (after != before) {
+        replace_file(target, old, after);
     }
+    lock.reset();
     if (session.json) {
         Json document{{"file", name}, {"changed", changed}, {"dry_run", session.dry_run}};
         if (session.dry_run) document["diff"] = shown;
@@ -88,6 +82,25 @@ int change_file(const Session &session, const std::string &name,
         print_raw(shown);
     }
     return int(Exit::kDone);
+}
+
+}  // namespace
+
+int change_text(const Session &session, const std::string &name, Missing missing,
+                const std::function<int(std::string &text)> &edit) {
+    return change(session, name, missing, [&](std::string &text, bool) { return edit(text); });
+}
+
+int change_file(const Session &session, const std::string &name, Missing missing,
+                const std::function<int(const std::string &path)> &apply) {
+    return change(session, name, missing, [&](std::string &text, bool exists) {
+        const ScratchFolder scratch;
+        const Target copy{name, scratch.path("copy")};
+        if (exists) scratch.write("copy", text);
+        const int changed = apply(copy.path);
+        if (const Fd fd = open_file(copy, true)) text = read_content(copy, fd);
+        return changed;
+    });
 }
 
 }  // namespace morvctl

@@ -1,4 +1,5 @@
-// The one way in which commands change a file: under its lock, or as a diff of what would change.
+// The one way in which commands change a file: on a private copy of its text, which then takes the place of the
+// file in one step, or of which a diff is shown.
 #pragma once
 
 #include <functional>
@@ -8,10 +9,17 @@
 
 namespace morvctl {
 
-// Calls `apply` with the path of the file, or with --dry-run with that of a copy. It makes its change there
-// with the library, answers how many things it changed, and throws a Failure when it cannot. Prints what
-// there is to print. Answers the exit code.
-int change_file(const Session &session, const std::string &name,
+enum class Missing { kFails, kIsMade };
+
+// Holds the lock of the file, lets `edit` change its text, and writes the file if the text is another one; with
+// --dry-run it prints the difference. `edit` answers how many things it changed, and throws a Failure when it
+// cannot; the file is then as it was. Prints what there is to print. Answers the exit code.
+int change_text(const Session &session, const std::string &name, Missing missing,
+                const std::function<int(std::string &text)> &edit);
+
+// The same for the library's functions: calls `apply` with the path of a copy of the file. There is none when
+// the file is missing.
+int change_file(const Session &session, const std::string &name, Missing missing,
                 const std::function<int(const std::string &path)> &apply);
 
 }  // namespace morvctl

@@ -55,6 +55,8 @@ Pairs get_pairs(const Target &target) {
 }
 
 int get(const Session &session, const Args &args) {
+    for (const std::string &key : args.items)
+        check_not_empty(key);
     const Target target = find_target(session, args.file);
     Pairs pairs;
     if (args.items.empty()) pairs = get_pairs(target);
@@ -91,47 +93,57 @@ void end_last_line(const Target &target, const Pairs &pairs) {
     }
 }
 
-// Sets the pairs: one as MLIBFileSetKeyValue does; several in one rewrite, so that all are there or none.
-// That one leaves further lines of a key as they are; where they would say otherwise, they go as well.
-int set_pairs(const std::string &path, const std::string &name, const Pairs &pairs, bool quote) {
-    const char *format = quote ? kQuotedFormat : kPlainFormat;
-    const Target target{name, path};
-    std::string value;
+// A line that ends at its "=" reads as if the key were missing.
+const char *format_for(const std::string &value, bool quote) {
+    return quote || value.empty() ? kQuotedFormat : kPlainFormat;
+}
+
+// Sets the pairs: one as MLIBFileSetKeyValue does, more in a rewrite for all. That one leaves further lines of
+// a key as they are; where they would say otherwise, they go as well.
+int set_pairs(const Target &target, const Pairs &pairs, bool quote) {
     end_last_line(target, pairs);
-    const auto set_one = [&](const std::string &key, const std::string &text) {
+    const auto set_one = [&](const std::string &key, const std::string &value) {
         clear_errors();
-        if (MLIBFileSetKeyValue(path.c_str(), key.c_str(), text.c_str(), format) < 0)
-            fail_library("write " + name);
+        if (MLIBFileSetKeyValue(target.path.c_str(), key.c_str(), value.c_str(), format_for(value, quote)) <
+            0)
+            fail_library("write " + target.name);
     };
-    if (pairs.size() == 1) {
-        set_one(pairs[0].first, pairs[0].second);
-        return 1;
-    }
     Hash hash;
-    for (const auto &[key, text] : pairs)
-        hash.set(key, text);
+    bool several = false;
+    for (const auto &[key, value] : pairs) {
+        if (pairs.size() == 1 || value.empty()) {
+            set_one(key, value);
+        } else {
+            hash.set(key, value);
+            several = true;
+        }
+    }
+    if (!several) return int(pairs.size());
     clear_errors();
-    if (MLIBFileSetKeys(path.c_str(), hash.get(), nullptr, format) < 0) fail_library("write " + name);
-    for (const auto &[key, text] : pairs) {
+    if (MLIBFileSetKeys(target.path.c_str(), hash.get(), nullptr, format_for("x", quote)) < 0)
+        fail_library("write " + target.name);
+    for (const auto &[key, value] : pairs) {
+        std::string first;
         std::string last;
-        const bool first_found = get_value(target, key, 0, value);
+        const bool first_found = get_value(target, key, 0, first);
         const bool last_found = get_value(target, key, MORV_KEY_LAST, last);
-        if (first_found != last_found || value != last) set_one(key, text);
+        if (first_found != last_found || first != last) set_one(key, value);
     }
     return int(pairs.size());
 }
 
 int set(const Session &session, const Args &args) {
     const Pairs pairs = parse_pairs(args.items);
-    return change_file(session, args.file, [&](const std::string &path) {
-        return set_pairs(path, args.file, pairs, args.quote);
+    return change_file(session, args.file, Missing::kIsMade, [&](const std::string &path) {
+        return set_pairs({args.file, path}, pairs, args.quote);
     });
 }
 
 int unset(const Session &session, const Args &args) {
+    for (const std::string &key : args.items)
+        check_not_empty(key);
     std::string missing;
-    const int code = change_file(session, args.file, [&](const std::string &path) {
-        check_readable({args.file, path});
+    const int code = change_file(session, args.file, Missing::kFails, [&](const std::string &path) {
         int dropped = 0;
         for (const std::string &key : args.items) {
             clear_errors();
@@ -158,28 +170,23 @@ int keys(const Session &session, const Args &args) {
 
 std::string read_standard_input() {
     std::string content;
-    char buffer[65536];
-    for (;;) {
-        const ssize_t got = read(STDIN_FILENO, buffer, sizeof buffer);
-        if (got < 0) fail_system("read standard input");
-        if (got == 0) return content;
-        content.append(buffer, size_t(got));
-    }
+    if (!read_all(STDIN_FILENO, content)) fail_system("read standard input");
+    return content;
 }
 
 Pairs pairs_to_merge(const Session &session, const std::string &from) {
     if (from != "-") return get_pairs(find_target(session, from));
     const std::string content = read_standard_input();
     const ScratchFolder scratch;
-    return get_pairs({"standard input", scratch.write("input", content, 0600)});
+    return get_pairs({"standard input", scratch.write("input", content)});
 }
 
 int merge(const Session &session, const Args &args) {
     const Pairs pairs = pairs_to_merge(session, args.items.at(0));
     for (const auto &pair : pairs)
         check_key(pair.first);
-    return change_file(session, args.file, [&](const std::string &path) {
-        return pairs.empty() ? 0 : set_pairs(path, args.file, pairs, args.quote);
+    return change_file(session, args.file, Missing::kIsMade, [&](const std::string &path) {
+        return pairs.empty() ? 0 : set_pairs({args.file, path}, pairs, args.quote);
     });
 }
 

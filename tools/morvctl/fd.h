@@ -1,8 +1,11 @@
-// A file descriptor that closes itself.
+// A file descriptor that closes itself, and reading from one.
 #pragma once
 
+#include <errno.h>
 #include <unistd.h>
 
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace morvctl {
@@ -26,5 +29,32 @@ class Fd {
   private:
     int fd_;
 };
+
+// Appends all that is left to read, and answers whether it came to the end.
+inline bool read_all(int fd, std::string &content) {
+    char buffer[65536];
+    for (;;) {
+        const ssize_t got = read(fd, buffer, sizeof buffer);
+        if (got == 0) return true;
+        if (got > 0) {
+            content.append(buffer, size_t(got));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+}
+
+// Writes all of it, and answers whether that worked.
+inline bool write_all(int fd, std::string_view content) {
+    while (!content.empty()) {
+        const ssize_t done = write(fd, content.data(), content.size());
+        if (done >= 0) {
+            content.remove_prefix(size_t(done));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
 
 }  // namespace morvctl

@@ -1,7 +1,7 @@
 // morvctl line: single lines of any text file, chosen by a pattern or by fields.
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
-#include <stdlib.h>
+#include <morvsdk/internal/file.h>
 
 #include <memory>
 
@@ -85,20 +85,33 @@ std::string check_texts(const Args &args, bool has_line) {
     return args.texts.back();
 }
 
+// Where in a text the line with the fields begins; fails when there is none.
+size_t find_by_fields(const Args &args, std::string_view text) {
+    List fields;
+    fill_fields(args, fields);
+    size_t found = text.npos;
+    for (size_t at = 0; at < text.size(); at = next_line(text, at)) {
+        if (is_comment(text.substr(at, 1))) continue;
+        // The line feed may be one of the separators.
+        const std::string line(up_to_nul(text.substr(at, next_line(text, at) - at)));
+        clear_errors();
+        const int match = MLIBIFileMatch(line.c_str(), fields.get(), args.separator.c_str());
+        if (match < 0) fail_library("read " + args.file);
+        if (match == 0) continue;
+        found = at;
+        if (!args.last) break;
+    }
+    if (found == text.npos) fail_not_found(args, "");
+    return found;
+}
+
 // The line without its line feed.
 std::string find_line(const Target &target, const Args &args) {
-    clear_errors();
     if (args.by_fields) {
-        List fields;
-        fill_fields(args, fields);
-        char *line = nullptr;
-        const int result =
-            MLIBFileGetLineByKey(target.path.c_str(), fields.get(), args.separator.c_str(), &line);
-        if (result < 0) fail_library("read " + target.name);
-        if (result == 0) fail_not_found(args, "");
-        const std::unique_ptr<char, decltype(&free)> owner(line, &free);
-        return line;
+        const std::string text = read_content(target);
+        return std::string(line_at(text, find_by_fields(args, text)));
     }
+    clear_errors();
     std::string line(4096, '\0');
     for (;;) {
         const int result = MLIBFileGetLine(target.path.c_str(), args.texts[0].c_str(), line.data(),
@@ -141,7 +154,7 @@ int add(const Session &session, const Args &args) {
     }
     const char *pattern = args.texts.size() > 1 ? args.texts[1].c_str() : nullptr;
     if (pattern && *pattern == '\0') refuse("an empty pattern would match any line");
-    return change_file(session, args.file, [&](const std::string &path) {
+    return change_file(session, args.file, Missing::kIsMade, [&](const std::string &path) {
         clear_errors();
         if (!args.by_fields)
             return checked(MLIBFileAddLine(path.c_str(), pattern, line.c_str(), args.flags()), args,
@@ -157,15 +170,15 @@ int add(const Session &session, const Args &args) {
 
 int set(const Session &session, const Args &args) {
     const std::string line = check_texts(args, true);
-    return change_file(session, args.file, [&](const std::string &path) {
-        check_readable({args.file, path});
+    if (args.by_fields && args.last)
+        fail_usage("--last is not for --fields here: all lines that match are set");
+    return change_file(session, args.file, Missing::kFails, [&](const std::string &path) {
         clear_errors();
         if (!args.by_fields) {
             return checked(MLIBFileSetLine(path.c_str(), args.texts[0].c_str(), line.c_str(),
                                            args.flags() & ~MORV_LINE_AFTER),
                            args, args.texts[0]);
         }
-        if (args.last) fail_usage("--last is not for --fields here: all lines that match are set");
         List fields;
         fill_fields(args, fields);
         return checked(MLIBFileSetLineByKey(path.c_str(), fields.get(), line.c_str(), args.separator.c_str()),
@@ -175,24 +188,19 @@ int set(const Session &session, const Args &args) {
 
 int remove(const Session &session, const Args &args) {
     check_texts(args, false);
-    return change_file(session, args.file, [&](const std::string &path) {
-        const Target target{args.file, path};
-        check_readable(target);
-        std::string pattern;
-        int flags = 0;
-        if (args.by_fields) {
-            pattern = find_line(target, args);
-            const auto lines = split_lines(read_content(target));
-            const size_t index = size_t(std::find(lines.begin(), lines.end(), pattern) - lines.begin());
-            const auto exact = index < lines.size() ? flags_for(lines, index) : std::nullopt;
-            if (!exact) refuse("the line stands among lines that begin like it");
-            flags = *exact;
-        } else {
-            pattern = args.texts[0];
-            flags = args.flags() & ~MORV_LINE_AFTER;
-        }
+    if (args.by_fields) {
+        return change_text(session, args.file, Missing::kFails, [&](std::string &text) {
+            const size_t at = find_by_fields(args, text);
+            text.erase(at, next_line(text, at) - at);
+            return 1;
+        });
+    }
+    const std::string &pattern = args.texts[0];
+    return change_file(session, args.file, Missing::kFails, [&](const std::string &path) {
         clear_errors();
-        return checked(MLIBFileSetLine(path.c_str(), pattern.c_str(), nullptr, flags), args, pattern);
+        return checked(
+            MLIBFileSetLine(path.c_str(), pattern.c_str(), nullptr, args.flags() & ~MORV_LINE_AFTER), args,
+            pattern);
     });
 }
 
@@ -202,8 +210,7 @@ int replace(const Session &session, const Args &args) {
     if (old_text.empty()) refuse("the text to replace is empty");
     check_one_line("the text to replace", old_text);
     check_one_line("the new text", new_text);
-    return change_file(session, args.file, [&](const std::string &path) {
-        check_readable({args.file, path});
+    return change_file(session, args.file, Missing::kFails, [&](const std::string &path) {
         clear_errors();
         const int replaced = MLIBFileReplaceSubStr(path.c_str(), old_text.c_str(), new_text.c_str());
         if (replaced < 0) fail_library("write " + args.file);

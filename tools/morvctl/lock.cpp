@@ -13,6 +13,7 @@
 
 #include "morvctl/families.h"
 #include "morvctl/output.h"
+#include "morvctl/signals.h"
 #include "morvctl/write_lock.h"
 
 namespace morvctl {
@@ -61,10 +62,12 @@ uint32_t parse_bits(const std::string &text) {
     for (const std::string &argument : command)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);
+    restore_signals();
     sigprocmask(SIG_SETMASK, &mask, nullptr);
     execvp(arguments[0], arguments.data());
     const int reason = errno;
-    fprintf(stderr, "morvctl: cannot run %s: %s\n", arguments[0], reason_text(reason).c_str());
+    fprintf(stderr, "morvctl: cannot run %s: %s\n", printable(command[0]).c_str(),
+            reason_text(reason).c_str());
     _exit(reason == ENOENT ? kNoSuchProgram : kCannotRun);
 }
 
@@ -75,12 +78,15 @@ int wait_for(pid_t child, const sigset_t &signals) {
         const int signal = sigwaitinfo(&signals, &info);
         if (signal < 0) continue;
         if (signal != SIGCHLD) {
-            // What a terminal sends, it sends to the program as well.
-            if (info.si_code != SI_KERNEL) kill(child, signal);
+            // What is typed at a terminal goes to the program as well; that the terminal is gone may be told to
+            // us alone.
+            if (signal == SIGHUP || info.si_code != SI_KERNEL) kill(child, signal);
             continue;
         }
         int status;
-        if (waitpid(child, &status, WNOHANG) != child) continue;
+        const pid_t ended = waitpid(child, &status, WNOHANG);
+        if (ended < 0 && errno == ECHILD) return int(Exit::kFailed);
+        if (ended != child) continue;
         if (WIFEXITED(status)) return WEXITSTATUS(status);
         if (WIFSIGNALED(status)) return kKilled + WTERMSIG(status);
     }
@@ -93,6 +99,7 @@ int run(const Session &session, const Args &args) {
     if (ErrMLIBFileLock(bits | (args.shared ? MORV_LOCK_READ : MORV_LOCK_WRITE), session.timeout) != 0) {
         fail_library("take the lock " + args.bits);
     }
+    if (!args.shared) tell_held_locks(session, bits);
     sigset_t signals;
     sigset_t former;
     sigemptyset(&signals);

@@ -1,12 +1,11 @@
 // morvctl: the settings of the appliance from the command line. docs/man/morvctl.1
 #include <errno.h>
-#include <morvsdk/file.h>
 #include <stdio.h>
 #include <string.h>
 
-#include <algorithm>
-
 #include "morvctl/families.h"
+#include "morvctl/output.h"
+#include "morvctl/signals.h"
 #include "morvctl/target.h"
 
 using namespace morvctl;
@@ -57,8 +56,13 @@ std::string usage_error(const CLI::App &app, const CLI::ParseError &error) {
         what.replace(end, strlen(": 1 required "), " needs ");
         what.resize(what.size() - strlen(" missing"));
     }
-    std::replace(what.begin(), what.end(), '\n', ' ');
     return what;
+}
+
+// One line, whatever the names in it hold.
+int complain(const std::string &sentence, Exit code) {
+    fprintf(stderr, "morvctl: %s\n", printable(sentence).c_str());
+    return int(code);
 }
 
 void describe(CLI::App &app, Session &session) {
@@ -87,8 +91,7 @@ int parse(CLI::App &app, int argc, char **argv) {
         // --help and --version
         return app.exit(asked);
     } catch (const CLI::ParseError &error) {
-        fprintf(stderr, "morvctl: %s\n", with_hint(app, usage_error(app, error)).c_str());
-        return int(Exit::kUsage);
+        return complain(with_hint(app, usage_error(app, error)), Exit::kUsage);
     }
 }
 
@@ -105,22 +108,20 @@ int run(const CLI::App &app, Session &session) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    set_up_signals();
     try {
         Session session;
         CLI::App app("Read and change the settings of the appliance.", "morvctl");
         describe(app, session);
         if (const int code = parse(app, argc, argv); code >= 0) return code;
         set_root(session);
-        MORVFileDurabilitySet(MORV_DURABLE);
         const int code = run(app, session);
         if (fflush(stdout) != 0 || ferror(stdout)) fail_system("write to standard output");
         return code;
     } catch (const Failure &failure) {
         fflush(stdout);
-        fprintf(stderr, "morvctl: %s\n", failure.what());
-        return int(failure.code);
+        return complain(failure.what(), failure.code);
     } catch (const std::exception &error) {
-        fprintf(stderr, "morvctl: %s\n", error.what());
-        return int(Exit::kFailed);
+        return complain(error.what(), Exit::kFailed);
     }
 }

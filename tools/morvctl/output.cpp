@@ -36,6 +36,36 @@ size_t width(std::string_view text) {
     return size_t(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+std::string escaped(std::string_view text, bool keep_backslash) {
+    std::string shown;
+    while (!text.empty()) {
+        const size_t length = utf8_length(text);
+        const unsigned char c = static_cast<unsigned char>(text[0]);
+        char code[8];
+        if (length > 1) {
+            shown.append(text.substr(0, length));
+            text.remove_prefix(length);
+            continue;
+        }
+        if (c == '\\' && !keep_backslash) {
+            shown += "\\\\";
+        } else if (c == '\n') {
+            shown += "\\n";
+        } else if (c == '\t') {
+            shown += "\\t";
+        } else if (c == '\r') {
+            shown += "\\r";
+        } else if (length == 0 || c < 0x20 || c == 0x7F) {
+            snprintf(code, sizeof code, "\\x%02x", c);
+            shown += code;
+        } else {
+            shown += char(c);
+        }
+        text.remove_prefix(1);
+    }
+    return shown;
+}
+
 }  // namespace
 
 void print_json(const Json &document) {
@@ -63,33 +93,11 @@ void print_pairs(const Pairs &pairs) {
 }
 
 std::string escape(std::string_view text) {
-    std::string shown;
-    while (!text.empty()) {
-        const size_t length = utf8_length(text);
-        const unsigned char c = static_cast<unsigned char>(text[0]);
-        char code[8];
-        if (length > 1) {
-            shown.append(text.substr(0, length));
-            text.remove_prefix(length);
-            continue;
-        }
-        if (c == '\\') {
-            shown += "\\\\";
-        } else if (c == '\n') {
-            shown += "\\n";
-        } else if (c == '\t') {
-            shown += "\\t";
-        } else if (c == '\r') {
-            shown += "\\r";
-        } else if (length == 0 || c < 0x20 || c == 0x7F) {
-            snprintf(code, sizeof code, "\\x%02x", c);
-            shown += code;
-        } else {
-            shown += char(c);
-        }
-        text.remove_prefix(1);
-    }
-    return shown;
+    return escaped(text, false);
+}
+
+std::string printable(std::string_view text) {
+    return escaped(text, true);
 }
 
 Json pairs_json(const Pairs &pairs) {

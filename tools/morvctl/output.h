@@ -25,6 +25,9 @@ void print_pairs(const Pairs &pairs);
 // "\x1b".
 std::string escape(std::string_view text);
 
+// The same for a whole sentence, the parts of which may be escaped already: backslashes stay.
+std::string printable(std::string_view text);
+
 Json pairs_json(const Pairs &pairs);
 
 }  // namespace morvctl

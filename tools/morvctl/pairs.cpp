@@ -23,9 +23,13 @@ void check_one_line(std::string_view what, std::string_view text) {
     if (text.find('\n') != text.npos) refuse(std::string(what) + " holds a line feed: " + escape(text));
 }
 
+void check_not_empty(std::string_view key) {
+    if (key.empty()) refuse("a key is empty");
+}
+
 void check_key(std::string_view key) {
     const auto wrong = [&](const char *why) { refuse("the key '" + escape(key) + "' " + why); };
-    if (key.empty()) refuse("a key is empty");
+    check_not_empty(key);
     check_one_line("a key", key);
     if (key[0] == '#' || key[0] == ';') wrong("would make the line a comment");
     if (key.find('=') != key.npos) wrong("holds a '='");

@@ -21,6 +21,9 @@ std::string_view trim(std::string_view text);
 // Refuses what would be several lines.
 void check_one_line(std::string_view what, std::string_view text);
 
+// Refuses an empty key, which any blank line would hold.
+void check_not_empty(std::string_view key);
+
 // Refuses a key that could not be read back.
 void check_key(std::string_view key);
 

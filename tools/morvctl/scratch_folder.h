@@ -1,10 +1,9 @@
 // A private temporary folder, gone at the end. Signals that would end the program wait until then.
 #pragma once
 
-#include <signal.h>
-#include <sys/types.h>
-
 #include <string>
+
+#include "morvctl/signals.h"
 
 namespace morvctl {
 
@@ -18,11 +17,11 @@ class ScratchFolder {
     std::string path(const char *name) const { return folder_ + "/" + name; }
 
     // Writes a file, and answers its path.
-    std::string write(const char *name, const std::string &content, mode_t mode) const;
+    std::string write(const char *name, const std::string &content) const;
 
   private:
+    HeldSignals held_;
     std::string folder_;
-    sigset_t former_;
 };
 
 }  // namespace morvctl

@@ -3,6 +3,7 @@
 #include <morvsdk/file.h>
 
 #include <memory>
+#include <optional>
 
 #include "morvctl/change.h"
 #include "morvctl/containers.h"
@@ -20,38 +21,33 @@ struct Args {
     std::string section;
     std::string new_name;
     std::string key;
+    bool has_key = false;
     std::vector<std::string> items;
     bool quote = false;
 };
 
-// A section as it stands in the file.
+// A section as it stands in a text: where its header is, and where the first line behind it.
 struct Place {
-    std::vector<std::string> lines;
-    size_t header = 0;
-    size_t end = 0;  // behind its last line
+    size_t header;
+    size_t end;
 };
-
-bool is_comment(std::string_view line) {
-    return !line.empty() && (line[0] == '#' || line[0] == ';');
-}
 
 bool opens_section(std::string_view line, const std::string &name) {
     const std::string header = "[" + name + "]";
+    line = up_to_nul(line);
     return line.starts_with(header) && line.find_first_not_of(" \t\v\f\r", header.size()) == line.npos;
 }
 
-// Answers whether the file has the section.
-bool find_section(const Target &target, const std::string &name, Place &place) {
-    place.lines = split_lines(read_content(target));
-    const auto &lines = place.lines;
-    for (place.header = 0; place.header < lines.size(); ++place.header) {
-        if (!opens_section(lines[place.header], name)) continue;
-        place.end = place.header + 1;
-        while (place.end < lines.size() && !lines[place.end].starts_with('['))
-            ++place.end;
-        return true;
+// Finds the next section of that name from the line on that begins at `from`.
+std::optional<Place> find_section(std::string_view text, const std::string &name, size_t from = 0) {
+    for (size_t at = from; at < text.size(); at = next_line(text, at)) {
+        if (text[at] != '[' || !opens_section(line_at(text, at), name)) continue;
+        size_t end = next_line(text, at);
+        while (end < text.size() && text[end] != '[')
+            end = next_line(text, end);
+        return Place{at, end};
     }
-    return false;
+    return {};
 }
 
 void check_section(const std::string &name) {
@@ -93,8 +89,6 @@ struct Style {
     std::string line(const std::string &key, const std::string &value, bool quote) const {
         return indent + key + sign + (quote ? "\"" + value + "\"" : value);
     }
-    // The same as a print format.
-    std::string format(bool quote) const { return line("%s", "%s", quote) + "\n"; }
 };
 
 // Where the key of a line ends and its value begins.
@@ -114,66 +108,40 @@ bool is_pair(std::string_view line) {
     return !is_comment(line) && sign != line.npos && !trim(line.substr(0, sign)).empty();
 }
 
-void rewrite_section(const std::string &path, const Args &args, const std::string &key,
-                     const std::string &value, const Style &style) {
-    Hash hash;
-    get_pairs({args.file, path}, args.section, hash);
-    hash.set(key, value);
-    clear_errors();
-    if (ErrMLIBFileSetSection(path.c_str(), args.section.c_str(), nullptr, hash.get(),
-                              style.format(args.quote).c_str()) < 0) {
-        fail_library("write " + args.file);
-    }
-}
-
-// Changes just the line of the key, or adds one behind the section's last pair. Where the library's line
-// functions cannot tell that line from others, the section is written anew.
-void set_key(const std::string &path, const Args &args, const std::string &key, const std::string &value) {
-    Place place;
-    find_section({args.file, path}, args.section, place);
+// Changes just the line of the key, or adds one behind the section's last pair, which looks like that.
+void set_key(std::string &text, const Place &place, const std::string &key, const std::string &value,
+             bool quote) {
     size_t last_pair = place.header;
-    size_t found = 0;
-    Style style;
-    for (size_t i = place.header + 1; i < place.end; ++i) {
-        const std::string_view line = place.lines[i];
+    size_t found = place.header;
+    for (size_t at = next_line(text, place.header); at < place.end; at = next_line(text, at)) {
+        const std::string_view line = line_at(text, at);
         if (!is_pair(line)) continue;
         // Of several lines with the key the last one counts.
-        if (trim(line.substr(0, line.find('='))) == key) found = i;
-        last_pair = i;
+        if (trim(line.substr(0, line.find('='))) == key) found = at;
+        last_pair = at;
     }
-    if (last_pair != place.header) style = style_of(place.lines[found != 0 ? found : last_pair]);
-    const std::string line = style.line(key, value, args.quote);
-    const size_t at = found != 0 ? found : last_pair;
-    const auto flags = flags_for(place.lines, at);
-    if (!flags) return rewrite_section(path, args, key, value, style);
-    const char *pattern = place.lines[at].c_str();
-    clear_errors();
-    const int done = found != 0
-                         ? MLIBFileSetLine(path.c_str(), pattern, line.c_str(), *flags)
-                         : MLIBFileAddLine(path.c_str(), pattern, line.c_str(), *flags | MORV_LINE_AFTER);
-    if (done < 1) fail_library("write " + args.file);
+    const size_t at = found != place.header ? found : last_pair;
+    std::string_view model = line_at(text, at);
+    const size_t length = model.size();
+    const std::string_view end = model.ends_with('\r') ? "\r" : "";
+    model.remove_suffix(end.size());
+    const Style style = last_pair != place.header ? style_of(model) : Style();
+    const std::string line = style.line(key, value, quote).append(end);
+    if (found != place.header) {
+        text.replace(at, length, line);
+    } else if (at + length == text.size()) {
+        text.append("\n").append(line).append("\n");
+    } else {
+        text.insert(at + length + 1, line + "\n");
+    }
 }
 
-void add_section(const std::string &path, const Args &args, const Pairs &pairs) {
-    const auto check = [&](int result) {
-        if (result < 0) fail_library("write " + args.file);
-    };
-    const Target target{args.file, path};
-    clear_errors();
-    if (!exists(target) || read_content(target).empty()) {
-        // The library would begin an empty file with an empty line, and makes none.
-        check(MLIBFileAddLine(path.c_str(), nullptr, ("[" + args.section + "]").c_str(), MORV_LINE_AFTER));
-        for (const auto &[key, value] : pairs) {
-            const std::string line = Style().line(key, value, args.quote);
-            check(MLIBFileAddLine(path.c_str(), nullptr, line.c_str(), MORV_LINE_AFTER));
-        }
-        return;
-    }
-    Hash hash;
+void add_section(std::string &text, const std::string &section, const Pairs &pairs, bool quote) {
+    const char *end = text.ends_with("\r\n") ? "\r\n" : "\n";
+    if (!text.empty() && text.back() != '\n') text += '\n';
+    text.append("[").append(section).append("]").append(end);
     for (const auto &[key, value] : pairs)
-        hash.set(key, value);
-    check(ErrMLIBFileAddSection(path.c_str(), args.section.c_str(), hash.get(),
-                                args.quote ? kQuotedFormat : kPlainFormat));
+        text.append(Style().line(key, value, quote)).append(end);
 }
 
 int list(const Session &session, const Args &args) {
@@ -188,6 +156,7 @@ int list(const Session &session, const Args &args) {
 }
 
 int get(const Session &session, const Args &args) {
+    if (args.has_key) check_not_empty(args.key);
     const Target target = find_target(session, args.file);
     const auto names = section_names(target);
     if (std::find(names.begin(), names.end(), args.section) == names.end())
@@ -195,7 +164,7 @@ int get(const Session &session, const Args &args) {
     Hash hash;
     get_pairs(target, args.section, hash);
     Pairs pairs = hash.pairs();
-    if (!args.key.empty()) {
+    if (args.has_key) {
         const char *value = SzMLIBSzHashGetValue(hash.get(), args.key.c_str());
         if (!value) {
             throw Failure(Exit::kNotFound, "cannot find the key " + escape(args.key) + " in section " +
@@ -222,14 +191,12 @@ int set(const Session &session, const Args &args) {
     for (const auto &pair : pairs) {
         if (pair.first[0] == '[') refuse("the key '" + escape(pair.first) + "' would begin a section");
     }
-    return change_file(session, args.file, [&](const std::string &path) {
-        const Target target{args.file, path};
-        Place place;
-        if (!exists(target) || !find_section(target, args.section, place)) {
-            add_section(path, args, pairs);
+    return change_text(session, args.file, Missing::kIsMade, [&](std::string &text) {
+        if (!find_section(text, args.section)) {
+            add_section(text, args.section, pairs, args.quote);
         } else {
             for (const auto &[key, value] : pairs)
-                set_key(path, args, key, value);
+                set_key(text, *find_section(text, args.section), key, value, args.quote);
         }
         return int(pairs.size());
     });
@@ -238,35 +205,29 @@ int set(const Session &session, const Args &args) {
 int rename(const Session &session, const Args &args) {
     check_section(args.section);
     check_section(args.new_name);
-    return change_file(session, args.file, [&](const std::string &path) {
-        const Target target{args.file, path};
-        Place place;
-        if (find_section(target, args.new_name, place)) {
-            refuse(args.file + " has a section " + args.new_name + " already (" +
+    return change_text(session, args.file, Missing::kFails, [&](std::string &text) {
+        if (find_section(text, args.new_name)) {
+            refuse(args.file + " has a section " + escape(args.new_name) + " already (" +
                    error_name(ERR_SECTION_EXISTS) + ")");
         }
-        int renamed = 0;
-        for (; find_section(target, args.section, place); ++renamed) {
-            const std::string header = "[" + args.new_name + "]";
-            const auto flags = flags_for(place.lines, place.header);
-            if (!flags)
-                refuse("the section " + args.section + " of " + args.file +
-                       " stands among lines like its own");
-            clear_errors();
-            if (MLIBFileSetLine(path.c_str(), place.lines[place.header].c_str(), header.c_str(), *flags) <
-                1) {
-                fail_library("write " + args.file);
-            }
+        std::string renamed;
+        size_t done = 0;
+        int count = 0;
+        for (auto place = find_section(text, args.section); place;
+             place = find_section(text, args.section, place->end)) {
+            renamed.append(text, done, place->header - done).append("[").append(args.new_name).append("]");
+            done = place->header + args.section.size() + 2;
+            ++count;
         }
-        if (renamed == 0) fail_not_found(args.section, args.file);
-        return renamed;
+        if (count == 0) fail_not_found(args.section, args.file);
+        text = renamed.append(text, done);
+        return count;
     });
 }
 
 int remove(const Session &session, const Args &args) {
     check_section(args.section);
-    return change_file(session, args.file, [&](const std::string &path) {
-        check_readable({args.file, path});
+    return change_file(session, args.file, Missing::kFails, [&](const std::string &path) {
         clear_errors();
         const int removed = ErrMLIBFileRemoveSection(path.c_str(), args.section.c_str());
         if (removed < 0) fail_library("write " + args.file);
@@ -294,13 +255,14 @@ void add_section_commands(CLI::App &app, Session &session) {
     {
         auto [command, args] = add(Kind::kReads, "get", "Print the pairs of a section, or one value", get);
         add_name(command, args);
-        add_text(command, "KEY", args.key, "Print the value of this key alone");
+        add_text(command, "KEY", args.key, "Print the value of this key alone")
+            ->each([&flag = args.has_key](const std::string &) { flag = true; });
     }
     {
         auto [command, args] =
             add(Kind::kWrites, "set", "Set keys of a section, which is made if need be", set);
         add_name(command, args);
-        add_texts(command, "KEY=VALUE", args.items, "What to set, one after the other")->required();
+        add_texts(command, "KEY=VALUE", args.items, "What to set")->required();
         command.add_flag("--quote", args.quote, "Write values in double quotes");
     }
     {

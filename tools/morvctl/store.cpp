@@ -48,7 +48,7 @@ struct Reader {
 std::vector<Record> read_store(const Target &target) {
     const std::string content = read_content(target);
     const ScratchFolder scratch;
-    const std::string copy = scratch.write("store", content, 0600);
+    const std::string copy = scratch.write("store", content);
     Reader reader;
     // Whether keys may stand twice is not written outside.
     for (int duplicates = 0; duplicates < 2 && !reader.db; ++duplicates) {

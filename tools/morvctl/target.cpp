@@ -99,33 +99,35 @@ bool exists(const Target &target) {
     return stat(target.path.c_str(), &st) == 0;
 }
 
-std::string read_content(const Target &target) {
-    const Fd fd(open(target.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat st;
-    if (!fd || fstat(fd.get(), &st) != 0) {
-        MLIBErrSet(ERR_OPEN_FAILED);
-        fail_library("read " + target.name);
-    }
-    if (!S_ISREG(st.st_mode)) {
-        MLIBErrSet(ERR_OPEN_FAILED);
-        errno = 0;
-        fail_library("read " + target.name);
-    }
-    std::string content;
-    char buffer[65536];
-    for (;;) {
-        const ssize_t got = read(fd.get(), buffer, sizeof buffer);
-        if (got == 0) return content;
-        if (got < 0) {
-            MLIBErrSet(ERR_READ_FAILED);
-            fail_library("read " + target.name);
-        }
-        content.append(buffer, size_t(got));
-    }
+std::string folder_of(const std::string &path) {
+    const size_t slash = path.rfind('/');
+    return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-void check_readable(const Target &target) {
-    read_content(target);
+Fd open_file(const Target &target, bool may_be_missing) {
+    clear_errors();
+    Fd fd(open(target.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!fd && errno == ENOENT && may_be_missing) return fd;
+    struct stat st;
+    const bool known = fd && fstat(fd.get(), &st) == 0;
+    if (!known || !S_ISREG(st.st_mode)) {
+        MLIBErrSet(ERR_OPEN_FAILED);
+        fail_library("read " + target.name);
+    }
+    return fd;
+}
+
+std::string read_content(const Target &target, const Fd &fd) {
+    std::string content;
+    if (!read_all(fd.get(), content)) {
+        MLIBErrSet(ERR_READ_FAILED);
+        fail_library("read " + target.name);
+    }
+    return content;
+}
+
+std::string read_content(const Target &target) {
+    return read_content(target, open_file(target));
 }
 
 }  // namespace morvctl

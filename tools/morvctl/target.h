@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "morvctl/command.h"
+#include "morvctl/fd.h"
 
 namespace morvctl {
 
@@ -26,10 +27,15 @@ std::string system_path(const Session &session, const std::string &path);
 
 bool exists(const Target &target);
 
-// The whole content of the file.
-std::string read_content(const Target &target);
+// The folder that the file of an absolute path lies in.
+std::string folder_of(const std::string &path);
 
-// Fails as reading the file does: for changes of what is to be there, and so never make a file.
-void check_readable(const Target &target);
+// Opens a file for reading. Fails for what is no regular file, and for a missing one unless that may be: it
+// answers no descriptor then.
+Fd open_file(const Target &target, bool may_be_missing = false);
+
+// The whole content of the file.
+std::string read_content(const Target &target, const Fd &fd);
+std::string read_content(const Target &target);
 
 }  // namespace morvctl

@@ -1,18 +1,31 @@
-// The lines of a file, and how to point the library's line functions at just one of them.
+// Walking the lines of a text:
+//
+//     for (size_t at = 0; at < text.size(); at = next_line(text, at))
+//         ...line_at(text, at)...
 #pragma once
 
-#include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace morvctl {
 
-// The lines without their line feeds.
-std::vector<std::string> split_lines(std::string_view content);
+// The line that begins at `at`, without its line feed.
+inline std::string_view line_at(std::string_view text, size_t at) {
+    return text.substr(at, text.find('\n', at) - at);
+}
 
-// The MORV_LINE_... flags with which the text of lines[index], as a pattern, chooses just that line; nothing
-// when none do: lines that begin with the same text stand before it and after it, or it cannot match at all.
-std::optional<int> flags_for(const std::vector<std::string> &lines, size_t index);
+// Where the next line begins; the end of the text behind the last one.
+inline size_t next_line(std::string_view text, size_t at) {
+    const size_t end = text.find('\n', at);
+    return end == text.npos ? text.size() : end + 1;
+}
+
+// What the library compares of a line.
+inline std::string_view up_to_nul(std::string_view line) {
+    return line.substr(0, line.find('\0'));
+}
+
+inline bool is_comment(std::string_view line) {
+    return !line.empty() && (line[0] == '#' || line[0] == ';');
+}
 
 }  // namespace morvctl

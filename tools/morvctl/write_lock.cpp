@@ -5,8 +5,12 @@
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
 #include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+
+#include <string>
 
 #include "morvctl/failure.h"
 
@@ -62,61 +66,61 @@ constexpr struct {
     {"/etc/fstab", MORV_LOCK_FSTAB},
 };
 
-// 64-bit FNV-1a. Two files of one value share a lock, which only makes one wait for the other.
-uint64_t hash_of(std::string_view text) {
-    uint64_t hash = 0xcbf29ce484222325u;
-    for (const char c : text) {
-        hash ^= static_cast<unsigned char>(c);
-        hash *= 0x100000001b3u;
-    }
-    return hash;
-}
-
-// The folder's path, checked to belong to nobody who might take the files away under us.
-Fd open_lock_folder(const Session &session) {
-    const std::string path = system_path(session, "/tmp") + "/lock";
-    Fd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat st;
-    if (!folder || fstat(folder.get(), &st) != 0) {
-        MLIBErrSet(ERR_OPEN_FAILED);
-        fail_library("open the lock folder " + path);
-    }
-    if (st.st_uid != 0 && st.st_uid != geteuid()) {
-        errno = EPERM;
-        fail_system("use the lock folder " + path + ", which belongs to another user");
+// The folder that a file lies in, locked itself. A rewrite never replaces it, everyone who may change a file
+// in it can open it, and nothing has to be made and left behind.
+Fd lock_folder_of(const Session &session, const Target &target) {
+    const auto fail = [&](int code) {
+        MLIBErrSet(code);
+        fail_library("lock " + target.name);
+    };
+    clear_errors();
+    Fd folder(open(folder_of(target.path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) fail(ERR_OPEN_FAILED);
+    // As patient as the library: a try every 50 ms.
+    for (uint64_t tries = uint64_t{session.timeout} * 20; flock(folder.get(), LOCK_EX | LOCK_NB) != 0;
+         --tries) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || tries == 0) fail(ERR_LOCK_FAILED);
+        usleep(50000);
     }
     return folder;
 }
 
-Fd open_lock_file(const Session &session, const Target &target) {
-    const Fd folder = open_lock_folder(session);
-    std::string_view place = target.path;
-    if (!session.root.empty() && place.starts_with(session.root)) place.remove_prefix(session.root.size());
-    char name[32];
-    snprintf(name, sizeof name, "file_%016llx", static_cast<unsigned long long>(hash_of(place)));
-    Fd file(openat(folder.get(), name, O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644));
-    struct stat st;
-    if (file && (fstat(file.get(), &st) != 0 || !S_ISREG(st.st_mode))) {
-        errno = EINVAL;
-        file.reset();
-    }
-    if (!file) {
-        MLIBErrSet(ERR_OPEN_FAILED);
-        fail_library("lock " + target.name);
-    }
-    return file;
+pid_t parent_of(pid_t process) {
+    const Fd fd(open(("/proc/" + std::to_string(process) + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
+    std::string stat;
+    int parent = 0;
+    // "PID (NAME) STATE PARENT"; the name may hold anything.
+    if (!fd || !read_all(fd.get(), stat) || stat.rfind(')') == stat.npos) return 0;
+    return sscanf(stat.c_str() + stat.rfind(')'), ") %*c %d", &parent) == 1 ? parent : 0;
 }
 
-// As patient as the library: a try every 50 ms.
-void take(const Fd &file, const Session &session, const Target &target) {
-    for (uint64_t tries = uint64_t{session.timeout} * 20;; --tries) {
-        if (flock(file.get(), LOCK_EX | LOCK_NB) == 0) return;
-        if ((errno != EWOULDBLOCK && errno != EINTR) || tries == 0) {
-            MLIBErrSet(ERR_LOCK_FAILED);
-            fail_library("lock " + target.name);
-        }
-        usleep(50000);
+bool is_ancestor(pid_t process) {
+    for (pid_t ancestor = getppid(); ancestor > 0; ancestor = parent_of(ancestor)) {
+        if (ancestor == process) return true;
     }
+    return false;
+}
+
+// "PID:BITS,PID:BITS/ROOT"
+constexpr char kHeldVariable[] = "MORVCTL_LOCKS";
+
+// What was told to us, if it is about this system root, without those who are no longer there to hold a lock.
+std::string held_above(const Session &session, uint32_t &bits) {
+    std::string held;
+    bits = 0;
+    const char *told = secure_getenv(kHeldVariable);
+    if (!told || session.root != strchrnul(told, '/')) return held;
+    int process;
+    unsigned entry;
+    for (int length = 0; sscanf(told, "%d:%x%n", &process, &entry, &length) == 2; ++told) {
+        if (is_ancestor(process)) {
+            held.append(told, size_t(length)).append(",");
+            bits |= entry;
+        }
+        told += length;
+        if (*told != ',') break;
+    }
+    return held;
 }
 
 }  // namespace
@@ -148,15 +152,26 @@ void make_lock_folder(const Session &session) {
     }
 }
 
+void tell_held_locks(const Session &session, uint32_t bits) {
+    uint32_t above;
+    char own[32];
+    snprintf(own, sizeof own, "%d:%x", int(getpid()), bits);
+    setenv(kHeldVariable, (held_above(session, above) + own + session.root).c_str(), 1);
+}
+
 WriteLock::WriteLock(const Session &session, const Target &target) : bit_(guarding_lock(session, target)) {
-    make_lock_folder(session);
-    clear_errors();
-    if (bit_ == 0) {
-        file_ = open_lock_file(session, target);
-        take(file_, session, target);
-    } else if (ErrMLIBFileLock(bit_ | MORV_LOCK_WRITE, session.timeout) != 0) {
-        fail_library("lock " + target.name);
+    if (bit_ != 0) {
+        uint32_t above;
+        held_above(session, above);
+        const bool is_above = (bit_ & above) != 0;
+        make_lock_folder(session);
+        clear_errors();
+        if (ErrMLIBFileLock(bit_ | MORV_LOCK_WRITE, is_above ? 0 : session.timeout) != 0) {
+            if (!is_above || MLIBErrGet() != ERR_LOCK_FAILED) fail_library("lock " + target.name);
+            bit_ = 0;
+        }
     }
+    folder_ = lock_folder_of(session, target);
 }
 
 WriteLock::~WriteLock() {

@@ -22,9 +22,9 @@ std::span<const LockName> lock_names();
 // The lock of the library that guards a file, or 0.
 uint32_t guarding_lock(const Session &session, const Target &target);
 
-// Held exclusively as long as it lives: the library's lock for the files that it guards, else one of the
-// file's own below "/tmp/lock/", named after where the file is. That one is never the file itself, which a
-// rewrite replaces.
+// Held exclusively as long as it lives: the library's lock for the files that it guards, and then the file's
+// folder itself, for all files. The library's lock may be held for us by a `lock run` that we run under; the
+// folder keeps several programs under that one apart.
 class WriteLock {
   public:
     WriteLock(const Session &session, const Target &target);
@@ -34,8 +34,11 @@ class WriteLock {
 
   private:
     uint32_t bit_;
-    Fd file_;
+    Fd folder_;
 };
+
+// Tells the programs that this process starts which locks it holds for them, exclusively.
+void tell_held_locks(const Session &session, uint32_t bits);
 
 // The library makes the lock folder, but not the folder that it lies in: a new system root may have none.
 void make_lock_folder(const Session &session);

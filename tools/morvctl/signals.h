@@ -1,0 +1,26 @@
+// Signals: what morvctl needs of them, whatever it was started with.
+#pragma once
+
+#include <signal.h>
+
+namespace morvctl {
+
+// Sees its children end, and a file grown too large as a failed write.
+void set_up_signals();
+
+// For a child that becomes another program: as morvctl was started.
+void restore_signals();
+
+// Signals that would end the program wait until the end of the scope, so that it leaves no temporary files.
+class HeldSignals {
+  public:
+    HeldSignals();
+    ~HeldSignals();
+    HeldSignals(const HeldSignals &) = delete;
+    HeldSignals &operator=(const HeldSignals &) = delete;
+
+  private:
+    sigset_t former_;
+};
+
+}  // namespace morvctl
