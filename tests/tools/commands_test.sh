@@ -22,6 +22,7 @@ conf get /etc/f --nonsense
 conf set /etc/f a=1 --timeout -1
 section get /etc/f
 line find /etc/f
+line set /etc/f --fields a --last b
 line set /etc/f pattern
 line find /etc/f a --prefix --suffix
 line find /etc/f a --fields a
@@ -136,6 +137,9 @@ test_what_could_not_be_read_back_is_refused() {
         expect_failure 3 'morvctl: *' morvctl section set /etc/f s "$pair"
     done
     expect_failure 3 'morvctl: *' morvctl section set /etc/f s '[k=v]'
+    expect_failure 3 'morvctl: a key is empty' morvctl conf get /etc/f ''
+    expect_failure 3 'morvctl: a key is empty' morvctl conf unset /etc/f a ''
+    expect_failure 3 'morvctl: a key is empty' morvctl section get /etc/f s ''
     for name in 'a]' $'a\nb' '' ' a'; do
         expect_failure 3 'morvctl: *' morvctl section set /etc/f "$name" k=v
     done
@@ -173,6 +177,41 @@ test_section_commands() {
     expect_file "$root/etc/made" $'[s]\na=1\nb=2'
 }
 
+test_sections_keep_the_line_ends_of_their_file() {
+    printf '[s]\r\nk=\r\n' >"$root/etc/f"
+    expect_code 0 morvctl section set /etc/f s k=val new=x
+    expect_code 0 morvctl section set /etc/f t a=1
+    expect_file "$root/etc/f" $'[s]\r\nk=val\r\nnew=x\r\n[t]\r\na=1\r'
+    expect_code 0 morvctl section rename /etc/f s longer
+    expect_file "$root/etc/f" $'[longer]\r\nk=val\r\nnew=x\r\n[t]\r\na=1\r'
+}
+
+test_every_section_of_a_name_is_renamed() {
+    printf '[s]\n[s] \nk=1\n[sx]\n[s]' >"$root/etc/f"
+    expect_code 0 morvctl section rename /etc/f s t
+    [[ $(<"$root/etc/f") == $'[t]\n[t] \nk=1\n[sx]\n[t]' ]] || fail "$(cat "$root/etc/f")"
+}
+
+test_an_empty_value_reads_back() {
+    expect_code 0 morvctl conf set /etc/f e=
+    expect_output '' morvctl conf get /etc/f e
+    expect_code 0 morvctl conf set /etc/f e=1 f= g=2
+    expect_code 0 morvctl conf set /etc/f e= f= g=3
+    expect_output $'e = \nf = \ng = 3' morvctl conf get /etc/f e f g
+    expect_code 0 morvctl section set /etc/f s k=
+    expect_output '' morvctl section get /etc/f s k
+}
+
+test_messages_and_labels_are_lines_whatever_a_name_holds() {
+    local name=$'a\nb\e[31m\\'
+    expect_failure 6 'morvctl: cannot read /etc/a\\nb\\x1b\[31m\\: no such file*' morvctl conf get "/etc/$name" k
+    expect_failure 127 'morvctl: cannot run a\\nb\\x1b\[31m\\: no such file*' morvctl lock run pw -- "$name"
+    expect_failure 2 'morvctl: there is no option *' morvctl conf get /etc/f $'--x\n\e'
+    echo k=1 >"$root/etc/$name"
+    expect_code 0 morvctl conf set "/etc/$name" k=2 --dry-run
+    [[ $(wc -l <"$scratch/out") == 5 && $out == '--- /etc/a\nb\x1b[31m\'$'\n'* ]] || fail "$out"
+}
+
 test_a_section_key_among_equal_lines_is_still_found() {
     printf '[a]\nk=1\n[b]\nk=1\n; note\nz=1\n[c]\nk=1\n' >"$root/etc/f"
     expect_code 0 morvctl section set /etc/f b k=2
@@ -203,6 +242,12 @@ test_line_commands() {
     expect_code 0 morvctl line delete /etc/f --fields x
     expect_code 0 morvctl line replace /etc/f one ONE
     expect_file "$root/etc/f" $'#ONE\nONE\nONE+\nthree\ntwo 1\ntwo 2\nx+\nend'
+    printf '# a:0\na:1\na:1\na:10\na:2\nb' >"$root/etc/f"
+    expect_output a:2 morvctl line find /etc/f --fields a --last
+    expect_code 0 morvctl line delete /etc/f --fields a --last
+    expect_code 0 morvctl line delete /etc/f --fields a
+    expect_code 0 morvctl line delete /etc/f --fields b
+    expect_file "$root/etc/f" $'# a:0\na:1\na:10'
     expect_failure 1 '*' morvctl line set /etc/f none x
     expect_failure 1 '*' morvctl line delete /etc/f none
     expect_failure 1 '*' morvctl line replace /etc/f none x
