@@ -38,8 +38,9 @@
  * Store files lie where everybody can write, so a file is looked through page by page when it is opened, and
  * one that is no sound store is refused with ERR_STORE_INVALID. A file that this process has found sound is
  * known again by its inode, size and times and not looked through until one of them changes. What cannot be
- * guarded against is another process that writes into the file while it is open here, or through a memory
- * mapping that leaves the times alone: it can make the holder of a handle fail in any way. */
+ * guarded against is another process that writes into the file or swaps it while it is being opened, writes
+ * into it while it is open here, or writes through a memory mapping that leaves the times alone: it can make
+ * the holder of a handle fail in any way. */
 #ifndef MORVSDK_BDB_H
 #define MORVSDK_BDB_H
 

@@ -48,6 +48,7 @@
 #include <morvsdk/export.h>
 #include <morvsdk/hash.h>
 #include <morvsdk/list.h>
+#include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
 
@@ -403,6 +404,12 @@ MORV_API int ErrMLIBFileCloseLock(void) MORV_NOEXCEPT;
  * name: a template that ends in "XXXXXX", replaced by the name chosen.
  * Returns the stream, which the caller closes, or null with ERR_BAD_PARAMETERS or ERR_OPEN_FAILED. */
 MORV_API FILE *MLIBFileTempFileOpen(char *name) MORV_NOEXCEPT;
+
+/* Makes the file hold just these bytes, in one rewrite. A missing file is made (mode 0666 less the umask).
+ *
+ * content: size bytes; may be null when size is 0.
+ * Returns 0, or -1 with the rewrite's codes. */
+MORV_API int MORVFileSetContent(const char *path, const void *content, size_t size) MORV_NOEXCEPT;
 
 /* Makes the file, empty, when there is none. An existing regular file is left alone, its times too.
  * Returns 0, or -1: with ERR_BAD_PARAMETERS for a null path, without a code (but logged) when it cannot be

@@ -16,6 +16,26 @@ using namespace testing_support;
 
 namespace {
 
+TEST(SetContent, ReplacesOrMakesTheFileWithAnyBytes) {
+    ScratchRoot root;
+    const std::string bytes("a\0b\n\xFF", 5);
+    const std::string path = root.write("f", "old", 0640);
+    ASSERT_EQ(symlink("new", root.path("link").c_str()), 0);
+    for (const std::string &name : {path, root.path("link")})
+        EXPECT_EQ(MORVFileSetContent(name.c_str(), bytes.data(), bytes.size()), 0);
+    EXPECT_EQ(root.read("f"), bytes);
+    EXPECT_EQ(root.read("new"), bytes);
+    struct stat st;
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, mode_t(0640));
+    EXPECT_EQ(MORVFileSetContent(path.c_str(), nullptr, 0), 0);
+    EXPECT_EQ(root.read("f"), "");
+    EXPECT_EQ(MORVFileSetContent(path.c_str(), nullptr, 1), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
+    EXPECT_EQ(MORVFileSetContent(root.dir().c_str(), "x", 1), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
+}
+
 TEST(TempFile, IsPrivateAndOpen) {
     ScratchRoot root;
     std::string name = root.path("t.XXXXXX");

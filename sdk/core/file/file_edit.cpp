@@ -9,11 +9,20 @@
 
 namespace morv {
 
-int FileEdit::open(const char *path, Missing missing, int read_error, int access) noexcept {
+int FileEdit::open_target(const char *path, Missing missing, int access) noexcept {
     if (!follow_links(path, target_)) return ERR_OPEN_FAILED;
     fd_.reset(::open(target_, access | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!fd_) return missing == kMayCreate && errno == ENOENT ? 0 : ERR_OPEN_FAILED;
-    if (int code = check_regular(fd_.get())) return code;
+    return check_regular(fd_.get());
+}
+
+int FileEdit::open(const char *path, Missing missing) noexcept {
+    return open_target(path, missing, O_RDONLY);
+}
+
+int FileEdit::open(const char *path, Missing missing, int read_error, int access) noexcept {
+    if (int code = open_target(path, missing, access)) return code;
+    if (!fd_) return 0;
     const int code = text_.load(fd_.get());
     return code == ERR_READ_FAILED ? read_error : code;
 }

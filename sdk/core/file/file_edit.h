@@ -26,6 +26,9 @@ class FileEdit {
     // access: O_RDWR for callers that promise to fail where the file itself may not be written
     int open(const char *path, Missing missing, int read_error, int access = O_RDONLY) noexcept;
 
+    // The same without reading the target, for callers that know all that it is to hold.
+    int open(const char *path, Missing missing) noexcept;
+
     bool exists() const noexcept { return bool(fd_); }
     std::string_view text() const noexcept { return text_.view(); }
 
@@ -38,6 +41,8 @@ class FileEdit {
     int commit(std::string_view content, NewFile new_file = kAsOpened) const noexcept;
 
   private:
+    int open_target(const char *path, Missing missing, int access) noexcept;
+
     char target_[PATH_MAX];
     UniqueFd fd_;
     FileText text_;

@@ -67,39 +67,25 @@ int refuse_type(mode_t mode) {
     return S_ISDIR(mode) ? EISDIR : EOPNOTSUPP;
 }
 
-// Whether an open file is a sound btree; `st` is what fstat says of it. Answers 0 or an errno.
-int check_file(int file, const struct stat &st, bool *duplicates) {
-    if (const int refused = refuse_type(st.st_mode)) return refused;
-    if (const KnownFile *k = find_known(st)) {
+// `st` is what `path` was a moment ago, and becomes what the file looked at is.
+int check_file(const char *path, struct stat *st, bool *duplicates) {
+    if (const KnownFile *k = find_known(*st)) {
         *duplicates = k->duplicates;
         return 0;
     }
+    UniqueFd file(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file || fstat(file.get(), st) != 0) return errno;
+    if (const int refused = refuse_type(st->st_mode)) return refused;
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
-    if (const int refused = check_btree(file, static_cast<uint64_t>(st.st_size), duplicates)) return refused;
-    if (settled(st.st_ctim, now)) {
-        known_files[next_known] = {st.st_dev, st.st_ino, st.st_size, st.st_mtim, st.st_ctim, *duplicates};
+    if (const int refused = check_btree(file.get(), static_cast<uint64_t>(st->st_size), duplicates))
+        return refused;
+    if (settled(st->st_ctim, now)) {
+        known_files[next_known] = {st->st_dev,  st->st_ino,  st->st_size,
+                                   st->st_mtim, st->st_ctim, *duplicates};
         next_known = (next_known + 1) % (sizeof known_files / sizeof known_files[0]);
     }
     return 0;
-}
-
-// Opens the very file that was looked at, whatever its name leads to by now. Answers null, with errno, also
-// when that cannot be told: without /proc the name decides, and is compared afterwards.
-DB *open_checked(int file, const struct stat &st, const char *path, int access, const BTREEINFO *info) {
-    char name[32];
-    snprintf(name, sizeof name, "/proc/self/fd/%d", file);
-    errno = 0;
-    DB *opened = dbopen(name, access, 0666, DB_BTREE, info);
-    if (!opened && errno == ENOENT) opened = dbopen(path, access, 0666, DB_BTREE, info);
-    if (!opened) return nullptr;
-    silence_btree(opened->internal);
-    struct stat now;
-    if (fstat(opened->fd(opened), &now) == 0 && now.st_ino == st.st_ino && now.st_dev == st.st_dev)
-        return opened;
-    opened->close(opened);
-    errno = ENOENT;
-    return nullptr;
 }
 
 int rename_to_free_name(const char *from, const char *to) {
@@ -147,10 +133,9 @@ int open_btree(const char *path, int flags, bool duplicates, struct __db **db, m
 
     // Each round that is not the last is one in which the file was created, emptied, replaced or removed.
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        const UniqueFd file(
-            open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (flags & O_TRUNC ? O_NOFOLLOW : 0)));
         struct stat st;
-        if (!file) {
+        // What is emptied is not found through a link.
+        if ((flags & O_TRUNC ? lstat(path, &st) : stat(path, &st)) != 0) {
             if (errno != ENOENT || !(flags & O_CREAT)) return errno;
             if (lstat(path, &st) == 0) return ELOOP;
             const int failed = create_file(path, duplicates);
@@ -159,12 +144,16 @@ int open_btree(const char *path, int flags, bool duplicates, struct __db **db, m
             continue;
         }
         if ((flags & O_CREAT) && (flags & O_EXCL)) return EEXIST;
-        if (fstat(file.get(), &st) != 0) return errno;
+        if (S_ISLNK(st.st_mode)) return ELOOP;
+        if (const int refused = refuse_type(st.st_mode)) return refused;
         bool has_duplicates;
-        const int refused = check_file(file.get(), st, &has_duplicates);
-        if (refused && !(flags & O_TRUNC && S_ISREG(st.st_mode) && st.st_size == 0)) return refused;
+        const bool nothing_to_lose = (flags & O_TRUNC) && st.st_size == 0;
+        int failed = nothing_to_lose ? 0 : check_file(path, &st, &has_duplicates);
+        if (failed == ENOENT) continue;
+        if (failed) return failed;
         if (flags & O_TRUNC) {
-            if (const int failed = create_btree(path, duplicates)) return failed;
+            failed = create_btree(path, duplicates);
+            if (failed) return failed;
             flags &= ~O_TRUNC;
             continue;
         }
@@ -173,13 +162,21 @@ int open_btree(const char *path, int flags, bool duplicates, struct __db **db, m
         BTREEINFO info;
         memset(&info, 0, sizeof info);
         info.flags = R_DUP;
-        *db = open_checked(file.get(), st, path, access == O_RDONLY ? O_RDONLY : O_RDWR,
-                           duplicates ? &info : nullptr);
-        if (*db) {
-            *mode = st.st_mode;
+        errno = 0;
+        DB *const opened = dbopen(path, access == O_RDONLY ? O_RDONLY : O_RDWR, 0666, DB_BTREE,
+                                  duplicates ? &info : nullptr);
+        if (!opened) {
+            if (errno == ENOENT) continue;
+            return errno ? errno : EIO;
+        }
+        silence_btree(opened->internal);
+        struct stat now;
+        if (fstat(opened->fd(opened), &now) == 0 && now.st_ino == st.st_ino && now.st_dev == st.st_dev) {
+            *db = opened;
+            *mode = now.st_mode;
             return 0;
         }
-        if (errno != ENOENT) return errno ? errno : EIO;
+        opened->close(opened);
     }
     return flags & O_CREAT ? EBUSY : ENOENT;
 }
