@@ -1,6 +1,7 @@
 #include "morvctl/change.h"
 
 #include <fcntl.h>
+#include <morvsdk/file.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,8 +10,8 @@
 
 #include "morvctl/fd.h"
 #include "morvctl/output.h"
-#include "morvctl/replace.h"
 #include "morvctl/scratch_folder.h"
+#include "morvctl/signals.h"
 #include "morvctl/write_lock.h"
 
 namespace morvctl {
@@ -71,7 +72,12 @@ int change(const Session &session, const std::string &name, Missing missing,
     if (session.dry_run) {
         shown = show_change(name, bool(old), before, after);
     } else if (after != before) {
-        replace_file(target, old, after);
+        const HeldSignals held;
+        // Only now: what is done to a private copy need not outlast a power loss.
+        MORVFileDurabilitySet(MORV_DURABLE);
+        clear_errors();
+        if (MORVFileSetContent(target.path.c_str(), after.data(), after.size()) != 0)
+            fail_library("write " + target.name);
     }
     lock.reset();
     if (session.json) {

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace morvctl {
@@ -42,19 +41,6 @@ inline bool read_all(int fd, std::string &content) {
             return false;
         }
     }
-}
-
-// Writes all of it, and answers whether that worked.
-inline bool write_all(int fd, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t done = write(fd, content.data(), content.size());
-        if (done >= 0) {
-            content.remove_prefix(size_t(done));
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
 }
 
 }  // namespace morvctl

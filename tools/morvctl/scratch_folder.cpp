@@ -4,11 +4,28 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <string_view>
 
 #include "morvctl/failure.h"
 #include "morvctl/fd.h"
 
 namespace morvctl {
+
+namespace {
+
+bool write_all(int fd, std::string_view content) {
+    while (!content.empty()) {
+        const ssize_t done = write(fd, content.data(), content.size());
+        if (done >= 0) {
+            content.remove_prefix(size_t(done));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
 
 ScratchFolder::ScratchFolder() {
     const char *place = secure_getenv("TMPDIR");
