@@ -56,22 +56,20 @@ TEST(ErrorNames, StandAtTheIndexOfTheirCode) {
     const struct {
         int code;
         const char *name;
-    } cases[] = {
-        {ERR_SUCCESS, "ERR_SUCCESS"},
-        {ERR_TIMER_EXPIRED, "ERR_TIMER_EXPIRED"},
-        {0x2F00, nullptr},
-        {ERR_READ_GEO, "ERR_READ_GEO"},
-        {ERR_BADPATCH, "ERR_BADPATCH"},
-        {0x3900, nullptr},
-        {ERR_FORMAT_ERROR, "ERR_FORMAT_ERROR"},
-        {0x4100, nullptr},
-        {ERR_BAD_DISKSECTOR, "ERR_BAD_DISKSECTOR"},
-        {ERR_UDPD_RECV_FAIL, "ERR_UDPD_RECV_FAIL"},
-        {0x7B00, nullptr},
-        {ERR_VOLUME_SIZE_TOO_LARGE, "ERR_VOLUME_SIZE_TOO_LARGE"},
-        {ERR_READ_ONLY_FS, nullptr},
-        {ERR_YP_BIND, "ERR_YP_BIND"},
-    };
+    } cases[] = {{ERR_SUCCESS, "ERR_SUCCESS"},
+                 {ERR_TIMER_EXPIRED, "ERR_TIMER_EXPIRED"},
+                 {0x2F00, nullptr},
+                 {ERR_READ_GEO, "ERR_READ_GEO"},
+                 {ERR_BADPATCH, "ERR_BADPATCH"},
+                 {0x3900, nullptr},
+                 {ERR_FORMAT_ERROR, "ERR_FORMAT_ERROR"},
+                 {0x4100, nullptr},
+                 {ERR_BAD_DISKSECTOR, "ERR_BAD_DISKSECTOR"},
+                 {ERR_UDPD_RECV_FAIL, "ERR_UDPD_RECV_FAIL"},
+                 {0x7B00, nullptr},
+                 {ERR_VOLUME_SIZE_TOO_LARGE, "ERR_VOLUME_SIZE_TOO_LARGE"},
+                 {ERR_READ_ONLY_FS, nullptr},
+                 {ERR_YP_BIND, "ERR_YP_BIND"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.code);
         EXPECT_STREQ(rgszErrMsg[c.code >> 8], c.name);
@@ -86,15 +84,13 @@ TEST(ErrorNames, ArePrintedForTheCodeInErrno) {
     const struct {
         int value;
         const char *text;
-    } cases[] = {
-        {0x0D00, "ERR_BAD_PARAMETERS\n"},
-        {0, "ERR_SUCCESS\n"},
-        {0x9000, "ERR_YP_BIND\n"},
-        {0x0D01, ""},
-        {0x9100, ""},
-        {0x2F00, ""},
-        {-256, ""},
-    };
+    } cases[] = {{0x0D00, "ERR_BAD_PARAMETERS\n"},
+                 {0, "ERR_SUCCESS\n"},
+                 {0x9000, "ERR_YP_BIND\n"},
+                 {0x0D01, ""},
+                 {0x9100, ""},
+                 {0x2F00, ""},
+                 {-256, ""}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.value);
         testing::internal::CaptureStdout();
