@@ -12,7 +12,8 @@ using testing_support::ScratchRoot;
 
 namespace {
 
-std::string printed(void (*print)()) {
+template <class F>
+std::string printed(F print) {
     testing::internal::CaptureStdout();
     print();
     fflush(stdout);
@@ -56,23 +57,24 @@ TEST(ErrorNames, StandAtTheIndexOfTheirCode) {
     const struct {
         int code;
         const char *name;
-    } cases[] = {{ERR_SUCCESS, "ERR_SUCCESS"},
-                 {ERR_TIMER_EXPIRED, "ERR_TIMER_EXPIRED"},
-                 {0x2F00, nullptr},
-                 {ERR_READ_GEO, "ERR_READ_GEO"},
-                 {ERR_BADPATCH, "ERR_BADPATCH"},
-                 {0x3900, nullptr},
-                 {ERR_FORMAT_ERROR, "ERR_FORMAT_ERROR"},
-                 {0x4100, nullptr},
-                 {ERR_BAD_DISKSECTOR, "ERR_BAD_DISKSECTOR"},
-                 {ERR_UDPD_RECV_FAIL, "ERR_UDPD_RECV_FAIL"},
-                 {0x7B00, nullptr},
-                 {ERR_VOLUME_SIZE_TOO_LARGE, "ERR_VOLUME_SIZE_TOO_LARGE"},
-                 {ERR_READ_ONLY_FS, nullptr},
-                 {ERR_YP_BIND, "ERR_YP_BIND"}};
+    } cases[] = {
+        {0x2F00, nullptr},
+        {0x3900, nullptr},
+        {0x4100, nullptr},
+        {0x7B00, nullptr},
+        {ERR_READ_ONLY_FS, nullptr},
+        {ERR_SUCCESS, "ERR_SUCCESS"},
+        {ERR_YP_BIND, "ERR_YP_BIND"},
+        {ERR_READ_GEO, "ERR_READ_GEO"},
+        {ERR_BADPATCH, "ERR_BADPATCH"},
+        {ERR_FORMAT_ERROR, "ERR_FORMAT_ERROR"},
+        {ERR_TIMER_EXPIRED, "ERR_TIMER_EXPIRED"},
+        {ERR_BAD_DISKSECTOR, "ERR_BAD_DISKSECTOR"},
+        {ERR_UDPD_RECV_FAIL, "ERR_UDPD_RECV_FAIL"},
+        {ERR_VOLUME_SIZE_TOO_LARGE, "ERR_VOLUME_SIZE_TOO_LARGE"},
+    };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.code);
-        EXPECT_STREQ(rgszErrMsg[c.code >> 8], c.name);
+        EXPECT_STREQ(rgszErrMsg[c.code >> 8], c.name) << c.code;
     }
     int named = 0;
     for (const char *name : rgszErrMsg)
@@ -84,20 +86,21 @@ TEST(ErrorNames, ArePrintedForTheCodeInErrno) {
     const struct {
         int value;
         const char *text;
-    } cases[] = {{0x0D00, "ERR_BAD_PARAMETERS\n"},
-                 {0, "ERR_SUCCESS\n"},
-                 {0x9000, "ERR_YP_BIND\n"},
-                 {0x0D01, ""},
-                 {0x9100, ""},
-                 {0x2F00, ""},
-                 {-256, ""}};
+    } cases[] = {
+        {-256, ""},
+        {0x0D01, ""},
+        {0x9100, ""},
+        {0x2F00, ""},
+        {0, "ERR_SUCCESS\n"},
+        {0x9000, "ERR_YP_BIND\n"},
+        {0x0D00, "ERR_BAD_PARAMETERS\n"},
+    };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.value);
-        testing::internal::CaptureStdout();
-        errno = c.value;
-        MLIBErrPrint();
-        fflush(stdout);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.text);
+        const auto print = [&] {
+            errno = c.value;
+            MLIBErrPrint();
+        };
+        EXPECT_EQ(printed(print), c.text) << c.value;
     }
 }
 
@@ -145,20 +148,24 @@ TEST(ErrorLog, IsEmptiedAndAppendedTo) {
 
 TEST(ErrorLog, SaysWhyNothingWasLogged) {
     ScratchRoot root;
+    const std::string path = root.path("log"), nowhere = root.dir() + "/no/such/log";
     MLIBErrLogInitial(nullptr);
-    MLIBErrLogInitial(root.path("no").append("/such/dir/log").c_str());
-
-    const std::string path = root.path("log");
-    EXPECT_EQ(MLIBErrLogSet(path.c_str(), nullptr), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_STREQ(MORVErrorGetFile(), "error_log_set");
-    EXPECT_GT(MORVErrorGetLine(), 0);
-    EXPECT_EQ(MLIBErrLogSet(nullptr, "x"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_EQ(MLIBErrLogSet((root.dir() + "/no/such/log").c_str(), "x"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
-    EXPECT_EQ(MLIBErrLogSet("/dev/full", "x"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_WRITE_FAILED);
+    MLIBErrLogInitial(nowhere.c_str());
+    const struct {
+        const char *path, *message;
+        int code;
+    } cases[] = {
+        {path.c_str(), nullptr, ERR_BAD_PARAMETERS},
+        {nullptr, "x", ERR_BAD_PARAMETERS},
+        {nowhere.c_str(), "x", ERR_OPEN_FAILED},
+        {"/dev/full", "x", ERR_WRITE_FAILED},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(MLIBErrLogSet(c.path, c.message), -1);
+        EXPECT_EQ(MLIBErrGet(), c.code);
+        EXPECT_STREQ(MORVErrorGetFile(), "error_log_set");
+        EXPECT_GT(MORVErrorGetLine(), 0);
+    }
     EXPECT_EQ(MLIBErrLogSet("/dev/null", "x"), 0) << "which cannot be synced";
     EXPECT_EQ(MLIBErrLogSet(path.c_str(), "still works"), 0);
     EXPECT_EQ(MLIBErrGet(), ERR_WRITE_FAILED) << "a success leaves the code of the last failure readable";
