@@ -54,54 +54,52 @@ TEST(ErrorState, KeepsTheVolumeWordApart) {
 
 TEST(ErrorNames, StandAtTheIndexOfTheirCode) {
     ASSERT_EQ(errNum, 145);
-    const struct {
+    struct Name {
         int code;
         const char *name;
-    } cases[] = {
-        {0x2F00, nullptr},
-        {0x3900, nullptr},
-        {0x4100, nullptr},
-        {0x7B00, nullptr},
-        {ERR_READ_ONLY_FS, nullptr},
-        {ERR_SUCCESS, "ERR_SUCCESS"},
-        {ERR_YP_BIND, "ERR_YP_BIND"},
-        {ERR_READ_GEO, "ERR_READ_GEO"},
-        {ERR_BADPATCH, "ERR_BADPATCH"},
-        {ERR_FORMAT_ERROR, "ERR_FORMAT_ERROR"},
-        {ERR_TIMER_EXPIRED, "ERR_TIMER_EXPIRED"},
-        {ERR_BAD_DISKSECTOR, "ERR_BAD_DISKSECTOR"},
-        {ERR_UDPD_RECV_FAIL, "ERR_UDPD_RECV_FAIL"},
-        {ERR_VOLUME_SIZE_TOO_LARGE, "ERR_VOLUME_SIZE_TOO_LARGE"},
     };
-    for (const auto &c : cases) {
-        EXPECT_STREQ(rgszErrMsg[c.code >> 8], c.name) << c.code;
+#define NAMED(code) \
+    Name {          \
+        code, #code \
     }
+    const Name cases[] = {
+        NAMED(ERR_SUCCESS),
+        NAMED(ERR_CHECKSUM),
+        NAMED(ERR_READ_GEO),
+        NAMED(ERR_BADPATCH),
+        NAMED(ERR_YP_BIND),
+        NAMED(ERR_TIMER_EXPIRED),
+        NAMED(ERR_FORMAT_ERROR),
+        NAMED(ERR_BAD_DISKSECTOR),
+        NAMED(ERR_UDPD_RECV_FAIL),
+        NAMED(ERR_UNKNOWN),
+        NAMED(ERR_VOLUME_SIZE_TOO_LARGE),
+    };
+#undef NAMED
+    for (const Name &c : cases)
+        EXPECT_STREQ(rgszErrMsg[c.code >> 8], c.name) << c.code;
+    for (const int unnamed : {0x2F00, 0x3900, 0x4100, 0x7B00, int{ERR_READ_ONLY_FS}})
+        EXPECT_EQ(rgszErrMsg[unnamed >> 8], nullptr) << unnamed;
     int named = 0;
     for (const char *name : rgszErrMsg)
         named += name != nullptr;
     EXPECT_EQ(named, 85);
 }
 
+std::string printed_for(int value) {
+    return printed([value] {
+        errno = value;
+        MLIBErrPrint();
+    });
+}
+
 TEST(ErrorNames, ArePrintedForTheCodeInErrno) {
-    const struct {
-        int value;
-        const char *text;
-    } cases[] = {
-        {-256, ""},
-        {0x0D01, ""},
-        {0x9100, ""},
-        {0x2F00, ""},
-        {0, "ERR_SUCCESS\n"},
-        {0x9000, "ERR_YP_BIND\n"},
-        {0x0D00, "ERR_BAD_PARAMETERS\n"},
-    };
-    for (const auto &c : cases) {
-        const auto print = [&] {
-            errno = c.value;
-            MLIBErrPrint();
-        };
-        EXPECT_EQ(printed(print), c.text) << c.value;
-    }
+    const std::pair<int, const char *> cases[] = {
+        {0x0D00, "ERR_BAD_PARAMETERS\n"}, {0, "ERR_SUCCESS\n"}, {0x9000, "ERR_YP_BIND\n"}};
+    for (const auto &[value, text] : cases)
+        EXPECT_EQ(printed_for(value), text);
+    for (const int value : {0x0D01, 0x9100, 0x2F00, -256})
+        EXPECT_EQ(printed_for(value), "") << value;
 }
 
 TEST(ErrorTrace, HoldsTheInnermost64FramesOfTheLastError) {

@@ -6,6 +6,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "support/refused.h"
 
@@ -31,28 +32,41 @@ class Buffer {
     char *bytes_;
 };
 
-TEST(Colon, IsEscapedWithinTheSizeThatExcludesTheTerminator) {
+// Each size excludes the terminator. That of the encoded text is needed, only to make hexadecimal digits that
+// of the plain one.
+TEST(Code, GoesBothWaysWithinTheSize) {
     const struct {
-        const char *plain, *escaped;
+        bool colon;
+        const char *plain, *coded;
     } cases[] = {
-        {"", ""},      {"plain,text", "plain,text"}, {"a:b;c", "a;,b;;c"}, {":::", ";,;,;,"},
-        {";,", ";;,"}, {"\xc3\xa9:", "\xc3\xa9;,"},
+        {true, "", ""},
+        {true, "plain,text", "plain,text"},
+        {true, "a:b;c", "a;,b;;c"},
+        {true, ":::", ";,;,;,"},
+        {true, ";,", ";;,"},
+        {true, "\xc3\xa9:", "\xc3\xa9;,"},
+        {false, "", ""},
+        {false, "A", "41"},
+        {false, "az\x7f", "617A7F"},
+        {false, "\xff\x80", "FF80"},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.plain);
-        const int length = int(strlen(c.escaped));
-        Buffer escaped(size_t(length) + 1);
-        EXPECT_EQ(MLIBStrEncodeColon(c.plain, escaped, length), length);
-        EXPECT_STREQ(escaped, c.escaped);
-        EXPECT_EQ(MLIBStrEncodeColon(c.plain, escaped, length - 1), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
-
-        Buffer plain(size_t(length) + 1);
-        EXPECT_EQ(MLIBStrDecodeColon(c.escaped, plain, length), int(strlen(c.plain)));
+        SCOPED_TRACE(c.coded);
+        const auto encode = c.colon ? MLIBStrEncodeColon : MLIBStringToHexCode;
+        const auto decode = c.colon ? MLIBStrDecodeColon : MLIBStrHexCodeToString;
+        const int plain_length = int(strlen(c.plain)), length = int(strlen(c.coded));
+        const int size = c.colon ? length : plain_length;
+        Buffer coded(size_t(length) + 1), plain(size_t(c.colon ? length : plain_length) + 1);
+        EXPECT_EQ(encode(c.plain, coded, size), length);
+        EXPECT_STREQ(coded, c.coded);
+        EXPECT_EQ(decode(c.coded, plain, length), plain_length);
         EXPECT_STREQ(plain, c.plain);
-        MLIBErrSet(ERR_SUCCESS);
-        EXPECT_EQ(MLIBStrDecodeColon(c.escaped, plain, length - 1), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
+        for (const auto &[code, from, to, least] :
+             {std::tuple{encode, c.plain, &coded, size}, {decode, c.coded, &plain, length}}) {
+            MLIBErrSet(ERR_SUCCESS);
+            EXPECT_EQ(code(from, *to, least - 1), -1);
+            EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
+        }
     }
 }
 
@@ -176,26 +190,6 @@ TEST(Insert, TakesOnlyAPositionOfTheText) {
     const Refused calls[] = {MLIBStrInsert(text + 1, text, "x", dst, 100),
                              MLIBStrInsert(text, text + 6, "x", dst, 100),
                              MLIBStrInsert(text, nullptr, "x", dst, 100)};
-}
-
-TEST(Hex, GoesBothWays) {
-    const struct {
-        const char *text, *hex;
-    } cases[] = {{"", ""}, {"A", "41"}, {"az\x7f", "617A7F"}, {"\xff\x80", "FF80"}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.hex);
-        const int length = int(strlen(c.text));
-        Buffer hex(2 * strlen(c.text) + 1), text(strlen(c.text) + 1);
-        EXPECT_EQ(MLIBStringToHexCode(c.text, hex, length), 2 * length);
-        EXPECT_STREQ(hex, c.hex);
-        EXPECT_EQ(MLIBStringToHexCode(c.text, hex, length - 1), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
-        EXPECT_EQ(MLIBStrHexCodeToString(c.hex, text, 2 * length), length);
-        EXPECT_STREQ(text, c.text);
-        MLIBErrSet(ERR_SUCCESS);
-        EXPECT_EQ(MLIBStrHexCodeToString(c.hex, text, 2 * length - 1), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
-    }
 }
 
 TEST(Hex, DecodingEndsAtWhatIsNoPair) {
