@@ -54,36 +54,17 @@ TEST(ErrorState, KeepsTheVolumeWordApart) {
 
 TEST(ErrorNames, StandAtTheIndexOfTheirCode) {
     ASSERT_EQ(errNum, 145);
-    struct Name {
-        int code;
-        const char *name;
-    };
-#define NAMED(code) \
-    Name {          \
-        code, #code \
-    }
-    const Name cases[] = {
-        NAMED(ERR_SUCCESS),
-        NAMED(ERR_CHECKSUM),
-        NAMED(ERR_READ_GEO),
-        NAMED(ERR_BADPATCH),
-        NAMED(ERR_YP_BIND),
-        NAMED(ERR_TIMER_EXPIRED),
-        NAMED(ERR_FORMAT_ERROR),
-        NAMED(ERR_BAD_DISKSECTOR),
-        NAMED(ERR_UDPD_RECV_FAIL),
-        NAMED(ERR_UNKNOWN),
-        NAMED(ERR_VOLUME_SIZE_TOO_LARGE),
-    };
-#undef NAMED
-    for (const Name &c : cases)
-        EXPECT_STREQ(rgszErrMsg[c.code >> 8], c.name) << c.code;
+    const int codes[] = {ERR_SUCCESS,        ERR_TIMER_EXPIRED,         ERR_READ_GEO,
+                         ERR_BADPATCH,       ERR_FORMAT_ERROR,          ERR_BAD_DISKSECTOR,
+                         ERR_UDPD_RECV_FAIL, ERR_VOLUME_SIZE_TOO_LARGE, ERR_YP_BIND};
+    const char *const names[] = {"ERR_SUCCESS",        "ERR_TIMER_EXPIRED",         "ERR_READ_GEO",
+                                 "ERR_BADPATCH",       "ERR_FORMAT_ERROR",          "ERR_BAD_DISKSECTOR",
+                                 "ERR_UDPD_RECV_FAIL", "ERR_VOLUME_SIZE_TOO_LARGE", "ERR_YP_BIND"};
+    for (size_t i = 0; i < std::size(codes); ++i)
+        EXPECT_STREQ(rgszErrMsg[codes[i] >> 8], names[i]);
     for (const int unnamed : {0x2F00, 0x3900, 0x4100, 0x7B00, int{ERR_READ_ONLY_FS}})
         EXPECT_EQ(rgszErrMsg[unnamed >> 8], nullptr) << unnamed;
-    int named = 0;
-    for (const char *name : rgszErrMsg)
-        named += name != nullptr;
-    EXPECT_EQ(named, 85);
+    EXPECT_EQ(std::count(rgszErrMsg, rgszErrMsg + errNum, nullptr), 145 - 85);
 }
 
 std::string printed_for(int value) {

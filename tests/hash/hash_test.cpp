@@ -230,7 +230,7 @@ TEST(HashInternals, CopyPairsIntoAnotherHash) {
     EXPECT_EQ(MLIBErrGet(), ERR_UNKNOWN);
     EXPECT_EQ(to->nPair, 2);
     EXPECT_EQ(to.get("a") + to.get("b"), "12");
-    from.set("c", "a value that does not fit");
+    from.set("c", "too long");  // by a byte
     MLIBICopyHash(from, to);
     EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(to->nPair, 2);

@@ -220,7 +220,7 @@ TEST(ListSets, FailCleanlyWhenThereIsNoMemory) {
         first.push_back("name" + std::to_string(i));
         second.push_back("name" + std::to_string(2 * i));
     }
-    second.insert(second.end(), 60, "name5");  // copies, which make the list grow a few times
+    second.insert(second.end(), 300, "name5");  // copies, which make the list grow a few times
     const auto fail = [&](Op op, int mode_a, int mode_b, int flag) {
         for_each_alloc_fault([&](int nth) {
             AllocFault::disarm();

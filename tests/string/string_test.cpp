@@ -188,8 +188,8 @@ TEST(Insert, TakesOnlyAPositionOfTheText) {
     EXPECT_STREQ(text, "deabc");
     MLIBErrSet(ERR_SUCCESS);
     const Refused calls[] = {MLIBStrInsert(text + 1, text, "x", dst, 100),
-                             MLIBStrInsert(text, text + 6, "x", dst, 100),
-                             MLIBStrInsert(text, nullptr, "x", dst, 100)};
+                             MLIBStrInsert(text, text + 6, "x", dst, 9),
+                             MLIBStrInsert(text, nullptr, "x", dst, 9)};
 }
 
 TEST(Hex, DecodingEndsAtWhatIsNoPair) {
@@ -224,19 +224,17 @@ TEST(String, RefusesArgumentsThatItCannotTake) {
         MLIBStringToHexCode(text, nullptr, 9),    MLIBStrHexCodeToString(text, text, 9),
         MLIBStrHexCodeToString(nullptr, text, 9), MLIBStrHexCodeToString(text, nullptr, 9),
     };
+    char *const none = nullptr;
     const Refused editing[] = {
-        MLIBStrReplace(nullptr, "a", "b", nullptr, 9),
-        MLIBStrReplace(text, nullptr, "b", nullptr, 9),
-        MLIBStrReplace(text, "a", nullptr, nullptr, 9),
-        MLIBStrDelete(text, nullptr, nullptr, 9),
-        MLIBStrInsertAfter(nullptr, "a", "b", nullptr, 9),
-        MLIBStrInsertAfter(text, nullptr, "b", nullptr, 9),
-        MLIBStrInsertAfter(text, "a", nullptr, nullptr, 9),
-        MLIBStrInsertBefore(nullptr, "a", "b", nullptr, 9),
-        MLIBStrInsertBefore(text, nullptr, "b", nullptr, 9),
-        MLIBStrInsertBefore(text, "a", nullptr, nullptr, 9),
-        MLIBStrInsertAfter(text, "a", "b", nullptr, -1),
-        MLIBStrInsertBefore(text, "a", "b", nullptr, -1),
+        MLIBStrReplace(none, "a", "b", none, 9),
+        MLIBStrReplace(text, none, "b", none, 9),
+        MLIBStrReplace(text, "a", none, none, 9),
+        MLIBStrDelete(text, none, none, 9),
+    };
+    const Refused inserting[] = {
+        MLIBStrInsertAfter(none, "a", "b", none, 9),   MLIBStrInsertAfter(text, none, "b", none, 9),
+        MLIBStrInsertAfter(text, "a", none, none, 9),  MLIBStrInsertBefore(none, "a", "b", none, 9),
+        MLIBStrInsertBefore(text, none, "b", none, 9), MLIBStrInsertBefore(text, "a", none, none, 9),
     };
     const Refused others[] = {MLIBStrTrimSpace(nullptr, text), SzMLIBStrCaseLower(nullptr, 0, text, 9)};
     EXPECT_STREQ(text, "a");
