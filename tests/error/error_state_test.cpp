@@ -12,7 +12,8 @@ using testing_support::ScratchRoot;
 
 namespace {
 
-std::string printed(void (*print)()) {
+template <class F>
+std::string printed(F print) {
     testing::internal::CaptureStdout();
     print();
     fflush(stdout);
@@ -53,56 +54,33 @@ TEST(ErrorState, KeepsTheVolumeWordApart) {
 
 TEST(ErrorNames, StandAtTheIndexOfTheirCode) {
     ASSERT_EQ(errNum, 145);
-    const struct {
-        int code;
-        const char *name;
-    } cases[] = {
-        {ERR_SUCCESS, "ERR_SUCCESS"},
-        {ERR_TIMER_EXPIRED, "ERR_TIMER_EXPIRED"},
-        {0x2F00, nullptr},
-        {ERR_READ_GEO, "ERR_READ_GEO"},
-        {ERR_BADPATCH, "ERR_BADPATCH"},
-        {0x3900, nullptr},
-        {ERR_FORMAT_ERROR, "ERR_FORMAT_ERROR"},
-        {0x4100, nullptr},
-        {ERR_BAD_DISKSECTOR, "ERR_BAD_DISKSECTOR"},
-        {ERR_UDPD_RECV_FAIL, "ERR_UDPD_RECV_FAIL"},
-        {0x7B00, nullptr},
-        {ERR_VOLUME_SIZE_TOO_LARGE, "ERR_VOLUME_SIZE_TOO_LARGE"},
-        {ERR_READ_ONLY_FS, nullptr},
-        {ERR_YP_BIND, "ERR_YP_BIND"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.code);
-        EXPECT_STREQ(rgszErrMsg[c.code >> 8], c.name);
-    }
-    int named = 0;
-    for (const char *name : rgszErrMsg)
-        named += name != nullptr;
-    EXPECT_EQ(named, 85);
+    const int codes[] = {ERR_SUCCESS,        ERR_TIMER_EXPIRED,         ERR_READ_GEO,
+                         ERR_BADPATCH,       ERR_FORMAT_ERROR,          ERR_BAD_DISKSECTOR,
+                         ERR_UDPD_RECV_FAIL, ERR_VOLUME_SIZE_TOO_LARGE, ERR_YP_BIND};
+    const char *const names[] = {"ERR_SUCCESS",        "ERR_TIMER_EXPIRED",         "ERR_READ_GEO",
+                                 "ERR_BADPATCH",       "ERR_FORMAT_ERROR",          "ERR_BAD_DISKSECTOR",
+                                 "ERR_UDPD_RECV_FAIL", "ERR_VOLUME_SIZE_TOO_LARGE", "ERR_YP_BIND"};
+    for (size_t i = 0; i < std::size(codes); ++i)
+        EXPECT_STREQ(rgszErrMsg[codes[i] >> 8], names[i]);
+    for (const int unnamed : {0x2F00, 0x3900, 0x4100, 0x7B00, int{ERR_READ_ONLY_FS}})
+        EXPECT_EQ(rgszErrMsg[unnamed >> 8], nullptr) << unnamed;
+    EXPECT_EQ(std::count(rgszErrMsg, rgszErrMsg + errNum, nullptr), 145 - 85);
+}
+
+std::string printed_for(int value) {
+    return printed([value] {
+        errno = value;
+        MLIBErrPrint();
+    });
 }
 
 TEST(ErrorNames, ArePrintedForTheCodeInErrno) {
-    const struct {
-        int value;
-        const char *text;
-    } cases[] = {
-        {0x0D00, "ERR_BAD_PARAMETERS\n"},
-        {0, "ERR_SUCCESS\n"},
-        {0x9000, "ERR_YP_BIND\n"},
-        {0x0D01, ""},
-        {0x9100, ""},
-        {0x2F00, ""},
-        {-256, ""},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.value);
-        testing::internal::CaptureStdout();
-        errno = c.value;
-        MLIBErrPrint();
-        fflush(stdout);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.text);
-    }
+    const std::pair<int, const char *> cases[] = {
+        {0x0D00, "ERR_BAD_PARAMETERS\n"}, {0, "ERR_SUCCESS\n"}, {0x9000, "ERR_YP_BIND\n"}};
+    for (const auto &[value, text] : cases)
+        EXPECT_EQ(printed_for(value), text);
+    for (const int value : {0x0D01, 0x9100, 0x2F00, -256})
+        EXPECT_EQ(printed_for(value), "") << value;
 }
 
 TEST(ErrorTrace, HoldsTheInnermost64FramesOfTheLastError) {
@@ -149,20 +127,24 @@ TEST(ErrorLog, IsEmptiedAndAppendedTo) {
 
 TEST(ErrorLog, SaysWhyNothingWasLogged) {
     ScratchRoot root;
+    const std::string path = root.path("log"), nowhere = root.dir() + "/no/such/log";
     MLIBErrLogInitial(nullptr);
-    MLIBErrLogInitial(root.path("no").append("/such/dir/log").c_str());
-
-    const std::string path = root.path("log");
-    EXPECT_EQ(MLIBErrLogSet(path.c_str(), nullptr), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_STREQ(MORVErrorGetFile(), "error_log_set");
-    EXPECT_GT(MORVErrorGetLine(), 0);
-    EXPECT_EQ(MLIBErrLogSet(nullptr, "x"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_EQ(MLIBErrLogSet((root.dir() + "/no/such/log").c_str(), "x"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
-    EXPECT_EQ(MLIBErrLogSet("/dev/full", "x"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_WRITE_FAILED);
+    MLIBErrLogInitial(nowhere.c_str());
+    const struct {
+        const char *path, *message;
+        int code;
+    } cases[] = {
+        {path.c_str(), nullptr, ERR_BAD_PARAMETERS},
+        {nullptr, "x", ERR_BAD_PARAMETERS},
+        {nowhere.c_str(), "x", ERR_OPEN_FAILED},
+        {"/dev/full", "x", ERR_WRITE_FAILED},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(MLIBErrLogSet(c.path, c.message), -1);
+        EXPECT_EQ(MLIBErrGet(), c.code);
+        EXPECT_STREQ(MORVErrorGetFile(), "error_log_set");
+        EXPECT_GT(MORVErrorGetLine(), 0);
+    }
     EXPECT_EQ(MLIBErrLogSet("/dev/null", "x"), 0) << "which cannot be synced";
     EXPECT_EQ(MLIBErrLogSet(path.c_str(), "still works"), 0);
     EXPECT_EQ(MLIBErrGet(), ERR_WRITE_FAILED) << "a success leaves the code of the last failure readable";

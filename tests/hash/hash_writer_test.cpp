@@ -41,30 +41,24 @@ class Writer : public testing::Test {
 
 TEST_F(Writer, WritesASectionInBucketOrder) {
     const struct {
-        const char *section, *format, *text;
+        const char *section, *format, *text, *without_pairs;
     } cases[] = {
-        {nullptr, nullptr, "a=one\nabcd=%s %n\n"},
-        {"global", nullptr, "[global]\na=one\nabcd=%s %n\n"},
-        {nullptr, "%s=\"%s\"\n", "a=\"one\"\nabcd=\"%s %n\"\n"},
-        {nullptr, "\t%s = %s\n", "\ta = one\n\tabcd = %s %n\n"},
-        {nullptr, "%%%s=%s\n", "%a=one\n%abcd=%s %n\n"},
-        {nullptr, "%%s=%s %s\n", "%s=a one\n%s=abcd %s %n\n"},
+        {nullptr, nullptr, "a=one\nabcd=%s %n\n", ""},
+        {"global", nullptr, "[global]\na=one\nabcd=%s %n\n", "[global]\n"},
+        {nullptr, "%s=\"%s\"\n", "a=\"one\"\nabcd=\"%s %n\"\n", ""},
+        {"s", "\t%s = %s\n", "[s]\n\ta = one\n\tabcd = %s %n\n", "[s]\n"},
+        {nullptr, "%%%s=%s\n", "%a=one\n%abcd=%s %n\n", ""},
+        {nullptr, "%%s=%s %s\n", "%s=a one\n%s=abcd %s %n\n", ""},
     };
+    MLIBSZHASH *const empty = PshMLIBSzHashAlloc(0);
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.format ? c.format : "null");
-        EXPECT_EQ(ErrMLIBIFileHash2File(stream_, c.section, hash_, c.format), 0);
-        EXPECT_EQ(written(), c.text);
+        SCOPED_TRACE(c.text);
+        for (const MLIBSZHASH *hash : {hash_, empty, static_cast<MLIBSZHASH *>(nullptr)}) {
+            EXPECT_EQ(ErrMLIBIFileHash2File(stream_, c.section, hash, c.format), 0);
+            EXPECT_EQ(written(), hash == hash_ ? c.text : c.without_pairs);
+        }
     }
-}
-
-TEST_F(Writer, WritesOnlyTheSectionOfAnEmptyHash) {
-    EXPECT_EQ(ErrMLIBIFileHash2File(stream_, "global", nullptr, nullptr), 0);
-    EXPECT_EQ(written(), "[global]\n");
-    PslSzHashRemoveAll(hash_);
-    EXPECT_EQ(ErrMLIBIFileHash2File(stream_, "s", hash_, nullptr), 0);
-    EXPECT_EQ(written(), "[s]\n");
-    EXPECT_EQ(ErrMLIBIFileHash2File(stream_, nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(written(), "");
+    MLIBSzHashFree(empty);
 }
 
 TEST_F(Writer, WritesNothingThroughAFormatThatItRefuses) {
@@ -108,27 +102,12 @@ TEST_F(Writer, WritesNothingWhenMemoryFails) {
 }
 
 TEST(FormatCheck, WantsTwoStringsWithAnEqualsSignBetweenAndALineFeedBehind) {
-    const struct {
-        const char *format;
-        int accepted;
-    } cases[] = {
-        {nullptr, 1},
-        {"%s=%s\n", 1},
-        {"%s = \"%s\" # x\n", 1},
-        {"export %s=%s;\n\n", 1},
-        {"%s=%s\n%d", 1},
-        {"%%s=%s\n%s\n", 1},
-        {"", 0},
-        {"%s=%s", 0},
-        {"%s%s=\n", 0},
-        {"%s=\n%s", 0},
-        {"=%s%s\n", 0},
-        {"%s==%d\n", 0},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.format ? c.format : "null");
-        EXPECT_EQ(MLIBIFileCheckFormat(c.format), c.accepted);
+    for (const char *format : {static_cast<const char *>(nullptr), "%s=%s\n", "%s = \"%s\" # x\n",
+                               "export %s=%s;\n\n", "%s=%s\n%d", "%%s=%s\n%s\n"}) {
+        EXPECT_EQ(MLIBIFileCheckFormat(format), 1) << format;
     }
+    for (const char *format : {"", "%s=%s", "%s%s=\n", "%s=\n%s", "=%s%s\n", "%s==%d\n"})
+        EXPECT_EQ(MLIBIFileCheckFormat(format), 0) << format;
 }
 
 }  // namespace

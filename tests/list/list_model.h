@@ -5,7 +5,9 @@
 #include <morvsdk/error.h>
 #include <morvsdk/internal/list.h>
 #include <morvsdk/unicode.h>
+#include <string.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,6 +49,51 @@ inline Items items(const MLIBSZLIST *list) {
         all.push_back(hole ? Item() : Item(SzMLIBSzListGet(list, i)));
     }
     return all;
+}
+
+inline int compare(int mode, const std::string &a, const std::string &b) {
+    return mode == SZLIST_MODE_CASESORT ? MLIBUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str())
+                                        : strcmp(a.c_str(), b.c_str());
+}
+
+// The search of a sorted list among the items low..high: an equal one, or the complement of its place.
+inline int halve(const Items &items, int mode, const std::string &text, int low, int high) {
+    while (low <= high) {
+        const int middle = (low + high) / 2;
+        const int order = compare(mode, text, items[size_t(middle)].value_or(""));
+        if (order == 0) return middle;
+        if (order == -2) break;  // not UTF-8
+        (order > 0 ? low : high) = middle + (order > 0 ? 1 : -1);
+    }
+    return ~low;
+}
+
+// The first equal item, holes aside, or the one that halving finds if the list is sorted; -1: none.
+inline int find(const Items &items, int mode, bool sorted, const std::string &text) {
+    if (sorted) return std::max(halve(items, mode, text, 0, int(items.size()) - 1), -1);
+    for (size_t i = 0; i < items.size(); ++i) {
+        if (items[i] && compare(mode, text, *items[i]) == 0) return int(i);
+    }
+    return -1;
+}
+
+inline const int modes[] = {SZLIST_MODE_NONE, SZLIST_MODE_SORT, SZLIST_MODE_CASESORT};
+
+// The image is copied into a block of exactly its size, so that the sanitizer sees a read beyond it.
+using Image = std::vector<char>;
+
+inline Image pack(const MLIBSZLIST *list) {
+    char *const image = MORVListDBPack(list, int(list->nSize));
+    if (!image) return {};
+    Image copy(image, image + list->nSize);
+    free(image);
+    return copy;
+}
+
+inline List unpack(const Image &image) {
+    const std::unique_ptr<char[]> exact(new char[image.size()]);
+    std::copy(image.begin(), image.end(), exact.get());
+    return List(MORVListDBUnpack(exact.get(), int(image.size())));
 }
 
 // The fields and the block of every list must agree, whatever was done to it.

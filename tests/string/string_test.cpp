@@ -4,9 +4,13 @@
 #include <morvsdk/string.h>
 #include <string.h>
 
-#include <climits>
+#include <random>
 #include <string>
-#include <vector>
+#include <tuple>
+
+#include "support/refused.h"
+
+using testing_support::Refused;
 
 namespace {
 
@@ -28,33 +32,42 @@ class Buffer {
     char *bytes_;
 };
 
-TEST(Colon, IsEscapedWithinTheSizeThatExcludesTheTerminator) {
+// Each size excludes the terminator. That of the encoded text is needed, only to make hexadecimal digits that
+// of the plain one.
+TEST(Code, GoesBothWaysWithinTheSize) {
     const struct {
-        const char *plain, *escaped;
+        bool colon;
+        const char *plain, *coded;
     } cases[] = {
-        {"", ""},      {"plain,text", "plain,text"}, {"a:b;c", "a;,b;;c"}, {":::", ";,;,;,"},
-        {";,", ";;,"}, {"\xc3\xa9:", "\xc3\xa9;,"},
+        {true, "", ""},
+        {true, "plain,text", "plain,text"},
+        {true, "a:b;c", "a;,b;;c"},
+        {true, ":::", ";,;,;,"},
+        {true, ";,", ";;,"},
+        {true, "\xc3\xa9:", "\xc3\xa9;,"},
+        {false, "", ""},
+        {false, "A", "41"},
+        {false, "az\x7f", "617A7F"},
+        {false, "\xff\x80", "FF80"},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.plain);
-        const int length = int(strlen(c.escaped));
-        Buffer escaped(size_t(length) + 1);
-        EXPECT_EQ(MLIBStrEncodeColon(c.plain, escaped, length), length);
-        EXPECT_STREQ(escaped, c.escaped);
-        EXPECT_EQ(MLIBStrEncodeColon(c.plain, escaped, length - 1), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
-
-        Buffer plain(size_t(length) + 1);
-        EXPECT_EQ(MLIBStrDecodeColon(c.escaped, plain, length), int(strlen(c.plain)));
+        SCOPED_TRACE(c.coded);
+        const auto encode = c.colon ? MLIBStrEncodeColon : MLIBStringToHexCode;
+        const auto decode = c.colon ? MLIBStrDecodeColon : MLIBStrHexCodeToString;
+        const int plain_length = int(strlen(c.plain)), length = int(strlen(c.coded));
+        const int size = c.colon ? length : plain_length;
+        Buffer coded(size_t(length) + 1), plain(size_t(c.colon ? length : plain_length) + 1);
+        EXPECT_EQ(encode(c.plain, coded, size), length);
+        EXPECT_STREQ(coded, c.coded);
+        EXPECT_EQ(decode(c.coded, plain, length), plain_length);
         EXPECT_STREQ(plain, c.plain);
-        EXPECT_EQ(MLIBStrDecodeColon(c.escaped, plain, length - 1), -1);
+        for (const auto &[code, from, to, least] :
+             {std::tuple{encode, c.plain, &coded, size}, {decode, c.coded, &plain, length}}) {
+            MLIBErrSet(ERR_SUCCESS);
+            EXPECT_EQ(code(from, *to, least - 1), -1);
+            EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
+        }
     }
-    Buffer same("a");
-    EXPECT_EQ(MLIBStrEncodeColon(same, same, 9), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_EQ(MLIBStrDecodeColon(same, same, 9), -1);
-    EXPECT_EQ(MLIBStrEncodeColon(nullptr, same, 9), -1);
-    EXPECT_EQ(MLIBStrDecodeColon(same, nullptr, 9), -1);
 }
 
 TEST(Colon, DecodingEndsAtAnEscapeThatIsNone) {
@@ -71,17 +84,17 @@ TEST(Trim, DropsBlanksAndOnePairOfQuotes) {
         const char *text, *trimmed;
     } cases[] = {
         {"", ""},
-        {" \t\r\n ", ""},
         {"a", "a"},
+        {"\"", "\""},
+        {"\"\"", ""},
+        {" \" ", "\""},
+        {"\"a", "\"a"},
+        {" \t\r\n ", ""},
+        {"\" a \"", " a "},
+        {"a\"b\"", "a\"b\""},
         {" \ta b\r\n", "a b"},
         {"  \"a b\"  ", "a b"},
-        {"\" a \"", " a "},
-        {"\"", "\""},
-        {" \" ", "\""},
-        {"\"\"", ""},
         {"\"\"a\"\"", "\"a\""},
-        {"\"a", "\"a"},
-        {"a\"b\"", "a\"b\""},
         {"\v\fa\xa0", "\v\fa\xa0"},
     };
     for (const auto &c : cases) {
@@ -107,7 +120,6 @@ TEST(Trim, RefusesADestinationInsideOfTheText) {
     }
     EXPECT_EQ(MLIBStrTrimSpace(text + 2, text), 3) << "before it there is nothing to lose";
     EXPECT_STREQ(text, "abc");
-    EXPECT_EQ(MLIBStrTrimSpace(nullptr, text), -1);
 }
 
 TEST(CaseLower, MapsBytesInPlaceOrIntoABuffer) {
@@ -119,94 +131,53 @@ TEST(CaseLower, MapsBytesInPlaceOrIntoABuffer) {
     EXPECT_STREQ(text, "MiXeD 1\xc3\x89");
     EXPECT_EQ(SzMLIBStrCaseLower(text, 99, nullptr, 9), text);
     EXPECT_STREQ(text, "mixed 1\xc3\x89");
-    EXPECT_EQ(SzMLIBStrCaseLower(nullptr, 0, dst, 9), nullptr);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
 }
 
-// Replacing and inserting, each into a buffer, in place, and into every position that overlaps the text.
-struct Edit {
-    const char *text, *needle, *other, *result;
-    int status;
-};
-using EditFunction = int (*)(char *, const char *, const char *, char *, int);
+// Every edit beside a plain string: in place and into every position that overlaps the text, with the room
+// that it needs and a byte less. Nothing but the result and its terminator is written, and that only if it fits.
+TEST(Edit, ChangesTheFirstOccurrenceWhereverItWrites) {
+    enum { replace, remove, after, before };
+    std::mt19937 random(5);
+    const auto below = [&](int n) { return int(random() % unsigned(n)); };
+    const auto letters = [&](int most) {
+        std::string text;
+        for (int n = below(most); n > 0; --n)
+            text += char('a' + below(2));
+        return text;
+    };
+    for (int round = 0; round < 30000; ++round) {
+        const int edit = below(4);
+        const std::string text = letters(8), needle = letters(4), other = edit == remove ? "" : letters(6);
+        const bool inserts = edit == after || edit == before;
+        const size_t cut = inserts ? 0 : needle.size(), found = text.find(needle);
+        const int needed = int(text.size() + other.size()) - int(cut) + inserts;
+        const int size = below(20) ? needed + below(3) - 1 : -1;
 
-void check_edits(EditFunction edit, int beyond_length, const std::vector<Edit> &cases) {
-    for (const Edit &c : cases) {
-        SCOPED_TRACE(std::string(c.text) + " / " + c.needle + " / " + c.other);
-        const size_t length = strlen(c.result), room = std::max(length, strlen(c.text)) + 1;
-        const int size = int(length) + beyond_length;
-        {
-            Buffer text(c.text), dst(length + 1);
-            EXPECT_EQ(edit(text, c.needle, c.other, dst, size), c.status);
-            EXPECT_EQ(std::string(dst, c.status ? length + 1 : 1),
-                      c.status ? std::string(c.result) + '\0' : "#");
-            EXPECT_STREQ(text, c.text);
+        std::string result = text;
+        const bool exists = found != text.npos, fits = size >= needed;
+        if (exists) result.replace(found + (edit == after ? needle.size() : 0), cut, other);
+        const int expected = !fits && (exists || !inserts || size < 0) ? -1 : exists;
+        std::string block(60, '#');
+        block.replace(20, text.size() + 1, text.c_str(), text.size() + 1);
+        std::string wanted = block;
+        char *const from = block.data() + 20, *const dst = below(4) ? from + below(31) - 15 : nullptr;
+        if (expected == 1) {
+            wanted.replace(size_t((dst ? dst : from) - block.data()), result.size() + 1, result.c_str(),
+                           result.size() + 1);
         }
-        {
-            Buffer text(room, c.text);
-            EXPECT_EQ(edit(text, c.needle, c.other, nullptr, size), c.status);
-            EXPECT_STREQ(text, c.result);
-        }
-        if (c.status == 0) continue;
-        Buffer text(room, c.text), dst(length + 1);
-        EXPECT_EQ(edit(text, c.needle, c.other, dst, size - 1), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
-        EXPECT_EQ(std::string(dst, 1), "#") << "refused before anything is written";
-        EXPECT_EQ(edit(text, c.needle, c.other, dst, -1), -1);
-        for (int shift = -int(room); shift <= int(room); ++shift) {
-            Buffer shared(3 * room);
-            char *const from = shared + room;
-            memcpy(from, c.text, strlen(c.text) + 1);
-            EXPECT_EQ(edit(from, c.needle, c.other, from + shift, size), 1);
-            EXPECT_STREQ(from + shift, c.result) << shift;
+        SCOPED_TRACE(testing::Message() << edit << ": '" << text << "', '" << needle << "', '" << other
+                                        << "', size " << size << ", round " << round);
+        const char *const find = needle.c_str(), *const with = other.c_str();
+        ASSERT_EQ(edit == replace  ? MLIBStrReplace(from, find, with, dst, size)
+                  : edit == remove ? MLIBStrDelete(from, find, dst, size)
+                  : edit == after  ? MLIBStrInsertAfter(from, find, with, dst, size)
+                                   : MLIBStrInsertBefore(from, find, with, dst, size),
+                  expected);
+        ASSERT_EQ(block, wanted);
+        if (expected < 0) {
+            ASSERT_EQ(MLIBErrGet(), inserts && size < 0 ? ERR_BAD_PARAMETERS : ERR_NOT_ENOUGH_MEMORY);
         }
     }
-    Buffer text("a");
-    for (const auto &[string, needle, other] :
-         {std::tuple<char *, const char *, const char *>{nullptr, "a", "b"},
-          {text, nullptr, "b"},
-          {text, "a", nullptr}}) {
-        EXPECT_EQ(edit(string, needle, other, nullptr, 100), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    }
-}
-
-TEST(Replace, ChangesTheFirstOccurrence) {
-    check_edits(MLIBStrReplace, 0,
-                {{"one two one", "one", "three", "three two one", 1},
-                 {"one two one", "two", "2", "one 2 one", 1},
-                 {"one two", "two", "", "one ", 1},
-                 {"one", "one", "", "", 1},
-                 {"aaa", "aa", "b", "ba", 1},
-                 {"abc", "abc", "xyz", "xyz", 1},
-                 {"abc", "", "x", "xabc", 1},
-                 {"abc", "d", "x", "abc", 0},
-                 {"", "d", "x", "", 0}});
-}
-
-TEST(Replace, DeletesTheFirstOccurrence) {
-    Buffer text("a,b,c"), dst(5);
-    EXPECT_EQ(MLIBStrDelete(text, ",", dst, 4), 1);
-    EXPECT_STREQ(dst, "ab,c");
-    EXPECT_EQ(MLIBStrDelete(text, ",", nullptr, 3), -1);
-    EXPECT_EQ(MLIBStrDelete(text, ",", nullptr, 4), 1);
-    EXPECT_EQ(MLIBStrDelete(text, "x", nullptr, 4), 0);
-    EXPECT_STREQ(text, "ab,c");
-    EXPECT_EQ(MLIBStrDelete(text, nullptr, nullptr, 4), -1);
-}
-
-TEST(Insert, PutsTextBesideTheFirstOccurrence) {
-    check_edits(MLIBStrInsertAfter, 1,
-                {{"one two one", "one", ",", "one, two one", 1},
-                 {"one", "one", " two", "one two", 1},
-                 {"one", "", "x", "xone", 1},
-                 {"one", "n", "", "one", 1},
-                 {"", "", "x", "x", 1},
-                 {"one", "two", "x", "one", 0}});
-    check_edits(MLIBStrInsertBefore, 1,
-                {{"one two two", "two", "1.5 ", "one 1.5 two two", 1},
-                 {"one", "one", "zero ", "zero one", 1},
-                 {"one", "two", "x", "one", 0}});
 }
 
 TEST(Insert, TakesOnlyAPositionOfTheText) {
@@ -215,57 +186,19 @@ TEST(Insert, TakesOnlyAPositionOfTheText) {
     EXPECT_STREQ(dst, "abcde");
     EXPECT_EQ(MLIBStrInsert(text, text, "de", nullptr, 6), 1);
     EXPECT_STREQ(text, "deabc");
-    char *const before = text + 1;
-    for (char *position : {static_cast<char *>(text), text + 7, static_cast<char *>(nullptr)}) {
-        EXPECT_EQ(MLIBStrInsert(before, position, "x", dst, 100), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    }
-}
-
-TEST(Hex, GoesBothWays) {
-    const struct {
-        const char *text, *hex;
-    } cases[] = {{"", ""}, {"A", "41"}, {"az\x7f", "617A7F"}, {"\xff\x80", "FF80"}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.hex);
-        const int length = int(strlen(c.text));
-        Buffer hex(2 * strlen(c.text) + 1), text(strlen(c.text) + 1);
-        EXPECT_EQ(MLIBStringToHexCode(c.text, hex, length), 2 * length);
-        EXPECT_STREQ(hex, c.hex);
-        EXPECT_EQ(MLIBStringToHexCode(c.text, hex, length - 1), -1);
-        EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
-        EXPECT_EQ(MLIBStrHexCodeToString(c.hex, text, 2 * length), length);
-        EXPECT_STREQ(text, c.text);
-        EXPECT_EQ(MLIBStrHexCodeToString(c.hex, text, 2 * length - 1), -1);
-    }
-    Buffer same("41");
-    EXPECT_EQ(MLIBStringToHexCode(same, same, 9), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_EQ(MLIBStrHexCodeToString(same, same, 9), -1);
-    EXPECT_EQ(MLIBStrHexCodeToString(nullptr, same, 9), -1);
+    MLIBErrSet(ERR_SUCCESS);
+    const Refused calls[] = {MLIBStrInsert(text + 1, text, "x", dst, 100),
+                             MLIBStrInsert(text, text + 6, "x", dst, 9),
+                             MLIBStrInsert(text, nullptr, "x", dst, 9)};
 }
 
 TEST(Hex, DecodingEndsAtWhatIsNoPair) {
     const struct {
-        const char *hex;
-        std::string bytes;
+        const char *hex, *bytes;
     } cases[] = {
-        {"x41", "A"},
-        {"x41x42", "AB"},
-        {"41x42", "AB"},
-        {"0x41", ""},
-        {"4a", ""},
-        {"4", ""},
-        {"41424", "AB"},
-        {"41 42", "A"},
-        {"xx41", ""},
-        {"x", ""},
-        {"x4", ""},
-        {"41x", "A"},
-        {"0041", std::string("\0A", 2)},
-        {"4X41", ""},
-        {"G0", ""},
-        {"41\xff", "A"},
+        {"4", ""},      {"x", ""},       {"4a", ""},      {"x4", ""},      {"G0", ""},
+        {"x41", "A"},   {"0x41", ""},    {"xx41", ""},    {"41x", "A"},    {"4X41", ""},
+        {"41 42", "A"}, {"41x42", "AB"}, {"41424", "AB"}, {"41\xff", "A"}, {"x41x42", "AB"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.hex);
@@ -275,6 +208,36 @@ TEST(Hex, DecodingEndsAtWhatIsNoPair) {
         EXPECT_EQ(std::string(dst, size_t(length)), c.bytes);
         EXPECT_EQ(dst[length], '\0');
     }
+}
+
+// No function takes a null text, nor decodes or encodes over what it reads.
+TEST(String, RefusesArgumentsThatItCannotTake) {
+    Buffer text("a");
+    MLIBErrSet(ERR_SUCCESS);
+    const Refused coding[] = {
+        MLIBStrEncodeColon(text, text, 9),    MLIBStrEncodeColon(nullptr, text, 9),
+        MLIBStrEncodeColon(text, nullptr, 9), MLIBStrDecodeColon(text, text, 9),
+        MLIBStrDecodeColon(nullptr, text, 9), MLIBStrDecodeColon(text, nullptr, 9),
+    };
+    const Refused hex[] = {
+        MLIBStringToHexCode(text, text, 9),       MLIBStringToHexCode(nullptr, text, 9),
+        MLIBStringToHexCode(text, nullptr, 9),    MLIBStrHexCodeToString(text, text, 9),
+        MLIBStrHexCodeToString(nullptr, text, 9), MLIBStrHexCodeToString(text, nullptr, 9),
+    };
+    char *const none = nullptr;
+    const Refused editing[] = {
+        MLIBStrReplace(none, "a", "b", none, 9),
+        MLIBStrReplace(text, none, "b", none, 9),
+        MLIBStrReplace(text, "a", none, none, 9),
+        MLIBStrDelete(text, none, none, 9),
+    };
+    const Refused inserting[] = {
+        MLIBStrInsertAfter(none, "a", "b", none, 9),   MLIBStrInsertAfter(text, none, "b", none, 9),
+        MLIBStrInsertAfter(text, "a", none, none, 9),  MLIBStrInsertBefore(none, "a", "b", none, 9),
+        MLIBStrInsertBefore(text, none, "b", none, 9), MLIBStrInsertBefore(text, "a", none, none, 9),
+    };
+    const Refused others[] = {MLIBStrTrimSpace(nullptr, text), SzMLIBStrCaseLower(nullptr, 0, text, 9)};
+    EXPECT_STREQ(text, "a");
 }
 
 }  // namespace
