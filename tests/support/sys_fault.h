@@ -25,9 +25,6 @@ enum class Sys {
     kClose,  // closes, and fails
     kRename,
     kLseek,
-    kMkdir,
-    kChmod,
-    kFlock,
     kCount
 };
 
