@@ -24,7 +24,7 @@ constexpr struct {
               {"mkostemp", ENOSPC}, {"fchown", EPERM},     {"fchmod", EPERM},     {"flistxattr", EIO},
               {"fgetxattr", EIO},   {"fsetxattr", ENOSPC}, {"fremovexattr", EIO}, {"write", ENOSPC},
               {"short write", 0},   {"fsync", EIO},        {"close", EIO},        {"rename", EBUSY},
-              {"lseek", EIO}};
+              {"lseek", EIO},       {"allocation", ENOMEM}};
 
 int armed = -1;
 int countdown;
@@ -166,6 +166,7 @@ SysFault::SysFault(Sys which, int nth) {
     was_reached = false;
     countdown = nth;
     armed = int(which);
+    if (which == Sys::kAllocation) allocation_.emplace(nth, true);
 }
 
 SysFault::~SysFault() {
@@ -173,7 +174,7 @@ SysFault::~SysFault() {
 }
 
 bool SysFault::reached() const {
-    return was_reached;
+    return allocation_ ? AllocFault::disarm() : was_reached;
 }
 
 void kill_at_call(int nth) {
