@@ -272,8 +272,7 @@ TEST(StoreFile, IsSoundHoweverItHasGrown) {
 TEST(StoreFile, WithADamagedByteDoesNoHarm) {
     for (int duplicates : {0, 1}) {
         ScratchRoot root;
-        const std::string whole =
-            root.read(filled_store(root, "store", duplicates, 120).substr(root.dir().size() + 1));
+        const std::string whole = read_file(filled_store(root, "store", duplicates, 120));
         std::minstd_rand random(7);
         const Silent silent;
         int refused = 0;
@@ -299,13 +298,12 @@ TEST(StoreFile, WithADamagedByteDoesNoHarm) {
 
 TEST(StoreFile, WhoseLeavesAreChainedWronglyIsRefused) {
     ScratchRoot root;
-    const std::string whole = root.read(filled_store(root, "store", 0, 120).substr(root.dir().size() + 1));
-    const auto is_leaf = [&](size_t page) { return whole[page + 25] == 5; };
+    const std::string whole = read_file(filled_store(root, "store", 0, 120));
     int chained = 0;
     for (size_t page = 4096; page < whole.size(); page += 4096) {
         uint32_t next;
         memcpy(&next, &whole[page + 16], sizeof next);
-        if (!is_leaf(page) || next == 0) continue;
+        if (whole[page + 25] != 5 || next == 0) continue;  // no leaf, or the last
         // A walk would leave out the leaf between.
         std::string damaged = whole;
         memcpy(&damaged[page + 16], &whole[size_t{next} * 4096 + 16], sizeof next);

@@ -120,61 +120,43 @@ TEST(StoreBuffers, GrowOnlyForLongerRecords) {
     MORVBDbFree(fresh);
 }
 
-class StoreWalk : public testing::Test {
-  protected:
-    void SetUp() override {
-        for (const char *key : {"#1", "#2", "b", "d", "f"})
-            ASSERT_EQ(store.set(key, "v"), 0);
-    }
+TEST(StoreWalk, GoesAsTheCursorSaysAndSkipsReservedRecordsOnDemand) {
     ScratchRoot root;
-    Store store{root.path("store")};
+    Store store(root.path("store"));
+    for (const char *key : {"#1", "#2", "b", "d", "f"})
+        ASSERT_EQ(store.set(key, "v"), 0);
     Walk walk;
-};
-
-TEST_F(StoreWalk, GoesBothWaysAndEndsWithItsOwnCode) {
     EXPECT_EQ(walk.step(store), "#1=v") << "a new handle stands before the first record";
     EXPECT_EQ(walk.all(store, MORV_BDB_FIRST), "#1=v #2=v b=v d=v f=v ");
     EXPECT_EQ(MLIBErrGet(), ERR_STORE_END);
     EXPECT_EQ(walk.all(store, MORV_BDB_LAST), "f=v d=v b=v #2=v #1=v ");
-    store.db->cursorType = 9;
-    EXPECT_EQ(Walk().step(store), "#2=v") << "an unknown direction is next";
-    EXPECT_EQ(store.db->cursorType, 9);
-}
-
-TEST_F(StoreWalk, SkipsReservedRecordsAndTurnsFirstIntoNext) {
-    MORVBDbCursorSetType(store.db, MORV_BDB_FIRST);
-    EXPECT_EQ(walk.step(store, 1), "b=v");
-    EXPECT_EQ(store.db->cursorType, MORV_BDB_NEXT);
-    EXPECT_EQ(walk.step(store, 1), "d=v");
-
-    MORVBDbCursorSetType(store.db, MORV_BDB_LAST);
-    EXPECT_EQ(walk.step(store, 1), "f=v");
-    EXPECT_EQ(store.db->cursorType, MORV_BDB_LAST) << "nothing was skipped";
     EXPECT_EQ(walk.all(store, MORV_BDB_LAST, 1), "f=v d=v b=v ");
-
+    constexpr int kCursor = MORV_BDB_CURSOR, kFirst = MORV_BDB_FIRST, kLast = MORV_BDB_LAST, kUnknown = 9;
+    const struct {
+        const char *key;
+        int type, skip;
+        const char *found;
+        int type_after;
+    } cases[] = {{"", kFirst, 0, "#1=v", kFirst},       {"", kUnknown, 0, "#2=v", kUnknown},
+                 {"", kFirst, 1, "b=v", MORV_BDB_NEXT}, {"", MORV_BDB_NEXT, 1, "d=v", MORV_BDB_NEXT},
+                 {"", kLast, 1, "f=v", kLast},          {"b", kCursor, 0, "b=v", kCursor},
+                 {"c", kCursor, 0, "d=v", kCursor},     {"#1", kCursor, 0, "#1=v", kCursor},
+                 {"#1", kCursor, 1, "b=v", kCursor},    {"g", kCursor, 0, "", kCursor}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.type << c.key << c.skip);
+        Walk from;
+        from.key = strdup(c.key);
+        from.key_size = int(strlen(c.key));
+        store.db->cursorType = c.type;
+        EXPECT_EQ(from.step(store, c.skip), c.found);
+        EXPECT_EQ(store.db->cursorType, c.type_after);
+    }
     for (const char *key : {"b", "d", "f"})
         store.remove(key);
     MORVBDbCursorSetType(store.db, MORV_BDB_LAST);
     EXPECT_EQ(walk.step(store, 1), "");
     EXPECT_EQ(store.db->cursorType, MORV_BDB_PREV);
     EXPECT_EQ(MLIBErrGet(), ERR_STORE_END);
-}
-
-TEST_F(StoreWalk, StartsAtTheSmallestKeyNotLess) {
-    const struct {
-        const char *from;
-        int skip;
-        const char *found;
-    } cases[] = {{"b", 0, "b=v"}, {"c", 0, "d=v"}, {"#1", 0, "#1=v"}, {"#1", 1, "b=v"}, {"g", 0, ""}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.from);
-        Walk from;
-        from.key = strdup(c.from);
-        from.key_size = int(strlen(c.from));
-        MORVBDbCursorSetType(store.db, MORV_BDB_CURSOR);
-        EXPECT_EQ(from.step(store, c.skip), c.found);
-        EXPECT_EQ(store.db->cursorType, MORV_BDB_CURSOR);
-    }
 }
 
 TEST(ReservedRecords, HaveTheirExactKeysAndNativeIntegers) {

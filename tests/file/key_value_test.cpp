@@ -90,34 +90,29 @@ TEST(GetKeyValue, NeverWritesBeyondTheBuffer) {
 TEST(KeyEdits, ChangeJustTheLinesOfTheKey) {
     const std::string text = "a=1\n\nkey=old\n\n", keys = "key=1\n#key=2\n \"key\" = 3\nkeys=4\nkey\n=key=5";
     const Hash pairs{{"a", "3"}, {"c", "4"}}, none;
+    const auto set = [](auto key, auto value, const char *format = nullptr) {
+        return call<MLIBFileSetKeyValue>(key, value, format);
+    };
     const Edit edits[] = {
-        {"replaced in place", "a=1\nkey=old\nb=2\n", call<MLIBFileSetKeyValue>("key", "new", nullptr), 1, 0,
-         "a=1\nkey=new\nb=2\n"},
-        {"the key keeps its spelling", "\t \"key\"  =  old\n",
-         call<MLIBFileSetKeyValue>("key", "new", nullptr), 1, 0, "\t \"key\"  =new\n"},
-        {"further lines go", "key=1\na=1\nkey=2\n#key=3\nkey=4\n",
-         call<MLIBFileSetKeyValue>("key", "n", nullptr), 1, 0, "key=n\na=1\n#key=3\n"},
-        {"added at the end", "a=1\n", call<MLIBFileSetKeyValue>("key", "v", nullptr), 1, 0, "a=1\nkey=v\n"},
-        {"a last line without line feed is continued", "a=1", call<MLIBFileSetKeyValue>("key", "v", nullptr),
-         1, 0, "a=1key=v\n"},
-        {"an empty file", "", call<MLIBFileSetKeyValue>("key", "v", nullptr), 1, 0, "key=v\n"},
-        {"quoted by the caller's format", "key=\"old\"\n",
-         call<MLIBFileSetKeyValue>("key", "a b", "%s=\"%s\"\n"), 1, 0, "key=\"a b\"\n"},
-        {"format with percent and width", "", call<MLIBFileSetKeyValue>("k", "v", "%-3s=100%% %s\n"), 1, 0,
-         "k  =100% v\n"},
-        {"a bare key gets a value", "key\nb=1\n", call<MLIBFileSetKeyValue>("key", "v", nullptr), 1, 0,
-         "key=v\nb=1\n"},
-        {"a bare key with carriage return", "key\r\n", call<MLIBFileSetKeyValue>("key", "v", nullptr), 1, 0,
-         "key=v\n"},
-        {"carriage returns elsewhere stay", "a=1\r\nkey=1\r\nb=2\r\n",
-         call<MLIBFileSetKeyValue>("key", "2", nullptr), 1, 0, "a=1\r\nkey=2\nb=2\r\n"},
-        {"a line that begins with the sign", "=key=1\n", call<MLIBFileSetKeyValue>("key", "2", nullptr), 1, 0,
-         "=key=2\n"},
-        {"an empty value", "key=1\n", call<MLIBFileSetKeyValue>("key", "", nullptr), 1, 0, "key=\n"},
-        {"NUL bytes elsewhere stay", std::string("a=\0\0x\nkey=1\nb\0\n", 16),
-         call<MLIBFileSetKeyValue>("key", "2", nullptr), 1, 0, std::string("a=\0\0x\nkey=2\nb\0\n", 16)},
-        {"not UTF-8", "\xff\xfe=1\nkey=\x80\n", call<MLIBFileSetKeyValue>("\xff\xfe", "\xc3", nullptr), 1, 0,
-         "\xff\xfe=\xc3\nkey=\x80\n"},
+        {"replaced in place", "a=1\nkey=old\nb=2\n", set("key", "new"), 1, 0, "a=1\nkey=new\nb=2\n"},
+        {"the key keeps its spelling", "\t \"key\"  =  old\n", set("key", "new"), 1, 0, "\t \"key\"  =new\n"},
+        {"further lines go", "key=1\na=1\nkey=2\n#key=3\nkey=4\n", set("key", "n"), 1, 0,
+         "key=n\na=1\n#key=3\n"},
+        {"added at the end", "a=1\n", set("key", "v"), 1, 0, "a=1\nkey=v\n"},
+        {"a last line without line feed is continued", "a=1", set("key", "v"), 1, 0, "a=1key=v\n"},
+        {"an empty file", "", set("key", "v"), 1, 0, "key=v\n"},
+        {"quoted by the caller's format", "key=\"old\"\n", set("key", "a b", "%s=\"%s\"\n"), 1, 0,
+         "key=\"a b\"\n"},
+        {"format with percent and width", "", set("k", "v", "%-3s=100%% %s\n"), 1, 0, "k  =100% v\n"},
+        {"a bare key gets a value", "key\nb=1\n", set("key", "v"), 1, 0, "key=v\nb=1\n"},
+        {"a bare key with carriage return", "key\r\n", set("key", "v"), 1, 0, "key=v\n"},
+        {"carriage returns elsewhere stay", "a=1\r\nkey=1\r\nb=2\r\n", set("key", "2"), 1, 0,
+         "a=1\r\nkey=2\nb=2\r\n"},
+        {"a line that begins with the sign", "=key=1\n", set("key", "2"), 1, 0, "=key=2\n"},
+        {"an empty value", "key=1\n", set("key", ""), 1, 0, "key=\n"},
+        {"NUL bytes elsewhere stay", std::string("a=\0\0x\nkey=1\nb\0\n", 16), set("key", "2"), 1, 0,
+         std::string("a=\0\0x\nkey=2\nb\0\n", 16)},
+        {"not UTF-8", "\xff\xfe=1\nkey=\x80\n", set("\xff\xfe", "\xc3"), 1, 0, "\xff\xfe=\xc3\nkey=\x80\n"},
         {"every line of the key goes", keys, call<MLIBFileRemoveKey>("key"), 4, 0, "#key=2\nkeys=4\n"},
         {"no such key", "keys=4\n", call<MLIBFileRemoveKey>("key"), 0, ERR_KEY_NOT_FOUND, "keys=4\n"},
         {"appended", "a=1\n", call<MLIBFileAppendKey>("b", "2", nullptr), 1, 0, "a=1\nb=2\n"},
@@ -180,19 +175,27 @@ TEST(SetKeyValue, KeepsSetUserIdForItsOwnerToo) {
     EXPECT_EQ(mode_of(path), 06755u);
 }
 
-TEST(SetKeyValue, MakesAMissingFileByTheUmask) {
+TEST(NewFiles, AreGivenTheirModeByTheUmaskOrByTheFunction) {
     ScratchRoot root;
-    const std::string path = root.path("new"), dangling = root.path("dangling");
-    ASSERT_EQ(symlink("made", dangling.c_str()), 0);
+    const bool foreign =
+        chown(root.dir().c_str(), uid_t(-1), 34) == 0 && chmod(root.dir().c_str(), 02755) == 0;
+    const std::string set = root.path("set"), appended = root.path("appended"), link = root.path("dangling"),
+                      own = root.path("own");
+    ASSERT_EQ(symlink("made", link.c_str()), 0);
+    Hash pairs{{"k", "v"}};
     const mode_t mask = umask(027);
-    EXPECT_EQ(MLIBFileSetKeyValue(path.c_str(), "key", "v", nullptr), 1);
-    EXPECT_EQ(MLIBFileSetKeyValue(dangling.c_str(), "key", "v", nullptr), 1);
-    EXPECT_EQ(MLIBFileAppendKey(root.path("appended").c_str(), "k", "v", "%s=\"%s\"\n"), 1);
+    EXPECT_EQ(MLIBFileSetKeyValue(set.c_str(), "k", "v", nullptr), 1);
+    EXPECT_EQ(MLIBFileSetKeyValue(link.c_str(), "k", "v", nullptr), 1);
+    EXPECT_EQ(MLIBFileAppendKey(appended.c_str(), "k", "v", "%s=\"%s\"\n"), 1);
+    EXPECT_EQ(MLIBFileSetKeys(own.c_str(), pairs.get(), nullptr, "%s=\"%s\"\n"), 1);
     umask(mask);
-    EXPECT_EQ(mode_of(path), 0640u);
-    EXPECT_EQ(root.read("new"), "key=v\n");
+    EXPECT_EQ(root.read("set"), "k=v\n");
+    EXPECT_EQ(root.read("made"), "k=v\n") << "a link to nothing is followed";
     EXPECT_EQ(root.read("appended"), "k=\"v\"\n");
-    EXPECT_EQ(root.read("made"), "key=v\n") << "a link to nothing is followed";
+    EXPECT_EQ(root.read("own"), "k=\"v\"\n");
+    EXPECT_TRUE(mode_of(set) == 0640 && mode_of(appended) == 0640 && mode_of(own) == 0644);
+    EXPECT_EQ(stat_of(set).st_gid, foreign ? 34 : getegid());
+    EXPECT_EQ(stat_of(own).st_gid, getegid()) << "whatever the folder's group";
 }
 
 TEST(SetKeyValue, GivesANewFileNoMoreThanItsFolderSays) {
@@ -251,20 +254,6 @@ TEST(SetKeys, HandlesOneHashForBothAndKeepsItWhenNothingWasWritten) {
     EXPECT_EQ(MLIBFileSetKeys(path.c_str(), both.get(), both.get(), nullptr), 1);
     EXPECT_EQ(root.read("f"), "b=1\n") << "the key is removed, and not added again";
     EXPECT_EQ(both.pairs(), Pairs{});
-}
-
-TEST(SetKeys, GivesANewFileTheProcesssOwnGroupAndMode0644) {
-    ScratchRoot root;
-    const mode_t mask = umask(077);
-    const bool foreign =
-        chown(root.dir().c_str(), uid_t(-1), 34) == 0 && chmod(root.dir().c_str(), 02755) == 0;
-    Hash fresh{{"a", "1"}};
-    const std::string path = root.path("new");
-    EXPECT_EQ(MLIBFileSetKeys(path.c_str(), fresh.get(), nullptr, "%s=\"%s\"\n"), 1);
-    umask(mask);
-    EXPECT_EQ(mode_of(path), 0644u) << "whatever the umask";
-    EXPECT_EQ(stat_of(path).st_gid, getegid()) << "whatever the folder's group; foreign: " << foreign;
-    EXPECT_EQ(root.read("new"), "a=\"1\"\n");
 }
 
 TEST(GetKeys, ReadsAllOrTheWantedOnes) {

@@ -120,14 +120,11 @@ TEST_F(LockTest, WaitsUntilTheHolderLetsGoOrDies) {
     EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 1), -1);
     EXPECT_GE(seconds_since(start), 1);
 
-    const pid_t killer = fork();
-    if (killer == 0) {
+    const Child killer([&] {
         usleep(200000);
         kill(other.child.pid(), SIGKILL);
-        _exit(0);
-    }
+    });
     EXPECT_EQ(ErrMLIBFileLock(kInfoWrite, 60), 0);
-    waitpid(killer, nullptr, 0);
 }
 
 TEST_F(LockTest, OutlivesAForkUntilTheChildLetsGo) {
@@ -148,31 +145,28 @@ TEST_F(LockTest, OutlivesAForkUntilTheChildLetsGo) {
 }
 
 TEST_F(LockTest, KeepsParallelChangesApart) {
-    constexpr int kProcesses = 20;
-    constexpr int kRounds = 15;
+    constexpr int kProcesses = 20, kRounds = 15;
     const std::string path = root.write("etc/morvinfo.conf", "count=0\n");
     const Reader reader(path, [](const std::string &content) {
         // A reader sees one whole line, whenever it looks.
         return content.starts_with("count=") && content.ends_with("\n");
     });
-    std::vector<pid_t> children;
-    for (int i = 0; i < kProcesses; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
-            for (int round = 0; round < kRounds; ++round) {
-                if (ErrMLIBFileLock(kInfoWrite, 600) != 0) _exit(1);
-                char value[16];
-                if (MLIBFileGetKeyValue(path.c_str(), "count", value, sizeof value, 0) <= 0) _exit(2);
-                if (MLIBFileSetKeyValue(path.c_str(), "count", std::to_string(atoi(value) + 1).c_str(),
-                                        nullptr) != 1) {
-                    _exit(3);
-                }
-                if (ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) != 0) _exit(4);
-                usleep(1000);
-            }
-            _exit(0);
+    const auto count_up = [&] {
+        for (int round = 0; round < kRounds; ++round) {
+            char value[16];
+            if (ErrMLIBFileLock(kInfoWrite, 600) != 0) return 1;
+            if (MLIBFileGetKeyValue(path.c_str(), "count", value, sizeof value, 0) <= 0) return 2;
+            const std::string next = std::to_string(atoi(value) + 1);
+            if (MLIBFileSetKeyValue(path.c_str(), "count", next.c_str(), nullptr) != 1) return 3;
+            if (ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) != 0) return 4;
+            usleep(1000);
         }
-        children.push_back(child);
+        return 0;
+    };
+    pid_t children[kProcesses];
+    for (pid_t &child : children) {
+        child = fork();
+        if (child == 0) _exit(count_up());
     }
     for (const pid_t child : children)
         EXPECT_EQ(wait_for(child), 0);
