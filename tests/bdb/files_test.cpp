@@ -1,7 +1,9 @@
-#include <signal.h>
+#include <errno.h>
+#include <stdarg.h>
+#include <stdio.h>
 #include <string.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <map>
@@ -9,23 +11,58 @@
 
 #include "bdb/store.h"
 #include "support/alloc_fault.h"
+#include "support/outcome.h"
 #include "support/scratch.h"
 
+using namespace testing_support;
 using bdb_test::Store;
 using bdb_test::Walk;
-using testing_support::AllocFault;
-using testing_support::ScratchRoot;
 
 namespace {
 
-// Opens and closes; the code of the failure, 0 for none. Nothing may reach standard error.
+int sync_error;  // with which syncing a store fails; 0: it works
+std::string logged;
+
+void log_line(const char *format, va_list args) {
+    char text[512];
+    vsnprintf(text, sizeof text, format, args);
+    logged = text;
+}
+
+}  // namespace
+
+extern "C" {
+int fdatasync(int fd) {
+    if (!sync_error) return int(syscall(SYS_fdatasync, fd));
+    errno = sync_error;
+    return -1;
+}
+void syslog(int, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    log_line(format, args);
+    va_end(args);
+}
+void __syslog_chk(int, int, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    log_line(format, args);
+    va_end(args);
+}
+}
+
+namespace {
+
+// What is printed to standard error; nothing may be.
+struct Silent {
+    Silent() { testing::internal::CaptureStderr(); }
+    ~Silent() { EXPECT_EQ(testing::internal::GetCapturedStderr(), ""); }
+};
+
+// Opens and closes; the code of the failure, 0 for none.
 int open_code(const std::string &path, int flags = O_RDWR, int duplicates = 0) {
-    testing::internal::CaptureStderr();
-    Store store(path, flags, duplicates);
-    const int code = store.db ? 0 : MLIBErrGet();
-    store.close();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    return code;
+    const Silent silent;
+    return Store(path, flags, duplicates).db ? 0 : MLIBErrGet();
 }
 
 std::string filled_store(const ScratchRoot &root, const char *name, int duplicates, int records = 500) {
@@ -54,22 +91,14 @@ TEST(StoreFile, IsOpenedAsTheFlagsSay) {
     EXPECT_EQ(Store(path).get("a"), std::nullopt);
 }
 
-TEST(StoreFile, IsCreatedBesideTheRestOfAnInterruptedCreation) {
+TEST(StoreFile, IsGivenToEverybodyByRootAlsoBesideTheRestOfAnInterruptedCreation) {
     ScratchRoot root;
     root.write("__db.store", "");
-    EXPECT_EQ(open_code(root.path("store"), O_RDWR | O_CREAT), 0);
-}
-
-TEST(StoreFile, IsGivenToEverybodyByRoot) {
-    if (geteuid() != 0) GTEST_SKIP() << "needs root";
-    ScratchRoot root;
     const std::string path = root.path("store");
     const mode_t old = umask(077);
     EXPECT_EQ(open_code(path, O_RDWR | O_CREAT), 0);
     umask(old);
-    struct stat st;
-    ASSERT_EQ(stat(path.c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, 0666u);
+    EXPECT_EQ(mode_of(path), geteuid() == 0 ? 0666u : 0600u);
 }
 
 TEST(StoreFile, OfAnotherKindIsRefused) {
@@ -107,11 +136,10 @@ TEST(StoreFile, OfAnotherKindIsRefused) {
 
 TEST(StoreFile, MustBeARegularFile) {
     ScratchRoot root;
-    const std::string fifo = root.path("fifo");
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
-    ASSERT_EQ(symlink(fifo.c_str(), root.path("to_fifo").c_str()), 0);
-    ASSERT_EQ(symlink(root.path("nothing").c_str(), root.path("to_nothing").c_str()), 0);
-    for (const std::string &path : {fifo, root.path("to_fifo"), root.dir(), std::string("/dev/null")}) {
+    const std::string fifo = root.path("fifo"), to_fifo = root.path("to_fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0666) | symlink("fifo", to_fifo.c_str()), 0);
+    ASSERT_EQ(symlink("nothing", root.path("to_nothing").c_str()), 0);
+    for (const std::string &path : {fifo, to_fifo, root.dir(), std::string("/dev/null")}) {
         SCOPED_TRACE(path);
         EXPECT_EQ(open_code(path), ERR_OPEN_FAILED);
         EXPECT_EQ(open_code(path, O_RDWR | O_CREAT | O_TRUNC), ERR_OPEN_FAILED);
@@ -119,43 +147,47 @@ TEST(StoreFile, MustBeARegularFile) {
     EXPECT_EQ(open_code(root.path("to_nothing"), O_RDWR | O_CREAT), ERR_OPEN_FAILED);
     EXPECT_EQ(access(root.path("nothing").c_str(), F_OK), -1) << "nothing is created through a link";
     filled_store(root, "store", 0, 1);
-    ASSERT_EQ(symlink(root.path("store").c_str(), root.path("to_store").c_str()), 0);
+    ASSERT_EQ(symlink("store", root.path("to_store").c_str()), 0);
     EXPECT_EQ(open_code(root.path("to_store")), 0);
 }
 
 TEST(StoreFile, RefusesWritesWhenOpenedForReadingWithoutAWord) {
     ScratchRoot root;
     Store store(filled_store(root, "store", 0, 10), O_RDONLY);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(store.set("a", "b"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_STORE_WRITE_FAILED);
-    EXPECT_EQ(store.remove("USER1"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_STORE_DELETE_FAILED);
-    MLIBErrSet(ERR_SUCCESS);
-    EXPECT_EQ(MORVBDbDeprecatedSet(store.db, 1), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS) << "the removal of the old mark sets no code";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    const Silent silent;
+    EXPECT_TRUE(gives(-1, ERR_STORE_WRITE_FAILED, store.set("a", "b")));
+    EXPECT_TRUE(gives(-1, ERR_STORE_DELETE_FAILED, store.remove("USER1")));
+    EXPECT_TRUE(gives(-1, ERR_SUCCESS, MORVBDbDeprecatedSet(store.db, 1)))
+        << "the removal of the old mark sets no code";
 }
 
-TEST(StoreFile, IsReleasedWithZeroWhenClosingFails) {
+TEST(StoreFile, IsReleasedWithZeroAndTheCodeOfTheDiskWhenClosingFails) {
     ScratchRoot root;
-    const int before = testing_support::open_descriptors();
     const std::string path = filled_store(root, "store", 0, 10);
-    testing::internal::CaptureStderr();
-    Store store(path, O_RDWR);
-    ASSERT_EQ(store.set("key", std::string(50000, 'v')), 0);
-    rlimit old;
-    getrlimit(RLIMIT_FSIZE, &old);
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit small = {100, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    MLIBErrSet(ERR_SUCCESS);
-    const int closed = store.close();
-    setrlimit(RLIMIT_FSIZE, &old);
-    EXPECT_EQ(closed, 0);
-    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS) << "EFBIG has no code";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(testing_support::open_descriptors(), before);
+    const int descriptors = open_descriptors();
+    const struct {
+        int error, code;
+    } cases[] = {{EIO, ERR_DISK_IO_FAILED},
+                 {EINTR, ERR_INTERRUPTED},
+                 {ENOSPC, ERR_NOT_ENOUGH_SPACE},
+                 {EROFS, ERR_READ_ONLY_FS},
+                 {EFBIG, ERR_SUCCESS}};
+    for (const auto &[error, code] : cases) {
+        SCOPED_TRACE(strerror(error));
+        Store store(path, O_RDWR);
+        ASSERT_EQ(store.set("key", "value"), 0);
+        const Silent silent;
+        MLIBErrSet(ERR_SUCCESS);
+        logged.clear();
+        sync_error = error;
+        const int closed = store.close();
+        sync_error = 0;
+        EXPECT_TRUE(gives(0, code, closed));
+        const std::string line =
+            " errno=" + std::to_string(error) + "/" + strerror(error) + ", db->close failed.";
+        EXPECT_TRUE(logged.starts_with("bdb_close:") && logged.ends_with(line)) << logged;
+    }
+    EXPECT_EQ(open_descriptors(), descriptors);
 }
 
 // Whatever the library itself writes it must find sound, else a mirror would be built again and again.
@@ -240,10 +272,9 @@ TEST(StoreFile, IsSoundHoweverItHasGrown) {
 TEST(StoreFile, WithADamagedByteDoesNoHarm) {
     for (int duplicates : {0, 1}) {
         ScratchRoot root;
-        const std::string whole =
-            root.read(filled_store(root, "store", duplicates, 120).substr(root.dir().size() + 1));
+        const std::string whole = read_file(filled_store(root, "store", duplicates, 120));
         std::minstd_rand random(7);
-        testing::internal::CaptureStderr();
+        const Silent silent;
         int refused = 0;
         for (int i = 0; i < 400; ++i) {
             std::string damaged = whole;
@@ -261,9 +292,25 @@ TEST(StoreFile, WithADamagedByteDoesNoHarm) {
             store.remove("USER5");
             store.get("SHARED");
         }
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         EXPECT_GT(refused, 80);
     }
+}
+
+TEST(StoreFile, WhoseLeavesAreChainedWronglyIsRefused) {
+    ScratchRoot root;
+    const std::string whole = read_file(filled_store(root, "store", 0, 120));
+    int chained = 0;
+    for (size_t page = 4096; page < whole.size(); page += 4096) {
+        uint32_t next;
+        memcpy(&next, &whole[page + 16], sizeof next);
+        if (whole[page + 25] != 5 || next == 0) continue;  // no leaf, or the last
+        // A walk would leave out the leaf between.
+        std::string damaged = whole;
+        memcpy(&damaged[page + 16], &whole[size_t{next} * 4096 + 16], sizeof next);
+        EXPECT_EQ(open_code(root.write("damaged", damaged)), ERR_STORE_INVALID) << page;
+        ++chained;
+    }
+    EXPECT_GT(chained, 2);
 }
 
 TEST(StoreFile, ChangedAfterItWasFoundSoundIsLookedAtAgain) {
@@ -281,7 +328,7 @@ TEST(StoreFile, ChangedAfterItWasFoundSoundIsLookedAtAgain) {
 TEST(StoreAllocations, ThatFailAreReported) {
     ScratchRoot root;
     const std::string path = filled_store(root, "store", 0, 200);
-    const int before = testing_support::open_descriptors();
+    const int before = open_descriptors();
     usleep(50'000);
     for (int nth = 1; nth <= 4; ++nth) {
         AllocFault fault(nth);
@@ -290,23 +337,16 @@ TEST(StoreAllocations, ThatFailAreReported) {
         EXPECT_EQ(db, nullptr);
         EXPECT_EQ(MLIBErrGet(), ERR_OUT_OF_MEMORY);
     }
-    EXPECT_EQ(testing_support::open_descriptors(), before);
+    EXPECT_EQ(open_descriptors(), before);
 
     Store store(path, O_RDWR);
-    const int faults = testing_support::for_each_alloc_fault([&](int) {
-        void *key = nullptr, *value = nullptr;
-        int key_size = 0, value_size = 0;
+    const int faults = for_each_alloc_fault([&](int) {
+        Walk walk;
         store.db->cursorType = MORV_BDB_FIRST;
-        const int walked = MORVBDbCursorGet(store.db, 0, &key, &key_size, &value, &value_size);
+        const bool walked = !walk.step(store).empty();
         const bool reached = AllocFault::disarm();
-        if (walked == 0) {
-            EXPECT_GT(value_size, 0) << "Berkeley DB did without";
-        } else {
-            EXPECT_TRUE(reached);
-            EXPECT_TRUE(MLIBErrGet() == ERR_OUT_OF_MEMORY || MLIBErrGet() == ERR_STORE_READ_FAILED);
-        }
-        MORVBDbFree(key);
-        MORVBDbFree(value);
+        EXPECT_TRUE(walked || reached);
+        EXPECT_TRUE(walked || MLIBErrGet() == ERR_OUT_OF_MEMORY || MLIBErrGet() == ERR_STORE_READ_FAILED);
         return reached;
     });
     EXPECT_GE(faults, 2);

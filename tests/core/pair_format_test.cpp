@@ -8,17 +8,15 @@ namespace {
 TEST(PairFormat, IsExpandedAsPrintfWould) {
     const struct {
         const char *format, *text;
-    } cases[] = {
-        {nullptr, "key=value\n"},
-        {"%s=%s\n", "key=value\n"},
-        {"", ""},
-        {"%s", "key"},
-        {"100%% %s", "100% key"},
-        {"%-6s=%7s|", "key   =  value|"},
-        {"%2s:%.2s", "key:va"},
-        {"%05s%.s.", "  key."},
-        {"%-+ #05.1s%-s", "k    value"},
-    };
+    } cases[] = {{nullptr, "key=value\n"},
+                 {"%s=%s\n", "key=value\n"},
+                 {"", ""},
+                 {"%s", "key"},
+                 {"100%% %s", "100% key"},
+                 {"%-6s=%7s|", "key   =  value|"},
+                 {"%2s:%.2s", "key:va"},
+                 {"%05s%.s.", "  key."},
+                 {"%-+ #05.1s%-s", "k    value"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.format ? c.format : "null");
         std::string out = "before ";

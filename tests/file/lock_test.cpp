@@ -11,6 +11,7 @@
 
 #include <string>
 
+#include "support/outcome.h"
 #include "support/process.h"
 #include "support/scratch.h"
 
@@ -40,9 +41,7 @@ TEST_F(LockTest, MakesItsFolderAndFiles) {
     const auto names = root.names("tmp/lock");
     EXPECT_EQ(names.size(), 18u);
     EXPECT_EQ(names.front(), "lock_apple");
-    struct stat st;
-    stat(root.path("tmp/lock/x").substr(0, root.dir().size() + 9).c_str(), &st);
-    EXPECT_EQ(st.st_mode & 07777, mode_t(0755)) << "whatever the umask";
+    EXPECT_EQ(mode_of(root.dir() + "/tmp/lock"), 0755u) << "whatever the umask";
     EXPECT_EQ(ErrMLIBFileUnlock(MORV_LOCK_MORVINFO), 0);
     EXPECT_EQ(root.names("tmp/lock").size(), 18u) << "lock files are never removed";
 
@@ -52,15 +51,12 @@ TEST_F(LockTest, MakesItsFolderAndFiles) {
 
 TEST_F(LockTest, WithoutAFolderSaysSo) {
     root.write("tmp/lock", "in the way");
-    EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 0), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_CREATE_FAILED);
+    EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, ErrMLIBFileLock(kInfoRead, 0)));
     unlink(root.path("tmp/lock").c_str());
     mkdir(root.path("tmp/lock").c_str(), 0755);
     mkdir(root.path("tmp/lock/lock_pw").c_str(), 0755);
-    EXPECT_EQ(ErrMLIBILockCheckDir(), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
-    EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_READ, 0), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
+    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBILockCheckDir()));
+    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_READ, 0)));
 }
 
 TEST_F(LockTest, IsSharedByReadersAndExclusiveForWriters) {
@@ -90,8 +86,8 @@ TEST_F(LockTest, CountsHowOftenItIsHeld) {
 TEST_F(LockTest, RefusesAnUpgradeAtOnceAndTakesNothing) {
     ASSERT_EQ(ErrMLIBFileLock(kInfoRead, 0), 0);
     const timespec start = now();
-    EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_MORVINFO | MORV_LOCK_WRITE, 60), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_LOCK_FAILED);
+    EXPECT_TRUE(
+        gives(-1, ERR_LOCK_FAILED, ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_MORVINFO | MORV_LOCK_WRITE, 60)));
     EXPECT_LT(seconds_since(start), 30);
     EXPECT_TRUE(free_for_others(MORV_LOCK_PW | MORV_LOCK_WRITE));
     EXPECT_FALSE(free_for_others(kInfoWrite)) << "the lock it had stays";
@@ -108,31 +104,27 @@ TEST_F(LockTest, RefusesAnUpgradeAtOnceAndTakesNothing) {
 }
 
 TEST_F(LockTest, TakesAllOrNothing) {
-    const Holder other(root, MORV_LOCK_GR | MORV_LOCK_WRITE);
+    const Holder other(MORV_LOCK_GR | MORV_LOCK_WRITE);
     // The order of the table: PW, GR, SMB.
-    EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB | MORV_LOCK_WRITE, 0), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_LOCK_FAILED);
+    EXPECT_TRUE(gives(-1, ERR_LOCK_FAILED,
+                      ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB | MORV_LOCK_WRITE, 0)));
     EXPECT_TRUE(free_for_others(MORV_LOCK_PW | MORV_LOCK_SMB | MORV_LOCK_WRITE));
-    EXPECT_EQ(ErrMLIBFileLock(0x2 | 0x4 | 0x40000000, 60), -1) << "no such lock";
-    EXPECT_EQ(MLIBErrGet(), ERR_LOCK_FAILED);
+    EXPECT_TRUE(gives(-1, ERR_LOCK_FAILED, ErrMLIBFileLock(0x2 | 0x4 | 0x40000000, 60))) << "no such lock";
     EXPECT_EQ(ErrMLIBFileLock(MORV_LOCK_WRITE, 0), 0) << "nothing asked for";
 }
 
 TEST_F(LockTest, WaitsUntilTheHolderLetsGoOrDies) {
-    Holder other(root, kInfoWrite);
+    Holder other(kInfoWrite);
     EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 0), -1);
     const timespec start = now();
     EXPECT_EQ(ErrMLIBFileLock(kInfoRead, 1), -1);
     EXPECT_GE(seconds_since(start), 1);
 
-    const pid_t killer = fork();
-    if (killer == 0) {
+    const Child killer([&] {
         usleep(200000);
-        kill(other.pid(), SIGKILL);
-        _exit(0);
-    }
+        kill(other.child.pid(), SIGKILL);
+    });
     EXPECT_EQ(ErrMLIBFileLock(kInfoWrite, 60), 0);
-    waitpid(killer, nullptr, 0);
 }
 
 TEST_F(LockTest, OutlivesAForkUntilTheChildLetsGo) {
@@ -153,31 +145,28 @@ TEST_F(LockTest, OutlivesAForkUntilTheChildLetsGo) {
 }
 
 TEST_F(LockTest, KeepsParallelChangesApart) {
-    constexpr int kProcesses = 20;
-    constexpr int kRounds = 15;
+    constexpr int kProcesses = 20, kRounds = 15;
     const std::string path = root.write("etc/morvinfo.conf", "count=0\n");
     const Reader reader(path, [](const std::string &content) {
         // A reader sees one whole line, whenever it looks.
         return content.starts_with("count=") && content.ends_with("\n");
     });
-    std::vector<pid_t> children;
-    for (int i = 0; i < kProcesses; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
-            for (int round = 0; round < kRounds; ++round) {
-                if (ErrMLIBFileLock(kInfoWrite, 600) != 0) _exit(1);
-                char value[16];
-                if (MLIBFileGetKeyValue(path.c_str(), "count", value, sizeof value, 0) <= 0) _exit(2);
-                if (MLIBFileSetKeyValue(path.c_str(), "count", std::to_string(atoi(value) + 1).c_str(),
-                                        nullptr) != 1) {
-                    _exit(3);
-                }
-                if (ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) != 0) _exit(4);
-                usleep(1000);
-            }
-            _exit(0);
+    const auto count_up = [&] {
+        for (int round = 0; round < kRounds; ++round) {
+            char value[16];
+            if (ErrMLIBFileLock(kInfoWrite, 600) != 0) return 1;
+            if (MLIBFileGetKeyValue(path.c_str(), "count", value, sizeof value, 0) <= 0) return 2;
+            const std::string next = std::to_string(atoi(value) + 1);
+            if (MLIBFileSetKeyValue(path.c_str(), "count", next.c_str(), nullptr) != 1) return 3;
+            if (ErrMLIBFileUnlock(MORV_LOCK_MORVINFO) != 0) return 4;
+            usleep(1000);
         }
-        children.push_back(child);
+        return 0;
+    };
+    pid_t children[kProcesses];
+    for (pid_t &child : children) {
+        child = fork();
+        if (child == 0) _exit(count_up());
     }
     for (const pid_t child : children)
         EXPECT_EQ(wait_for(child), 0);

@@ -1,13 +1,15 @@
 #include <gtest/gtest.h>
 #include <morvsdk/error.h>
 #include <morvsdk/internal/file.h>
-#include <sys/stat.h>
+#include <string.h>
 
 #include <string>
 
+#include "file/edits.h"
 #include "support/hashes.h"
 #include "support/scratch.h"
 
+using namespace file_test;
 using namespace testing_support;
 
 namespace {
@@ -31,8 +33,6 @@ TEST(SectionLine, NeedsItsBracketsAtTheEnds) {
     }
     EXPECT_EQ(MLIBIFileMatchSection("[]", 2, ""), 1);
     EXPECT_EQ(MLIBIFileMatchSection("[abc]", 2, "abc"), 0) << "no byte beyond the length counts";
-    EXPECT_EQ(MLIBIFileMatchSection(nullptr, 2, "a"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
 }
 
 TEST(GetSection, ReadsTheFirstOfThatName) {
@@ -66,12 +66,9 @@ TEST(GetSection, LeavesTheHashAloneWhenThereIsNone) {
     const std::string path = root.write("f", "[a]\nk=1\n\n");
     Hash hash{{"kept", "1"}};
     MLIBErrSet(ERR_SUCCESS);
-    EXPECT_EQ(MLIBFileGetSection(path.c_str(), "b", hash.address()), 1);
-    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS);
-    EXPECT_EQ(MLIBFileGetSection(path.c_str(), "a", hash.address()), 2);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS) << "the splitter's, for the blank line";
-    EXPECT_EQ(MLIBFileGetSection((root.dir() + "/missing").c_str(), "a", hash.address()), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
+    EXPECT_TRUE(gives(1, ERR_SUCCESS, MLIBFileGetSection(path.c_str(), "b", hash.address())));
+    EXPECT_TRUE(gives(2, ERR_BAD_PARAMETERS, MLIBFileGetSection(path.c_str(), "a", hash.address())))
+        << "the splitter's code, for the blank line";
 }
 
 TEST(EnumSection, ListsNamesAsTheyStand) {
@@ -88,97 +85,48 @@ TEST(EnumSection, ListsNamesAsTheyStand) {
     EXPECT_EQ(MLIBFileEnumSection(root.write("f", "[" + longest + "]\n").c_str(), names.address()), 1);
     EXPECT_EQ(names.items(), Names{longest});
     MLIBErrSet(ERR_SUCCESS);
-    EXPECT_EQ(MLIBFileEnumSection(root.write("f", "[" + longest + "n]\n").c_str(), names.address()), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS);
+    root.write("f", "[" + longest + "n]\n");
+    EXPECT_TRUE(gives(-1, ERR_SUCCESS, MLIBFileEnumSection(root.path("f").c_str(), names.address())));
 }
 
-TEST(AddSection, StartsOnALineOfItsOwn) {
-    ScratchRoot root;
-    Hash hash{{"k", "1"}};
-    Hash empty;
-    const struct {
-        const char *before;
-        const MLIBSZHASH *hash;
-        int result;
-        const char *after;
-    } cases[] = {
-        {"[b]\nx=1\n", hash.get(), 1, "[b]\nx=1\n[a]\nk=1\n"},
-        {"[b]\nx=1", hash.get(), 1, "[b]\nx=1\n[a]\nk=1\n"},
-        {"", empty.get(), 1, "\n[a]\n"},
-        {"x\n[a] \ny=1\n", hash.get(), 0, "x\n[a] \ny=1\n"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.before);
-        MLIBErrSet(ERR_SUCCESS);
-        EXPECT_EQ(ErrMLIBFileAddSection(root.write("f", c.before).c_str(), "a", c.hash, nullptr), c.result);
-        EXPECT_EQ(root.read("f"), c.after);
-        EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS);
-    }
-    EXPECT_EQ(ErrMLIBFileAddSection((root.dir() + "/missing").c_str(), "a", hash.get(), nullptr), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
-    EXPECT_EQ(root.names(), Names{"f"});
-    EXPECT_EQ(ErrMLIBFileAddSection(root.write("f", "").c_str(), "a\nb", hash.get(), nullptr), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_EQ(ErrMLIBFileAddSection(root.write("f", "").c_str(), "a", hash.get(), "%s\n"), -1);
-    EXPECT_EQ(root.read("f"), "");
-}
-
-TEST(ModifySection, KeepsCommentsAndEverythingOutside) {
-    ScratchRoot root;
-    Hash hash{{"n", "9"}};
+TEST(SectionEdits, KeepCommentsAndEverythingOutside) {
+    const Hash pair{{"n", "9"}}, none;
+    const MLIBSZHASH *const n = pair.get();
+    const std::string top = "top=1\n\n", rest = "[b]\n\n x=1\r\n[broken\n", last = "[c]\nlast";
     const std::string before =
-        "top=1\n\n[a]\nk=1\n# kept\n\n;kept too\n  # indented goes\n[b]\n\n x=1\r\n[broken\n[a] "
-        "\nk=2\n[c]\nlast";
-    const std::string path = root.path("f");
-
-    root.write("f", before, 0604);
-    EXPECT_EQ(ErrMLIBFileSetSection(path.c_str(), "a", nullptr, hash.get(), nullptr), 1);
-    EXPECT_EQ(root.read("f"),
-              "top=1\n\n[a]\nn=9\n# kept\n;kept too\n[b]\n\n x=1\r\n[broken\n[a]\nn=9\n[c]\nlast");
-    struct stat st;
-    stat(path.c_str(), &st);
-    EXPECT_EQ(st.st_mode & 07777, mode_t(0604));
-
-    root.write("f", before);
-    EXPECT_EQ(ErrMLIBFileSetSection(path.c_str(), "c", "d", hash.get(), "\t%s = %s\n"), 1);
-    EXPECT_TRUE(root.read("f").ends_with("k=2\n[d]\n\tn = 9\n"));
-
-    root.write("f", before);
-    EXPECT_EQ(ErrMLIBFileRemoveSection(path.c_str(), "a"), 1);
-    EXPECT_EQ(root.read("f"), "top=1\n\n# kept\n;kept too\n[b]\n\n x=1\r\n[broken\n[c]\nlast");
-
-    root.write("f", before);
-    EXPECT_EQ(ErrMLIBFileRemoveSection(path.c_str(), "nowhere"), 0);
-    EXPECT_EQ(MLIBErrGet(), ERR_KEY_NOT_FOUND);
-    EXPECT_EQ(root.read("f"), before);
-
-    EXPECT_EQ(ErrMLIBFileSetSection(path.c_str(), "a", nullptr, nullptr, nullptr), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_EQ(ErrMLIBFileSetSection(path.c_str(), "a", "x\ny", hash.get(), nullptr), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
-    EXPECT_EQ(ErrMLIBFileRemoveSection(root.dir().c_str(), "a"), -1);
-    EXPECT_EQ(MLIBErrGet(), ERR_OPEN_FAILED);
-    EXPECT_EQ(root.read("f"), before);
-    EXPECT_EQ(root.names(), Names{"f"});
-}
-
-TEST(SetSecKeyVal, MakesTheSectionWhenItIsMissing) {
+        top + "[a]\nk=1\n# kept\n\n;kept too\n  # indented goes\n" + rest + "[a] \nk=2\n" + last;
+    const std::string all_but_last = before.substr(0, before.size() - last.size());
+    const Edit edits[] = {
+        {"add", "[b]\nx=1\n", call<ErrMLIBFileAddSection>("a", n, nullptr), 1, 0, "[b]\nx=1\n[a]\nn=9\n"},
+        {"add", "[b]\nx=1", call<ErrMLIBFileAddSection>("a", n, nullptr), 1, 0, "[b]\nx=1\n[a]\nn=9\n"},
+        {"add an empty one", "", call<ErrMLIBFileAddSection>("a", none.get(), nullptr), 1, 0, "\n[a]\n"},
+        {"there already", "[a] \ny", call<ErrMLIBFileAddSection>("a", n, nullptr), 0, 0, "[a] \ny"},
+        {"line feed", "", call<ErrMLIBFileAddSection>("a\nb", n, nullptr), -1, ERR_BAD_PARAMETERS, ""},
+        {"bad format", "", call<ErrMLIBFileAddSection>("a", n, "%s\n"), -1, ERR_BAD_PARAMETERS, ""},
+        {"set", before, call<ErrMLIBFileSetSection>("a", nullptr, n, nullptr), 1, 0,
+         top + "[a]\nn=9\n# kept\n;kept too\n" + rest + "[a]\nn=9\n" + last},
+        {"rename", before, call<ErrMLIBFileSetSection>("c", "d", n, "\t%s = %s\n"), 1, 0,
+         all_but_last + "[d]\n\tn = 9\n"},
+        {"rename badly", before, call<ErrMLIBFileSetSection>("a", "x\ny", n, nullptr), -1, ERR_BAD_PARAMETERS,
+         before},
+        {"remove", before, call<ErrMLIBFileRemoveSection>("a"), 1, 0,
+         top + "# kept\n;kept too\n" + rest + last},
+        {"make it for a key", "[a]\nk=1\n", call<ErrSetSecKeyVal>("b", "x", "1", nullptr), 1, 0,
+         "[a]\nk=1\n[b]\nx=1\n"},
+        {"set its key", "[b]\nx=1\n[c]\n", call<ErrSetSecKeyVal>("b", "x", "3", nullptr), 1, 0,
+         "[b]\nx=3\n[c]\n"},
+        {"no empty section is left behind", "[a]\n", call<ErrSetSecKeyVal>("b", "x", "1\n2", nullptr), -1,
+         ERR_BAD_PARAMETERS, "[a]\n"},
+        {"the key would open a section", "[a]\n", call<ErrSetSecKeyVal>("b", "[x", "1]", nullptr), -1,
+         ERR_BAD_PARAMETERS, "[a]\n"},
+        {"unless indented", "[a]\n", call<ErrSetSecKeyVal>("a", "[x", "1]", "\t%s=%s\n"), 1, 0,
+         "[a]\n\t[x=1]\n"},
+    };
+    expect_edits(edits);
     ScratchRoot root;
-    const std::string path = root.write("f", "[a]\nk=1\n");
-    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "b", "x", "1", nullptr), 1);
-    EXPECT_EQ(root.read("f"), "[a]\nk=1\n[b]\nx=1\n");
-    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "b", "y", "2", nullptr), 1);
-    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "b", "x", "3", nullptr), 1);
-    Hash b;
-    MLIBFileGetSection(path.c_str(), "b", b.address());
-    EXPECT_EQ(b.pairs(), (Pairs{{"x", "3"}, {"y", "2"}}));
-    const std::string before = root.read("f");
-    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "new", "x", "a\nb", nullptr), -1);
-    EXPECT_EQ(root.read("f"), before) << "what is refused leaves no empty section behind";
-    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "new", "[x", "1]", nullptr), -1) << "it would open a section";
-    EXPECT_EQ(MLIBErrGet(), ERR_BAD_PARAMETERS);
+    const std::string path = root.write("f", before);
+    EXPECT_TRUE(gives(0, ERR_KEY_NOT_FOUND, ErrMLIBFileRemoveSection(path.c_str(), "d")));
     EXPECT_EQ(root.read("f"), before);
-    EXPECT_EQ(ErrSetSecKeyVal(path.c_str(), "b", "[x", "1]", "\t%s=%s\n"), 1) << "unless it is indented";
 }
 
 TEST(SetSecKeyVal, KeepsCommentsOnceAndPairsBehindEmptyOnes) {

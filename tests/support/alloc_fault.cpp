@@ -70,9 +70,6 @@ void *operator new[](size_t size) {
 void *operator new(size_t size, const std::nothrow_t &) noexcept {
     return new_block(size);
 }
-void *operator new[](size_t size, const std::nothrow_t &) noexcept {
-    return new_block(size);
-}
 void operator delete(void *block) noexcept {
     free(block);
 }
@@ -83,12 +80,6 @@ void operator delete(void *block, size_t) noexcept {
     free(block);
 }
 void operator delete[](void *block, size_t) noexcept {
-    free(block);
-}
-void operator delete(void *block, const std::nothrow_t &) noexcept {
-    free(block);
-}
-void operator delete[](void *block, const std::nothrow_t &) noexcept {
     free(block);
 }
 

@@ -41,67 +41,64 @@ inline double seconds_since(const timespec &start) {
     return double(t.tv_sec - start.tv_sec) + double(t.tv_nsec - start.tv_nsec) / 1e9;
 }
 
-// A process that holds a lock until it is destroyed or killed.
-class Holder {
+// A process that is killed at the end.
+class Child {
   public:
-    Holder(const ScratchRoot &, uint32_t request) {
-        int ready[2];
-        if (pipe(ready) != 0) return;
-        pid_ = fork();
+    explicit Child(const std::function<void()> &body) : pid_(fork()) {
         if (pid_ == 0) {
-            close(ready[0]);
-            if (ErrMLIBFileLock(request, 0) == 0 && write(ready[1], "x", 1) == 1) {
-                for (;;)
-                    pause();
-            }
+            body();
             _exit(1);
         }
-        close(ready[1]);
-        char byte;
-        held_ = read(ready[0], &byte, 1) == 1;
-        close(ready[0]);
     }
-    ~Holder() {
+    ~Child() {
         kill(pid_, SIGKILL);
         waitpid(pid_, nullptr, 0);
     }
-    Holder(const Holder &) = delete;
-    Holder &operator=(const Holder &) = delete;
+    Child(const Child &) = delete;
+    Child &operator=(const Child &) = delete;
     pid_t pid() const { return pid_; }
-    bool held() const { return held_; }
 
   private:
-    pid_t pid_ = -1;
-    bool held_ = false;
+    pid_t pid_;
+};
+
+// What processes can count in together.
+struct SharedCounts {
+    volatile int *const at =
+        static_cast<int *>(mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    ~SharedCounts() { munmap(const_cast<int *>(at), 4096); }
+};
+
+// A process that holds a lock.
+struct Holder {
+    SharedCounts counts;
+    Child child;
+
+    explicit Holder(uint32_t request)
+        : child([&] {
+              if (ErrMLIBFileLock(request, 0) == 0) counts.at[0] = 1;
+              for (;;)
+                  pause();
+          }) {
+        for (int i = 0; i < 10000 && counts.at[0] == 0; ++i)
+            usleep(1000);
+    }
 };
 
 // A process that reads a file over and over, and counts how often `good` was false of what it saw.
-class Reader {
-  public:
-    Reader(const std::string &path, const std::function<bool(const std::string &)> &good) {
-        shared_ = static_cast<volatile int *>(
-            mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-        pid_ = fork();
-        if (pid_ == 0) {
-            for (;;) {
-                if (!good(read_file(path))) shared_[1] = shared_[1] + 1;
-                shared_[0] = shared_[0] + 1;
-            }
-        }
-    }
-    ~Reader() {
-        kill(pid_, SIGKILL);
-        waitpid(pid_, nullptr, 0);
-        munmap(const_cast<int *>(shared_), 4096);
-    }
-    Reader(const Reader &) = delete;
-    Reader &operator=(const Reader &) = delete;
-    int looks() const { return shared_[0]; }
-    int bad() const { return shared_[1]; }
+struct Reader {
+    SharedCounts counts;
+    Child child;
 
-  private:
-    volatile int *shared_;
-    pid_t pid_;
+    Reader(const std::string &path, const std::function<bool(const std::string &)> &good)
+        : child([&] {
+              for (;;) {
+                  if (!good(read_file(path))) counts.at[1] = counts.at[1] + 1;
+                  counts.at[0] = counts.at[0] + 1;
+              }
+          }) {}
+    int looks() const { return counts.at[0]; }
+    int bad() const { return counts.at[1]; }
 };
 
 }  // namespace testing_support

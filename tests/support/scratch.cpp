@@ -73,6 +73,16 @@ void write_file(const std::string &path, std::string_view content, mode_t mode) 
     if (!out || chmod(path.c_str(), mode) != 0) throw std::runtime_error("cannot write " + path);
 }
 
+struct stat stat_of(const std::string &path) {
+    struct stat st = {};
+    stat(path.c_str(), &st);
+    return st;
+}
+
+unsigned mode_of(const std::string &path) {
+    return stat_of(path).st_mode & 07777;
+}
+
 int open_descriptors() {
     return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/fd"), {})) - 1;
 }

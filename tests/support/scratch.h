@@ -36,6 +36,10 @@ class ScratchRoot {
 std::string read_file(const std::string &path);
 void write_file(const std::string &path, std::string_view content, mode_t mode = 0644);
 
+// What stat(2) says of a path, a link followed; all zero when it fails.
+struct stat stat_of(const std::string &path);
+unsigned mode_of(const std::string &path);
+
 // The open descriptors of this process, to see that a call leaks none.
 int open_descriptors();
 

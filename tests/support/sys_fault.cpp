@@ -5,7 +5,6 @@
 #include <signal.h>
 #include <stdarg.h>
 #include <stdlib.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -16,6 +15,16 @@
 namespace {
 
 using testing_support::Sys;
+
+// In the order of Sys.
+constexpr struct {
+    const char *name;
+    int reason;
+} kCalls[] = {{"open", EMFILE},     {"fstat", EIO},        {"read", EIO},         {"readlink", EACCES},
+              {"mkostemp", ENOSPC}, {"fchown", EPERM},     {"fchmod", EPERM},     {"flistxattr", EIO},
+              {"fgetxattr", EIO},   {"fsetxattr", ENOSPC}, {"fremovexattr", EIO}, {"write", ENOSPC},
+              {"short write", 0},   {"fsync", EIO},        {"close", EIO},        {"rename", EBUSY},
+              {"lseek", EIO},       {"allocation", ENOMEM}};
 
 int armed = -1;
 int countdown;
@@ -28,11 +37,13 @@ bool fails(Sys which) {
     if (armed != int(which) || --countdown > 0) return false;
     armed = -1;
     was_reached = true;
-    static constexpr int kReasons[] = {EMFILE, EIO,   EIO,    EACCES, ENOSPC, EPERM, EPERM,
-                                       EIO,    EIO,   ENOSPC, EIO,    ENOSPC, 0,     EIO,
-                                       EIO,    EBUSY, EIO,    ENOSPC, EPERM,  ENOLCK};
-    errno = kReasons[int(which)];
+    errno = kCalls[int(which)].reason;
     return true;
+}
+
+template <class... Args>
+int call(Sys which, long number, Args... args) {
+    return fails(which) ? -1 : int(syscall(number, args...));
 }
 
 // The libc function behind a name that differs with the size of file offsets and times.
@@ -57,8 +68,7 @@ int open(const char *path, int flags, ...) {
         mode = va_arg(args, mode_t);
         va_end(args);
     }
-    if (fails(Sys::kOpen)) return -1;
-    return int(syscall(SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, mode));
+    return call(Sys::kOpen, SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, mode);
 }
 
 int fstat(int fd, struct stat *st) noexcept {
@@ -68,8 +78,7 @@ int fstat(int fd, struct stat *st) noexcept {
 }
 
 ssize_t read(int fd, void *buffer, size_t size) {
-    if (fails(Sys::kRead)) return -1;
-    return syscall(SYS_read, fd, buffer, size);
+    return call(Sys::kRead, SYS_read, fd, buffer, size);
 }
 
 ssize_t __read_chk(int fd, void *buffer, size_t size, size_t) {
@@ -77,8 +86,7 @@ ssize_t __read_chk(int fd, void *buffer, size_t size, size_t) {
 }
 
 ssize_t readlink(const char *path, char *buffer, size_t size) noexcept {
-    if (fails(Sys::kReadlink)) return -1;
-    return syscall(SYS_readlinkat, AT_FDCWD, path, buffer, size);
+    return call(Sys::kReadlink, SYS_readlinkat, AT_FDCWD, path, buffer, size);
 }
 
 int mkostemp(char *name, int flags) {
@@ -88,37 +96,31 @@ int mkostemp(char *name, int flags) {
 }
 
 int fchown(int fd, uid_t owner, gid_t group) noexcept {
-    if (fails(Sys::kFchown)) return -1;
 #ifdef SYS_fchown32
-    return int(syscall(SYS_fchown32, fd, owner, group));
+    return call(Sys::kFchown, SYS_fchown32, fd, owner, group);
 #else
-    return int(syscall(SYS_fchown, fd, owner, group));
+    return call(Sys::kFchown, SYS_fchown, fd, owner, group);
 #endif
 }
 
 int fchmod(int fd, mode_t mode) noexcept {
-    if (fails(Sys::kFchmod)) return -1;
-    return int(syscall(SYS_fchmod, fd, mode));
+    return call(Sys::kFchmod, SYS_fchmod, fd, mode);
 }
 
 ssize_t flistxattr(int fd, char *list, size_t size) noexcept {
-    if (fails(Sys::kFlistxattr)) return -1;
-    return syscall(SYS_flistxattr, fd, list, size);
+    return call(Sys::kFlistxattr, SYS_flistxattr, fd, list, size);
 }
 
 ssize_t fgetxattr(int fd, const char *name, void *value, size_t size) noexcept {
-    if (fails(Sys::kFgetxattr)) return -1;
-    return syscall(SYS_fgetxattr, fd, name, value, size);
+    return call(Sys::kFgetxattr, SYS_fgetxattr, fd, name, value, size);
 }
 
 int fsetxattr(int fd, const char *name, const void *value, size_t size, int flags) noexcept {
-    if (fails(Sys::kFsetxattr)) return -1;
-    return int(syscall(SYS_fsetxattr, fd, name, value, size, flags));
+    return call(Sys::kFsetxattr, SYS_fsetxattr, fd, name, value, size, flags);
 }
 
 int fremovexattr(int fd, const char *name) noexcept {
-    if (fails(Sys::kFremovexattr)) return -1;
-    return int(syscall(SYS_fremovexattr, fd, name));
+    return call(Sys::kFremovexattr, SYS_fremovexattr, fd, name);
 }
 
 ssize_t write(int fd, const void *buffer, size_t size) {
@@ -132,8 +134,7 @@ ssize_t write(int fd, const void *buffer, size_t size) {
 }
 
 int fsync(int fd) {
-    if (fails(Sys::kFsync)) return -1;
-    return int(syscall(SYS_fsync, fd));
+    return call(Sys::kFsync, SYS_fsync, fd);
 }
 
 int close(int fd) {
@@ -145,8 +146,7 @@ int close(int fd) {
 }
 
 int rename(const char *from, const char *to) noexcept {
-    if (fails(Sys::kRename)) return -1;
-    return int(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+    return call(Sys::kRename, SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0);
 }
 
 off_t lseek(int fd, off_t offset, int whence) noexcept {
@@ -154,37 +154,19 @@ off_t lseek(int fd, off_t offset, int whence) noexcept {
     static const auto real = next<off_t (*)(int, off_t, int)>({"lseek64"});
     return real(fd, offset, whence);
 }
-
-int mkdir(const char *path, mode_t mode) noexcept {
-    if (fails(Sys::kMkdir)) return -1;
-    return int(syscall(SYS_mkdirat, AT_FDCWD, path, mode));
-}
-
-int chmod(const char *path, mode_t mode) noexcept {
-    if (fails(Sys::kChmod)) return -1;
-    return int(syscall(SYS_fchmodat, AT_FDCWD, path, mode));
-}
-
-int flock(int fd, int operation) noexcept {
-    if (fails(Sys::kFlock)) return -1;
-    return int(syscall(SYS_flock, fd, operation));
-}
 }
 
 namespace testing_support {
 
 const char *sys_name(Sys which) {
-    static constexpr const char *kNames[] = {
-        "open",       "fstat",     "read",      "readlink",     "mkostemp", "fchown",      "fchmod",
-        "flistxattr", "fgetxattr", "fsetxattr", "fremovexattr", "write",    "short write", "fsync",
-        "close",      "rename",    "lseek",     "mkdir",        "chmod",    "flock"};
-    return kNames[int(which)];
+    return kCalls[int(which)].name;
 }
 
 SysFault::SysFault(Sys which, int nth) {
     was_reached = false;
     countdown = nth;
     armed = int(which);
+    if (which == Sys::kAllocation) allocation_.emplace(nth, true);
 }
 
 SysFault::~SysFault() {
@@ -192,7 +174,7 @@ SysFault::~SysFault() {
 }
 
 bool SysFault::reached() const {
-    return was_reached;
+    return allocation_ ? AllocFault::disarm() : was_reached;
 }
 
 void kill_at_call(int nth) {

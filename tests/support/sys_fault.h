@@ -1,9 +1,12 @@
-// Failing system calls: the program defines the libc functions itself, and the library under test uses them.
+// Failing system calls and allocations: the program defines the libc functions itself, and the library under test uses them.
 #pragma once
 
 #include <errno.h>
 
+#include <optional>
 #include <string>
+
+#include "support/alloc_fault.h"
 
 namespace testing_support {
 
@@ -25,9 +28,7 @@ enum class Sys {
     kClose,  // closes, and fails
     kRename,
     kLseek,
-    kMkdir,
-    kChmod,
-    kFlock,
+    kAllocation,  // malloc and its companions, operator new
     kCount
 };
 
@@ -41,6 +42,9 @@ class SysFault {
     SysFault(const SysFault &) = delete;
     SysFault &operator=(const SysFault &) = delete;
     bool reached() const;
+
+  private:
+    std::optional<AllocFault> allocation_;
 };
 
 // From now on the process ends by SIGKILL just before its nth system call among those above, whichever it is.
