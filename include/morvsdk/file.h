@@ -31,7 +31,7 @@
  *             only with MORVFileDurabilitySet(MORV_DURABLE).
  *   Text      A key, a value or a section name that holds a line feed is refused by the writers
  *             (ERR_BAD_PARAMETERS): it would become lines of its own. So is an empty key, which any blank line
- *             holds. A line of a file counts for matching
+ *             holds (MLIBFileSetKeys passes over it). A line of a file counts for matching
  *             up to its first NUL byte, and is copied with all of its bytes; MLIBFileReplaceSubStr alone
  *             looks behind the NUL, too.
  *   Formats   Writers of pairs take a print format for key and value, "%s=%s\n" when null. It may hold at
@@ -82,7 +82,8 @@ MORV_API int MORVFileDurabilitySet(int durability) MORV_NOEXCEPT;
  * at both ends go, then one pair of double quotes around the whole. Keys compare byte for byte. There is no
  * escape syntax and no limit to the length of a line. */
 
-enum { MORV_KEY_LAST = 0x1 /* the last line that holds the key decides, not the first */ };
+enum { MORV_KEY_LAST = 0x1 /* the last line that holds the key decides, not the first; a line with nothing
+                               after its "=" ends the search, and what was found before it counts */ };
 
 /* Reads the value of one key.
  *
@@ -114,10 +115,10 @@ MORV_API int MLIBFileSetKeyValue(const char *path, const char *key, const char *
  * ERR_WRITE_FAILED. */
 MORV_API int MLIBFileRemoveKey(const char *path, const char *key) MORV_NOEXCEPT;
 
-/* Adds a key that the file does not hold yet, in place at the end of the file. A missing file is made. After
- * a crash the file may end in a part of the line; a failed write is taken back. Returns 1; 0 with
- * ERR_KEY_EXISTS; -1 with ERR_BAD_PARAMETERS (also when path is a folder), ERR_OPEN_FAILED, ERR_WRITE_FAILED
- * or ERR_OUT_OF_MEMORY. */
+/* Adds a key that the file does not hold yet, in place and directly after the last byte, so that it continues a
+ * last line without line feed. A missing file is made. After a crash the file may end in a part of the line; a
+ * failed write is taken back. Returns 1; 0 with ERR_KEY_EXISTS; -1 with ERR_BAD_PARAMETERS (also when path is
+ * a folder), ERR_OPEN_FAILED, ERR_WRITE_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int MLIBFileAppendKey(const char *path, const char *key, const char *value,
                                const char *format) MORV_NOEXCEPT;
 
@@ -135,9 +136,9 @@ MORV_API int MLIBFileGetKeys(const char *path, const MLIBSZLIST *wanted, MLIBSZH
                              const char *separators) MORV_NOEXCEPT;
 
 /* Sets and removes many keys in one rewrite. The first line of a key in set is replaced, its later lines
- * stay; the first line of a key in remove is dropped; keys of set that no line holds are added at the end, in
- * the hash's own order. An indented comment is a comment here. A missing file is made with mode 0644 and the
- * user and group of the process.
+ * stay; the first line of a key in remove is dropped; keys of set that no line holds are added at the end,
+ * directly after the last byte, in the hash's own order. An indented comment is a comment here. A missing file
+ * is made with mode 0644 and the user and group of the process.
  *
  * set:    the pairs; used up: every pair written is removed from it. An empty key is not written.
  * remove: keys to remove (their values do not matter), used up likewise; or null.

@@ -24,7 +24,8 @@ static int append_key(const char *path, std::string_view key, std::string_view v
     if (code == ERR_OPEN_FAILED && errno == ENOENT) {
         FileEdit fresh;
         if (int failed = fresh.open(path, FileEdit::kMayCreate, ERR_OPEN_FAILED)) return failed;
-        return fresh.commit(line);
+        // Somebody else may have made it meanwhile.
+        return fresh.exists() ? append_key(path, key, value, format) : fresh.commit(line);
     }
     if (code != 0) return code == ERR_READ_FAILED ? ERR_OPEN_FAILED : code;
     if (!find_key_line(file.text(), key).empty()) return ERR_KEY_EXISTS;

@@ -40,7 +40,11 @@ Attempt take(uint32_t bits, int32_t mode, uint32_t &taken) noexcept {
         }
         entry.fd = open_lock_file(entry);
         if (entry.fd < 0) continue;
-        if (flock(entry.fd, mode) != 0) {
+        int locked;
+        do {
+            locked = flock(entry.fd, mode);
+        } while (locked != 0 && errno == EINTR);
+        if (locked != 0) {
             const int saved = errno;
             close_lock(entry);
             errno = saved;
@@ -57,7 +61,7 @@ bool any_lock_file_missing(uint32_t bits) noexcept {
     for (const LockEntry &entry : lock_table()) {
         struct stat st;
         if ((bits & entry.bit) && entry.fd < 0 &&
-            (stat(SysPath(entry.path).c_str(), &st) != 0 || !S_ISREG(st.st_mode))) {
+            (lstat(SysPath(entry.path).c_str(), &st) != 0 || !S_ISREG(st.st_mode))) {
             return true;
         }
     }

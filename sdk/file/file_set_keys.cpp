@@ -74,7 +74,9 @@ int set_keys(std::string_view text, KeysToDo &set, KeysToDo &remove, const char 
             continue;
         }
         key = trim(shown.substr(0, shown.find('=')));
-        if (remove.take(key.c_str())) {
+        if (key.empty()) {
+            out.append(line);
+        } else if (remove.take(key.c_str())) {
             ++changed;
         } else if (const MLIBSZHASHBUCKET *pair = set.take(key.c_str())) {
             if (int code = append_pair(out, format, key, pair->pszValue)) return code;

@@ -4,6 +4,7 @@
 
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
+#include "core/file/file_text.h"
 #include "core/file/replacement_file.h"
 #include "core/text/hash_text.h"
 
@@ -13,9 +14,10 @@ using namespace morv;
 static int set_pair(const char *path, const MLIBSZHASH *hash, const char *format) {
     std::string content;
     if (int code = append_hash(content, nullptr, hash, format)) return code;
-    UniqueFd fd(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    UniqueFd fd(open(path, O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666));
     if (!fd) return ERR_OPEN_FAILED;
-    const bool written = write_all(fd.get(), content);
+    if (int code = check_regular(fd.get())) return code;
+    const bool written = ftruncate(fd.get(), 0) == 0 && write_all(fd.get(), content);
     const bool synced = fsync(fd.get()) == 0;
     return close(fd.release()) == 0 && written && synced ? 0 : ERR_WRITE_FAILED;
 }

@@ -53,7 +53,13 @@ TEST_F(LockTest, WithoutAFolderSaysSo) {
     root.write("tmp/lock", "in the way");
     EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, ErrMLIBFileLock(kInfoRead, 0)));
     unlink(root.path("tmp/lock").c_str());
+    ASSERT_EQ(symlink(".", root.path("tmp/lock").c_str()), 0);
+    EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, ErrMLIBFileLock(kInfoRead, 0))) << "nor does it follow a link";
+    unlink(root.path("tmp/lock").c_str());
     mkdir(root.path("tmp/lock").c_str(), 0755);
+    ASSERT_EQ(symlink("../x", root.path("tmp/lock/lock_gr").c_str()), 0);
+    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBFileLock(MORV_LOCK_GR | MORV_LOCK_READ, 60)));
+    unlink(root.path("tmp/lock/lock_pw").c_str());
     mkdir(root.path("tmp/lock/lock_pw").c_str(), 0755);
     EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBILockCheckDir()));
     EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_READ, 0)));

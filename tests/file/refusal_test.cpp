@@ -108,6 +108,7 @@ TEST_F(Refusal, LeavesPipesAndDevicesAlone) {
         EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, MLIBFileSetKeyValue(path, "k", "v", nullptr)));
         EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, MLIBFileAppendKey(path, "k", "v", nullptr)));
         EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, MLIBFileAddLine(path, nullptr, "x", MORV_LINE_AFTER)));
+        EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBFileSetPair(path, hash.get(), nullptr)));
     }
     EXPECT_TRUE(S_ISCHR(stat_of("/dev/null").st_mode));
     EXPECT_TRUE(S_ISFIFO(stat_of(fifo).st_mode));

@@ -51,9 +51,11 @@ inline Items items(const MLIBSZLIST *list) {
     return all;
 }
 
+// Less than, equal to or greater than 0; -2 alone: one of them is not UTF-8.
 inline int compare(int mode, const std::string &a, const std::string &b) {
-    return mode == SZLIST_MODE_CASESORT ? MLIBUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str())
-                                        : strcmp(a.c_str(), b.c_str());
+    if (mode == SZLIST_MODE_CASESORT) return MLIBUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str());
+    const int order = strcmp(a.c_str(), b.c_str());
+    return (order > 0) - (order < 0);
 }
 
 // The search of a sorted list among the items low..high: an equal one, or the complement of its place.

@@ -69,6 +69,13 @@ test_conf_reads_values() {
     expect_output "two words" morvctl conf get /etc/f b
     expect_output "" morvctl conf get /etc/f empty
     expect_failure 1 'morvctl: cannot find the key c in /etc/f (ERR_KEY_NOT_FOUND)' morvctl conf get /etc/f c
+    local value
+    for value in '' ' x ' '"y"' $'w\r'; do
+        expect_code 0 morvctl conf set /etc/v "k=$value" l=m
+        expect_output "$value" morvctl conf get /etc/v k
+        expect_code 0 morvctl section set /etc/v s "k=$value"
+        expect_output "$value" morvctl section get /etc/v s k
+    done
     expect_output none morvctl conf get /etc/f c --default none
     expect_output $'a = 1\nb = two words' morvctl conf get /etc/f a b
     expect_output $'a     = 9\nb     = two words\nempty = ' morvctl conf get /etc/f

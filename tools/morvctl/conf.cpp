@@ -93,9 +93,9 @@ void end_last_line(const Target &target, const Pairs &pairs) {
     }
 }
 
-// A line that ends at its "=" reads as if the key were missing.
+// The quotes keep what would be trimmed; and a line that ends at its "=" reads as if the key were missing.
 const char *format_for(const std::string &value, bool quote) {
-    return quote || value.empty() ? kQuotedFormat : kPlainFormat;
+    return quote || value.empty() || trim(value) != value ? kQuotedFormat : kPlainFormat;
 }
 
 // Sets the pairs: one as MLIBFileSetKeyValue does, more in a rewrite for all. That one leaves further lines of
@@ -111,7 +111,7 @@ int set_pairs(const Target &target, const Pairs &pairs, bool quote) {
     Hash hash;
     bool several = false;
     for (const auto &[key, value] : pairs) {
-        if (pairs.size() == 1 || value.empty()) {
+        if (pairs.size() == 1 || format_for(value, quote) != format_for("x", quote)) {
             set_one(key, value);
         } else {
             hash.set(key, value);

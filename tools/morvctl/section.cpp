@@ -87,7 +87,8 @@ struct Style {
     std::string sign = "=";
 
     std::string line(const std::string &key, const std::string &value, bool quote) const {
-        return indent + key + sign + (quote ? "\"" + value + "\"" : value);
+        // The quotes keep what would be trimmed.
+        return indent + key + sign + (quote || trim(value) != value ? "\"" + value + "\"" : value);
     }
 };
 

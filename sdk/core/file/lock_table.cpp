@@ -12,7 +12,8 @@
 
 namespace morv {
 
-static constexpr char kLockFolder[] = "/tmp/lock/";
+// Without the slash at its end, which would make lstat follow a link.
+static constexpr char kLockFolder[] = "/tmp/lock";
 
 static LockEntry rgslckList[] = {
     {-1, "/tmp/lock/lock_morvinfo", MORV_LOCK_MORVINFO, 0, 0},

@@ -78,6 +78,10 @@ bool sync_folder(const char *path) noexcept {
 }  // namespace
 
 bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept {
+    if (!*path) {
+        errno = ENOENT;
+        return false;
+    }
     if (strlen(path) >= sizeof target) {
         errno = ENAMETOOLONG;
         return false;
