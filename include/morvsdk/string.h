@@ -35,7 +35,7 @@ MORV_API int MLIBStrEncodeColon(const char *src, char *dst, int size) MORV_NOEXC
 /* Reverses MLIBStrEncodeColon. A ";" that opens neither ";," nor ";;" ends the text: it and what follows are
  * dropped.
  *
- * dst:  not src.
+ * dst:  not src, and not overlapping it.
  * size: the most bytes that src may have, without its terminator: dst holds size + 1.
  *
  * Returns the length of the result, or -1 with ERR_BAD_PARAMETERS or ERR_NOT_ENOUGH_MEMORY. */
@@ -107,7 +107,7 @@ MORV_API int MLIBStrDelete(char *string, const char *find, char *dst, int size) 
 /* Decodes pairs of hexadecimal digits, 0-9 and upper-case A-F; an "x" before a pair is skipped. Decoding ends
  * at anything else, or at a lone last digit.
  *
- * dst:  not hex. It holds at most half the length of hex, and the terminator.
+ * dst:  not hex, and not overlapping it. It holds at most half the length of hex, and the terminator.
  * size: the most bytes that hex may have, without its terminator.
  *
  * Returns the number of bytes decoded (zero bytes among them count), or -1 with ERR_BAD_PARAMETERS or

@@ -17,7 +17,7 @@ extern "C" int MORVBDbSet(MORVBDB *db, const void *key, int keyLength, const voi
         return -1;
     }
     if (db->pDb->put(db->pDb, &name, &data, 0) != RET_SUCCESS) {
-        const int error = errno;
+        const int error = morv::change_error(errno, db->pDb->fd(db->pDb));
         MORV_LOG(LOG_ERR, "errno=%d/%s, db->put failed.", error, strerror(error));
         return MORV_FAIL(morv::write_error(error, ERR_STORE_WRITE_FAILED), -1);
     }

@@ -82,7 +82,7 @@ TEST(ListImage, IsRefusedWhenItsFieldsDoNotFitTogether) {
         {"an item far beyond the block", with(good, 24, 0xFFFFFFFF)},
         {"an item in the header", with(good, 24, 0)},
         {"one text as several items", with(with(twice, 24, field(twice, 16)), 28, field(twice, 16))},
-        {"an unknown mode", with(good, 12, 2)},
+        {"an unknown mode", with(good, 12, 0xFFFFFFFF)},
         {"no zero at the end", open_end},
         {"cut off", Image(good.begin(), good.end() - 1)},
         {"a part of the header", Image(good.begin(), good.begin() + 24)},
