@@ -31,11 +31,11 @@
  *     }
  *     if (MLIBErrGet() != ERR_STORE_END) ... the walk failed
  *
- * Files. Changes reach the file when the store is closed, or before that when they are many, without a promise
- * for a crash in the middle: a store is a mirror that can be built anew. After a change or a close that failed
- * the file may be refused at the next opening, the records in it before included. On a full file system a change
- * may take seconds before it fails. Nothing is locked; callers keep writers apart. Nothing is
- * printed.
+ * Files. Changes reach the file when the store is closed, or before that when they are many, without a
+ * promise for a crash in the middle: a store is a mirror that can be built anew. After a change or a
+ * close that failed the file may be refused at the next opening, the records in it before included. On a
+ * full file system a change may take seconds before it fails. Nothing is locked; callers keep writers
+ * apart. Nothing is printed.
  *
  * Store files lie where everybody can write, so a file is looked through page by page when it is opened, and
  * one that is no sound store is refused with ERR_STORE_INVALID. A file that this process has found sound is
@@ -80,15 +80,15 @@ enum {
 
 /* Opens the store at path.
  *
- * flags:      as for open(2): O_RDONLY or O_RDWR (O_WRONLY counts as that); with O_CREAT to create a file that
- *             does not exist, O_EXCL to insist on that, O_TRUNC to empty a store that does exist
+ * flags:      as for open(2): O_RDONLY or O_RDWR (O_WRONLY counts as that); with O_CREAT to create a file
+ *             that does not exist, O_EXCL to insist on that, O_TRUNC to empty a store that does exist
  * duplicates: 1 when a key may have several records: an existing file must have been made so. With 0 an
  *             existing file keeps its own setting.
  *
- * A file that exists is never replaced, whatever it holds; O_TRUNC empties only a sound store or an empty file,
- * and none through a symbolic link. A new file gets mode 0666 less the umask; for root, an opened file is given
- * mode 0666 whole. Opening never blocks on a FIFO, and creates nothing through a symbolic link. The descriptor
- * is closed on exec.
+ * A file that exists is never replaced, whatever it holds; O_TRUNC empties only a sound store or an empty
+ * file, and none through a symbolic link. A new file gets mode 0666 less the umask; for root, an opened
+ * file is given mode 0666 whole. Opening never blocks on a FIFO, and creates nothing through a symbolic
+ * link. The descriptor is closed on exec.
  *
  * Returns a handle for MORVBDbClose, or null with
  *   ERR_BAD_PARAMETERS    path is null or empty
@@ -162,8 +162,8 @@ MORV_API int MORVBDbCursorGet(MORVBDB *db, int skipReserved, void **ppKey, int *
 MORV_API void MORVBDbFree(void *buffer) MORV_NOEXCEPT;
 
 /* Copies out the sync time: the modification time, in seconds since the epoch, of the system file that the
- * records were built from. *ppBuffer (null, or a block from malloc) becomes a block of the record's 4 bytes, an
- * int32_t in native byte order.
+ * records were built from. *ppBuffer (null, or a block from malloc) becomes a block of the record's 4
+ * bytes, an int32_t in native byte order.
  *
  * Returns 0, or -1 as MORVBDbGet; ERR_STORE_READ_FAILED also when the record does not hold 4 bytes. */
 MORV_API int MORVBDbConfSyncTimeGet(MORVBDB *db, void **ppBuffer) MORV_NOEXCEPT;

@@ -30,17 +30,17 @@
  *             After a power loss the old or the new file is there, whole. That it is the new one is promised
  *             only with MORVFileDurabilitySet(MORV_DURABLE).
  *   Text      A key, a value or a section name that holds a line feed is refused by the writers
- *             (ERR_BAD_PARAMETERS): it would become lines of its own. So is an empty key, which any blank line
- *             holds (MLIBFileSetKeys passes over it). A line of a file counts for matching
- *             up to its first NUL byte, and is copied with all of its bytes; MLIBFileReplaceSubStr alone
- *             looks behind the NUL, too.
+ *             (ERR_BAD_PARAMETERS): it would become lines of its own. So is an empty key, which any blank
+ *             line holds (MLIBFileSetKeys passes over it). A line of a file counts for matching up to its
+ *             first NUL byte, and is copied with all of its bytes; MLIBFileReplaceSubStr alone looks
+ *             behind the NUL, too.
  *   Formats   Writers of pairs take a print format for key and value, "%s=%s\n" when null. It may hold at
  *             most two conversions, each a "%s" (with width or precision as digits), and "%%"; anything
  *             else is refused with ERR_BAD_PARAMETERS.
- *   Codes     ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, and for files: ERR_OPEN_FAILED (target or temporary
- *             file cannot be opened, or the target is a folder, a device or a pipe), ERR_STAT_FAILED, ERR_READ_FAILED,
- *             ERR_WRITE_FAILED (writing, syncing, owner, mode or closing of the new file),
- *             ERR_RENAME_FAILED. Called "the rewrite's codes" below. */
+ *   Codes     ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, and for files: ERR_OPEN_FAILED (target or
+ *             temporary file cannot be opened, or the target is a folder, a device or a pipe),
+ *             ERR_STAT_FAILED, ERR_READ_FAILED, ERR_WRITE_FAILED (writing, syncing, owner, mode or
+ *             closing of the new file), ERR_RENAME_FAILED. Called "the rewrite's codes" below. */
 #ifndef MORVSDK_FILE_H
 #define MORVSDK_FILE_H
 
@@ -82,8 +82,9 @@ MORV_API int MORVFileDurabilitySet(int durability) MORV_NOEXCEPT;
  * at both ends go, then one pair of double quotes around the whole. Keys compare byte for byte. There is no
  * escape syntax and no limit to the length of a line. */
 
-enum { MORV_KEY_LAST = 0x1 /* the last line that holds the key decides, not the first; a line with nothing
-                               after its "=" ends the search, and what was found before it counts */ };
+/* The last line that holds the key decides, not the first. A line with nothing after its "=" ends the search,
+ * and what was found before it counts. */
+enum { MORV_KEY_LAST = 0x1 };
 
 /* Reads the value of one key.
  *
@@ -115,10 +116,11 @@ MORV_API int MLIBFileSetKeyValue(const char *path, const char *key, const char *
  * ERR_WRITE_FAILED. */
 MORV_API int MLIBFileRemoveKey(const char *path, const char *key) MORV_NOEXCEPT;
 
-/* Adds a key that the file does not hold yet, in place and directly after the last byte, so that it continues a
- * last line without line feed. A missing file is made. After a crash the file may end in a part of the line; a
- * failed write is taken back. Returns 1; 0 with ERR_KEY_EXISTS; -1 with ERR_BAD_PARAMETERS (also when path is
- * a folder), ERR_OPEN_FAILED, ERR_WRITE_FAILED or ERR_OUT_OF_MEMORY. */
+/* Adds a key that the file does not hold yet, in place and directly after the last byte, so that it
+ * continues a last line without line feed. A missing file is made. After a crash the file may end in a
+ * part of the line; a failed write is taken back. Returns 1; 0 with ERR_KEY_EXISTS; -1 with
+ * ERR_BAD_PARAMETERS (also when path is a folder), ERR_OPEN_FAILED, ERR_WRITE_FAILED or
+ * ERR_OUT_OF_MEMORY. */
 MORV_API int MLIBFileAppendKey(const char *path, const char *key, const char *value,
                                const char *format) MORV_NOEXCEPT;
 
@@ -136,9 +138,9 @@ MORV_API int MLIBFileGetKeys(const char *path, const MLIBSZLIST *wanted, MLIBSZH
                              const char *separators) MORV_NOEXCEPT;
 
 /* Sets and removes many keys in one rewrite. The first line of a key in set is replaced, its later lines
- * stay; the first line of a key in remove is dropped; keys of set that no line holds are added at the end,
- * directly after the last byte, in the hash's own order. An indented comment is a comment here. A missing file
- * is made with mode 0644 and the user and group of the process.
+ * stay; the first line of a key in remove is dropped; keys of set that no line holds are added at the
+ * end, directly after the last byte, in the hash's own order. An indented comment is a comment here. A
+ * missing file is made with mode 0644 and the user and group of the process.
  *
  * set:    the pairs; used up: every pair written is removed from it. An empty key is not written.
  * remove: keys to remove (their values do not matter), used up likewise; or null.
@@ -373,7 +375,8 @@ enum {
 /* Takes every lock of the request, or none of it.
  *
  * A lock that the process holds already keeps the mode it was first taken with until its last release: an
- * exclusive lock stays exclusive when it is asked for shared, and a shared one asked for exclusive is refused.
+ * exclusive lock stays exclusive when it is asked for shared, and a shared one asked for exclusive is
+ * refused.
  *
  * request: lock bits and mode.
  * timeout: in seconds; the request is tried every 50 ms until it is over, at least once. Without
@@ -384,9 +387,9 @@ enum {
  * ERR_OPEN_FAILED when the lock folder or a lock file cannot be made. */
 MORV_API int ErrMLIBFileLock(uint32_t request, unsigned int timeout) MORV_NOEXCEPT;
 
-/* Releases once each lock of bits that is held; others are ignored. The low four bits do not matter. In a child
- * made by fork this would give up the parent's locks, too: it calls ErrMLIBFileResetLock(0) first.
- * Returns 0, or -1 with ERR_UNLOCK_FAILED when a release failed; the lock is given up even so. */
+/* Releases once each lock of bits that is held; others are ignored. The low four bits do not matter.
+ * In a child made by fork this would give up the parent's locks, too: it calls ErrMLIBFileResetLock(0)
+ * first. Returns 0, or -1 with ERR_UNLOCK_FAILED when a release failed; the lock is given up even so. */
 MORV_API int ErrMLIBFileUnlock(uint32_t bits) MORV_NOEXCEPT;
 
 /* For a process that has inherited locks (after fork): keeps those of bits, each as if taken once, and closes

@@ -23,8 +23,8 @@ inline int write_error(int error, int otherwise) {
     return error == ENOSPC ? ERR_NOT_ENOUGH_SPACE : read_error(error, otherwise);
 }
 
-// The errno of a failed change of an open store. When pages have to be written out while the file system is full,
-// Berkeley DB tries for some seconds and then answers EIO.
+// The errno of a failed change of an open store. When pages have to be written out while the file system is
+// full, Berkeley DB tries for some seconds and then answers EIO.
 inline int change_error(int error, int file) {
     struct statvfs fs;
     return error == EIO && fstatvfs(file, &fs) == 0 && fs.f_bavail == 0 ? ENOSPC : error;

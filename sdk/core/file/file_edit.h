@@ -22,7 +22,9 @@ class FileEdit {
 
     // Opens and reads the target; with kMayCreate a missing one is empty and exists() answers false. A file
     // that exists but cannot be opened is an error in both cases: making it anew would lose its content.
-    // Answers 0, ERR_OPEN_FAILED (also for what is no regular file), ERR_STAT_FAILED, `read_error` or ERR_OUT_OF_MEMORY.
+    // Answers 0, ERR_OPEN_FAILED (also for what is no regular file), ERR_STAT_FAILED, `read_error` or
+    // ERR_OUT_OF_MEMORY.
+    //
     // access: O_RDWR for callers that promise to fail where the file itself may not be written
     int open(const char *path, Missing missing, int read_error, int access = O_RDONLY) noexcept;
 

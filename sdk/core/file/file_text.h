@@ -35,8 +35,8 @@ class FileText {
     size_t size_ = 0;
 };
 
-// Whether an open file may be changed as a text: 0, ERR_STAT_FAILED, or ERR_OPEN_FAILED for a folder, a device
-// or a pipe.
+// Whether an open file may be changed as a text: 0, ERR_STAT_FAILED, or ERR_OPEN_FAILED for a folder, a
+// device or a pipe.
 int check_regular(int fd) noexcept;
 
 }  // namespace morv
