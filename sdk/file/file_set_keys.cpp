@@ -69,16 +69,11 @@ int set_keys(std::string_view text, KeysToDo &set, KeysToDo &remove, const char 
     std::string key;
     for (const std::string_view line : Lines(text)) {
         const std::string_view shown = trim_blanks(up_to_nul(line));
-        if (shown.empty() || is_comment(shown)) {
-            out.append(line);
-            continue;
-        }
-        key = trim(shown.substr(0, shown.find('=')));
-        if (key.empty()) {
-            out.append(line);
-        } else if (remove.take(key.c_str())) {
+        key = is_comment(shown) ? "" : trim(shown.substr(0, shown.find('=')));
+        const bool is_pair = !key.empty();
+        if (is_pair && remove.take(key.c_str())) {
             ++changed;
-        } else if (const MLIBSZHASHBUCKET *pair = set.take(key.c_str())) {
+        } else if (const MLIBSZHASHBUCKET *pair = is_pair ? set.take(key.c_str()) : nullptr) {
             if (int code = append_pair(out, format, key, pair->pszValue)) return code;
             ++changed;
         } else {
