@@ -118,6 +118,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     file.write(text);
     read_all_ways(file.path(), text, key);
 
+    if (key.empty()) {
+        expect(MLIBFileSetKeyValue(file.path(), "", value.c_str(), nullptr) == -1);
+        expect(MLIBFileRemoveKey(file.path(), "") == -1);
+        expect(file.read() == text);
+        return 0;
+    }
     expect(MLIBFileSetKeyValue(file.path(), key.c_str(), value.c_str(), nullptr) == 1);
     const std::string set = file.read();
     expect(set == with_key(text, key, value));
