@@ -3,7 +3,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <morvsdk/errcodes.h>
-#include <sys/stat.h>
 
 #include "core/file/replacement_file.h"
 
@@ -16,7 +15,7 @@ int FileEdit::open_target(const char *path, Missing missing, int access) noexcep
     return check_regular(fd_.get());
 }
 
-int FileEdit::open(const char *path, Missing missing) noexcept {
+int FileEdit::open_unread(const char *path, Missing missing) noexcept {
     return open_target(path, missing, O_RDONLY);
 }
 

@@ -1,7 +1,7 @@
 // A read-modify-write of a whole file, in two steps:
 //
 //     FileEdit file;
-//     if (int code = file.open(path, FileEdit::kMayCreate)) return code;
+//     if (int code = file.open(path, FileEdit::kMayCreate, ERR_READ_FAILED)) return code;
 //     ...make the new content from file.text()...
 //     return file.commit(content);
 #pragma once
@@ -29,7 +29,7 @@ class FileEdit {
     int open(const char *path, Missing missing, int read_error, int access = O_RDONLY) noexcept;
 
     // The same without reading the target, for callers that know all that it is to hold.
-    int open(const char *path, Missing missing) noexcept;
+    int open_unread(const char *path, Missing missing) noexcept;
 
     bool exists() const noexcept { return bool(fd_); }
     std::string_view text() const noexcept { return text_.view(); }

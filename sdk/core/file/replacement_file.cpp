@@ -156,8 +156,8 @@ int ReplacementFile::create_own(mode_t mode) noexcept {
 int ReplacementFile::create_as_opened() noexcept {
     if (int code = create()) return code;
     // The name is taken; the file is made again, as mkostemp gives each its own mode.
-    exists_ = false;
     if (unlink(temporary_) != 0) return ERR_OPEN_FAILED;
+    exists_ = false;
     fd_.reset(open(temporary_, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     exists_ = bool(fd_);
     return exists_ ? 0 : ERR_OPEN_FAILED;
