@@ -6,9 +6,12 @@
 #include <morvsdk/errcodes.h>
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
+#include <morvsdk/group.h>
 #include <morvsdk/hash.h>
 #include <morvsdk/list.h>
+#include <morvsdk/share.h>
 #include <morvsdk/string.h>
 #include <morvsdk/unicode.h>
+#include <morvsdk/user.h>
 
 #endif
