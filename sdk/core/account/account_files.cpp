@@ -232,6 +232,7 @@ int FileChanges::commit(Record record) noexcept {
         if (const int code = write_record(path.c_str(), text)) return code;
     }
     bool first = true;
+    int unsynced = 0;
     for (auto &f : files_) {
         if (!f || !f->version) continue;
         const int code = f->version->rename_over();
@@ -245,11 +246,12 @@ int FileChanges::commit(Record record) noexcept {
             }
             return code;
         }
-        if (code) return code;
+        // The file is in its place all the same, and the others belong to it.
+        if (code) unsynced = code;
         first = false;
     }
     if (recorded) unlink(path.c_str());
-    return 0;
+    return unsynced;
 }
 
 const struct stat &FileChanges::new_state(AccountFile file) const noexcept {
@@ -303,6 +305,10 @@ int remove_versions(std::span<const AccountFile> files, AccountFile *failed) noe
 
 const char *path_of(AccountFile file) noexcept {
     return entry_of(file).path;
+}
+
+const char *suffix_of(AccountFile file) noexcept {
+    return entry_of(file).suffix;
 }
 
 }  // namespace morv

@@ -97,7 +97,8 @@ int rename_versions(std::span<const AccountFile> files, AccountFile *failed) noe
 // Removes the new versions that exist. Answers 0 or ERR_ACCESS_DENIED, and then the last file it failed on.
 int remove_versions(std::span<const AccountFile> files, AccountFile *failed) noexcept;
 
-// "/etc/passwd"
+// "/etc/passwd", and what its new version has behind that: ".tmp"
 const char *path_of(AccountFile file) noexcept;
+const char *suffix_of(AccountFile file) noexcept;
 
 }  // namespace morv

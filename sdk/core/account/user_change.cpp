@@ -468,7 +468,8 @@ int put_user(Mirror &mirror, const std::string &old_key, const MORVUSER &user) {
     UserLines lines;
     if (!old_key.empty()) {
         if (const int code = read_all_lines(mirror, old_key, &old)) return code;
-    } else {
+    }
+    if (key != old_key) {
         std::string_view there;
         const int code = find_record(mirror.store[kUserName], store_key(key), &there);
         if (code == 0) return ERR_USER_EXISTS;
@@ -500,7 +501,11 @@ int dump_users(Mirror &mirror) {
         Walk walk(mirror.store[slot]);
         while (walk.next()) {
             const std::string_view line = line_of(walk.value);
-            if (!is_domain_name(first_field(line))) edits.put(stored_text(walk.key), line);
+            if (is_domain_name(first_field(line))) {
+                edits.keep(stored_text(walk.key));
+            } else {
+                edits.put(stored_text(walk.key), line);
+            }
         }
         if (walk.code) return walk.code;
         std::string text;

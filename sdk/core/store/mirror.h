@@ -90,8 +90,9 @@ int build_stores(Mirror &mirror) noexcept;
 // Marks all stores as built from files of these states (by source).
 int mark_stores(Mirror &mirror) noexcept;
 
-// Marks a mirror whose stores were changed as its files were, and closes it. The changes are written out before the
-// marks, so that a mirror that looks current has all of them.
+// Mark a mirror whose stores were changed as its files were; the second closes it. The changes are written out before
+// the marks, so that a mirror that looks current has all of them.
+int publish_stores(Mirror &mirror) noexcept;
 int publish_mirror(MirrorPtr mirror) noexcept;
 
 // Makes sure that nobody takes the live mirror for current.
