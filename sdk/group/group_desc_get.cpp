@@ -1,5 +1,4 @@
 #include <morvsdk/file.h>
-#include <string.h>
 
 #include "core/account/group_mirror.h"
 #include "core/account/named_lines.h"
@@ -19,8 +18,7 @@ extern "C" int MORVGroupDescGet(const char *name, char *buffer, int size) noexce
         if (const int failed = read_description(mirror, key, &line)) return failed;
         const std::string_view text = description_of(line);
         if (text.size() >= static_cast<size_t>(size)) return int{ERR_NOT_ENOUGH_MEMORY};
-        memcpy(buffer, text.data(), text.size());
-        buffer[text.size()] = '\0';
+        buffer[text.copy(buffer, text.size())] = '\0';
         length = static_cast<int>(text.size());
         return 0;
     });

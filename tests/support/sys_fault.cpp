@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <stdarg.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -138,7 +139,11 @@ int fsync(int fd) {
 }
 
 int close(int fd) {
-    const bool failing = fails(Sys::kClose);
+    // The record library does not survive a close that fails.
+    Dl_info caller;
+    const bool spared = armed == int(Sys::kClose) && dladdr(__builtin_return_address(0), &caller) &&
+                        strstr(caller.dli_fname, "/libdb");
+    const bool failing = !spared && fails(Sys::kClose);
     const int result = int(syscall(SYS_close, fd));
     if (!failing) return result;
     errno = EIO;
