@@ -165,11 +165,9 @@ class UserChanges {
     }
 
     static int check_limit(int adds) noexcept {
-        int limit;
         int there;
-        if (read_limit("maxaccounts", &limit) != 0) return 0;
         if (const int code = count_users(MORV_USER_LOCAL | MORV_USER_DOMAIN, &there)) return code;
-        return limit - there < adds ? int{ERR_TOO_MANY_USERS} : 0;
+        return exceeds_limit("maxaccounts", there, adds) ? int{ERR_TOO_MANY_USERS} : 0;
     }
 
     int plan(const UserChange &change, Plan &p) {
