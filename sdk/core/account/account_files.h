@@ -87,6 +87,9 @@ class FileChanges {
 // account families must be held exclusively. Answers 0 or an error code.
 int finish_interrupted() noexcept;
 
+// Removes new versions that nobody decided on, of the files under these locks, which must be held exclusively.
+void drop_undecided(uint32_t locks) noexcept;
+
 // Whether there is something to finish that concerns the files under these locks.
 bool is_interrupted(uint32_t locks) noexcept;
 

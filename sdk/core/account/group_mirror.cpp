@@ -117,7 +117,8 @@ int build(Mirror &mirror) noexcept {
 }  // namespace
 
 const MirrorKind group_mirror_kind = {
-    "/tmp/.db.group", "/tmp/.db.group.tmp", "/tmp/lock/mirror_group", kStores, kSources, build};
+    "/tmp/.db.group",    "/tmp/.db.group.tmp", "/tmp/lock/mirror_group", kStores, kSources, build,
+    "MORVGroupDBRebuild"};
 
 int build_domain_groups(Mirror &mirror) noexcept {
     std::unique_ptr<SourceText> source(new (std::nothrow) SourceText);

@@ -152,7 +152,8 @@ const char *or_empty(const char *text) noexcept {
 }  // namespace
 
 const MirrorKind user_mirror_kind = {
-    "/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user", kStores, kSources, build};
+    "/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user", kStores, kSources,
+    build,           "MORVUserDBRebuild"};
 
 int build_local_users(Mirror &mirror) noexcept {
     std::unique_ptr<SourceText> passwd(new (std::nothrow) SourceText);

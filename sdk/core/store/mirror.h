@@ -45,6 +45,7 @@ struct MirrorKind {
     std::span<const MirrorStore> stores;    // in the order in which they are opened and renamed
     std::span<const char *const> sources;   // in the order in which they are compared
     int (*build)(Mirror &mirror) noexcept;  // fills empty stores and the states of the files it read
+    const char *rebuild_name;               // of the function that builds the mirror anew, for log lines
 };
 
 struct Mirror {
