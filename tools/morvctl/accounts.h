@@ -64,6 +64,9 @@ uint32_t parse_number(const std::string &what, const std::string &text, uint32_t
 enum class Colon { kKept, kDivides };
 void check_field(const std::string &what, const std::string &text, Colon colon);
 
+// Wrong usage when both options are given.
+void exclude(bool one, bool other, const char *options);
+
 // Makes a change under the locks of users, groups and shares. With --dry-run it is made in a private copy of the
 // files, of which the differences are printed: all that `apply` and what it calls do goes on below that. `folders`
 // are looked at, too, as are the folders of all shares and the homes. `apply` answers what the JSON document says

@@ -75,6 +75,7 @@ std::string gid_text(uint32_t gid) {
 }
 
 int list(const Session &session, const Args &args) {
+    exclude(args.domain, args.all, "--domain and --all");
     const int mask = args.all      ? MORV_GROUP_LOCAL | MORV_GROUP_DOMAIN
                      : args.domain ? MORV_GROUP_DOMAIN
                                    : MORV_GROUP_LOCAL;
@@ -82,7 +83,7 @@ int list(const Session &session, const Args &args) {
     std::vector<std::vector<std::string>> rows = {{"NAME", "GID", "MEMBERS", "DESCRIPTION"}};
     for (const std::string &name : group_names(session, mask, args.name.value_or(""))) {
         if (args.names && !session.json) {
-            print_line(escape(name));
+            print_line(printable(name));
             continue;
         }
         const Group group = find_group(session, name);
@@ -121,7 +122,7 @@ int show(const Session &session, const Args &args) {
     if (session.json) {
         print_json({{"group", group_json(shown)}});
     } else {
-        print_pairs({{"name", shown.name},
+        print_table({{"name", shown.name},
                      {"gid", gid_text(shown.gid)},
                      {"description", shown.description},
                      {"members", join_list(shown.members)}});
@@ -245,8 +246,8 @@ void add_group_commands(CLI::App &app, Session &session) {
     {
         auto [command, args] = add_command_for(Kind::kReads, "list", "List the groups", list);
         add_text(command, "PREFIX", args.name, "Only names that begin so, in any letter case");
-        auto *domain = command.add_flag("--domain", args.domain, "Those of the domain");
-        command.add_flag("--all", args.all, "Those of the domain as well")->excludes(domain);
+        command.add_flag("--domain", args.domain, "Those of the domain");
+        command.add_flag("--all", args.all, "Those of the domain as well");
         command.add_flag("--names", args.names, "The names alone, one a line");
     }
     {

@@ -127,7 +127,7 @@ void print_table(std::vector<std::vector<std::string>> rows) {
     for (auto &row : rows) {
         widest.resize(std::max(widest.size(), row.size()));
         for (size_t i = 0; i < row.size(); ++i) {
-            row[i] = escape(row[i]);
+            row[i] = printable(row[i]);
             widest[i] = std::max(widest[i], width(row[i]));
         }
     }

@@ -91,11 +91,13 @@ std::vector<std::string> share_names(const Session &session, const Args &args) {
 }
 
 int list(const Session &session, const Args &args) {
+    exclude(args.prefix && (args.pattern || args.mount), true, "--prefix, --regex and --mount");
+    exclude(args.pattern.has_value(), args.mount.has_value(), "--regex and --mount");
     Json shares = Json::array();
     std::vector<std::vector<std::string>> rows = {{"NAME", "PATH", "ACCESS", "", "COMMENT"}};
     for (const std::string &name : share_names(session, args)) {
         if (args.names && !session.json) {
-            print_line(escape(name));
+            print_line(printable(name));
             continue;
         }
         MORVSHARE *record = nullptr;
@@ -125,7 +127,7 @@ int show(const Session &session, const Args &args) {
     if (session.json) {
         print_json({{"share", share_json(*share)}});
     } else {
-        print_pairs({{"name", share->szName},
+        print_table({{"name", share->szName},
                      {"path", share->szPath},
                      {"comment", share->szComment},
                      {"access", access_name(share->accessType)},
@@ -288,6 +290,7 @@ int add(const Session &session, const Args &args) {
 }
 
 int set(const Session &session, const Args &args) {
+    exclude(args.hidden, args.visible, "--hidden and --visible");
     if (args.access) parse_access(*args.access);
     std::vector<std::string> folders;
     if (args.path) folders.push_back(*args.path);
@@ -429,14 +432,10 @@ void add_share_commands(CLI::App &app, Session &session) {
     };
     {
         auto [command, args] = add_command_for(Kind::kReads, "list", "List the shares", list);
-        auto *prefix =
-            add_text(command, "--prefix", args.prefix, "Only names that begin so, in any letter case")
-                ->type_name("TEXT");
-        auto *regex =
-            add_text(command, "--regex", args.pattern, "Only names that match this")->type_name("PATTERN");
-        auto *mount = add_text(command, "--mount", args.mount, "Only folders below this")->type_name("PATH");
-        regex->excludes(prefix);
-        mount->excludes(prefix)->excludes(regex);
+        add_text(command, "--prefix", args.prefix, "Only names that begin so, in any letter case")
+            ->type_name("TEXT");
+        add_text(command, "--regex", args.pattern, "Only names that match this")->type_name("PATTERN");
+        add_text(command, "--mount", args.mount, "Only folders below this")->type_name("PATH");
         command.add_flag("--names", args.names, "The names alone, one a line");
     }
     {
@@ -459,7 +458,7 @@ void add_share_commands(CLI::App &app, Session &session) {
         add_value_options(command, args);
         add_right_options(command, args);
         add_flag_options(command, args);
-        command.add_flag("--visible", args.visible, "List it to clients")->excludes("--hidden");
+        command.add_flag("--visible", args.visible, "List it to clients");
         command.add_flag("--ftp-all", args.ftp_all, "No restrictions of FTP but those given with this");
     }
     {
@@ -484,9 +483,10 @@ void add_share_commands(CLI::App &app, Session &session) {
     }
     {
         auto [command, args] =
-            add_command_for(Kind::kWrites, "recycle",
+            add_command_for(Kind::kReads, "recycle",
                             "Empty all recycle bins, stop that, or tell whether it is going on", recycle);
         add_text(command, "ACTION", args.action, "clean, stop or status");
+        command.add_flag("--dry-run", session.dry_run, "Name the bins and empty none");
     }
 }
 

@@ -92,13 +92,14 @@ Json user_json(const Session &session, const MORVUSER &user, const Memberships &
 }
 
 int list(const Session &session, const Args &args) {
+    exclude(args.domain, args.all, "--domain and --all");
     const int mask = args.all      ? MORV_USER_LOCAL | MORV_USER_DOMAIN
                      : args.domain ? MORV_USER_DOMAIN
                                    : MORV_USER_LOCAL;
     const auto names = user_names(session, mask, args.name.value_or(""));
     if (args.names && !session.json) {
         for (const std::string &name : names)
-            print_line(escape(name));
+            print_line(printable(name));
         return int(Exit::kDone);
     }
     const Memberships groups(session);
@@ -145,7 +146,7 @@ int show(const Session &session, const Args &args) {
         print_json({{"user", user_json(session, *user, groups)}});
         return int(Exit::kDone);
     }
-    print_pairs({{"name", user->szName},
+    print_table({{"name", user->szName},
                  {"type", user->type == MORV_USER_DOMAIN ? "domain" : "local"},
                  {"uid", std::to_string(user->uid)},
                  {"group", std::to_string(user->gid) + " " + groups.name_of(session, user->gid)},
@@ -199,6 +200,7 @@ int change_user(const Session &session, const std::string &old_name, const std::
 }
 
 int set(const Session &session, const Args &args) {
+    exclude(args.no_password_change, args.password_change, "--no-password-change and --password-change");
     const UserValues values = values_of(args);
     return change_user(session, *args.name, "", values, "change the user " + escape(*args.name));
 }
@@ -260,8 +262,8 @@ void add_user_commands(CLI::App &app, Session &session) {
     {
         auto [command, args] = add_command_for(Kind::kReads, "list", "List the users", list);
         add_text(command, "PREFIX", args.name, "Only names that begin so, in any letter case");
-        auto *domain = command.add_flag("--domain", args.domain, "Those of the domain");
-        command.add_flag("--all", args.all, "Those of the domain as well")->excludes(domain);
+        command.add_flag("--domain", args.domain, "Those of the domain");
+        command.add_flag("--all", args.all, "Those of the domain as well");
         command.add_flag("--names", args.names, "The names alone, one a line");
     }
     {
@@ -282,8 +284,7 @@ void add_user_commands(CLI::App &app, Session &session) {
         auto [command, args] = add_command_for(Kind::kWrites, "set", "Change a user", set);
         add_name(command, args)->required();
         add_value_options(command, args);
-        command.add_flag("--password-change", args.password_change, "The user may change the password")
-            ->excludes("--no-password-change");
+        command.add_flag("--password-change", args.password_change, "The user may change the password");
     }
     {
         auto [command, args] = add_command_for(
