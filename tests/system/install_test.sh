@@ -119,7 +119,7 @@ done
 (cd "$build" && rm -f ./*.deb && cpack -G DEB) >"$scratch/log" 2>&1 || cat "$scratch/log"
 package=$(echo "$build"/libmorvsdk_*.deb)
 expect "the package is made" test -f "$package"
-expect "the package asks for the libraries that the library needs" depends_on "$package" libc6 libstdc++6
+expect "the package asks for the libraries that the library needs" depends_on "$package" libc6 libstdc++6 libnettle8 libcrypt1
 expect "the package is for this architecture" same \
     "$(dpkg-deb -f "$package" Architecture)" "$(dpkg --print-architecture)"
 dpkg-deb -c "$package" >"$scratch/list" || true

@@ -66,15 +66,6 @@ bool copy_attributes(int from, int to) noexcept {
     return true;
 }
 
-bool sync_folder(const char *path) noexcept {
-    char folder[PATH_MAX];
-    const size_t length = folder_length(path);
-    memcpy(folder, path, length);
-    folder[length] = '\0';
-    const UniqueFd fd(open(length > 0 ? folder : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return fd && fsync(fd.get()) == 0;
-}
-
 }  // namespace
 
 bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept {
@@ -103,6 +94,15 @@ bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept {
     return false;
 }
 
+bool sync_folder(const char *path) noexcept {
+    char folder[PATH_MAX];
+    const size_t length = folder_length(path);
+    memcpy(folder, path, length);
+    folder[length] = '\0';
+    const UniqueFd fd(open(length > 0 ? folder : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return fd && fsync(fd.get()) == 0;
+}
+
 bool write_all(int fd, std::string_view content) noexcept {
     while (!content.empty()) {
         const ssize_t done = write(fd, content.data(), content.size());
@@ -122,12 +122,17 @@ ReplacementFile::~ReplacementFile() {
 }
 
 int ReplacementFile::create() noexcept {
-    const int length = snprintf(temporary_, sizeof temporary_, "%s.XXXXXX", target_);
+    const int length = snprintf(temporary_, sizeof temporary_, "%s%s", target_, suffix_ ? suffix_ : ".XXXXXX");
     if (length < 0 || size_t(length) >= sizeof temporary_) {
         errno = ENAMETOOLONG;
         return ERR_OPEN_FAILED;
     }
-    fd_.reset(mkostemp(temporary_, O_CLOEXEC));
+    if (suffix_) {
+        if (unlink(temporary_) != 0 && errno != ENOENT) return ERR_OPEN_FAILED;
+        fd_.reset(open(temporary_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    } else {
+        fd_.reset(mkostemp(temporary_, O_CLOEXEC));
+    }
     exists_ = bool(fd_);
     return exists_ ? 0 : ERR_OPEN_FAILED;
 }
@@ -171,7 +176,15 @@ int ReplacementFile::write(std::string_view content) noexcept {
 }
 
 int ReplacementFile::commit() noexcept {
-    if (fsync(fd_.get()) != 0 || close(fd_.release()) != 0) return ERR_WRITE_FAILED;
+    const int code = complete();
+    return code == 0 ? rename_over() : code;
+}
+
+int ReplacementFile::complete() noexcept {
+    return fsync(fd_.get()) == 0 && close(fd_.release()) == 0 ? 0 : ERR_WRITE_FAILED;
+}
+
+int ReplacementFile::rename_over() noexcept {
     if (rename(temporary_, target_) != 0) return ERR_RENAME_FAILED;
     exists_ = false;
     if (file_durability == MORV_DURABLE && !sync_folder(target_)) return ERR_WRITE_FAILED;

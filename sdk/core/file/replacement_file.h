@@ -10,6 +10,9 @@
 //
 // Without a commit the temporary file is removed and the target is as it was. All functions answer an error
 // code; errno keeps the first cause.
+//
+// Files that take effect together have temporary files of known names, are completed one after the other, and
+// are then put in place by rename_over.
 #pragma once
 
 #include <limits.h>
@@ -31,7 +34,10 @@ bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept;
 
 class ReplacementFile {
   public:
-    explicit ReplacementFile(const char *target) noexcept : target_(target) {}
+    // suffix: what the name of the temporary file has behind the target's, in place of random letters; a file
+    // that has this name is removed first
+    explicit ReplacementFile(const char *target, const char *suffix = nullptr) noexcept
+        : target_(target), suffix_(suffix) {}
     ~ReplacementFile();
     ReplacementFile(const ReplacementFile &) = delete;
     ReplacementFile &operator=(const ReplacementFile &) = delete;
@@ -46,6 +52,14 @@ class ReplacementFile {
     // Syncs and closes the temporary file and renames it over the target.
     int commit() noexcept;
 
+    // The two steps of a commit.
+    int complete() noexcept;
+    int rename_over() noexcept;
+
+    // Leaves the complete temporary file where it is.
+    void keep() noexcept { exists_ = false; }
+    const char *temporary() const noexcept { return temporary_; }
+
   private:
     int create() noexcept;
 
@@ -53,8 +67,12 @@ class ReplacementFile {
     bool exists_ = false;
     mode_t mode_ = 0;
     const char *target_;
+    const char *suffix_;
     char temporary_[PATH_MAX];
 };
+
+// Syncs the folder that holds the file at `path`, so that its name lasts.
+bool sync_folder(const char *path) noexcept;
 
 // Writes all of `content` to `fd`, and answers whether that worked.
 bool write_all(int fd, std::string_view content) noexcept;

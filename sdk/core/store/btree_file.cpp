@@ -98,10 +98,10 @@ int rename_to_free_name(const char *from, const char *to) {
 
 // Makes an empty btree at a path that does not exist. It is made under a random name: Berkeley DB's own
 // intermediate name is the same each time, and a file left over there would block it for minutes.
-int create_file(const char *path, bool duplicates) {
+int create_file(const char *path, bool duplicates, mode_t mode) {
     char name[PATH_MAX];
     if (const int failed = name_beside(path, name, sizeof name)) return failed;
-    int result = create_btree(name, duplicates);
+    int result = create_btree(name, duplicates, int(mode));
     if (result == 0) result = rename_to_free_name(name, path);
     if (result != 0) unlink(name);
     return result;
@@ -123,7 +123,8 @@ int name_beside(const char *path, char *name, unsigned long room) noexcept {
     return length < 0 || static_cast<unsigned long>(length) >= room ? ENAMETOOLONG : 0;
 }
 
-int open_btree(const char *path, int flags, bool duplicates, struct __db **db, mode_t *mode) noexcept {
+int open_btree(const char *path, int flags, bool duplicates, mode_t create_mode, struct __db **db,
+               mode_t *mode) noexcept {
     const int access = flags & O_ACCMODE;
     if ((access != O_RDONLY && access != O_RDWR && access != O_WRONLY) ||
         (access == O_RDONLY && (flags & O_TRUNC))) {
@@ -138,7 +139,7 @@ int open_btree(const char *path, int flags, bool duplicates, struct __db **db, m
         if ((flags & O_TRUNC ? lstat(path, &st) : stat(path, &st)) != 0) {
             if (errno != ENOENT || !(flags & O_CREAT)) return errno;
             if (lstat(path, &st) == 0) return ELOOP;
-            const int failed = create_file(path, duplicates);
+            const int failed = create_file(path, duplicates, create_mode);
             if (failed && failed != EEXIST) return failed;
             if (!failed) flags &= ~(O_CREAT | O_EXCL | O_TRUNC);
             continue;
@@ -152,7 +153,7 @@ int open_btree(const char *path, int flags, bool duplicates, struct __db **db, m
         if (failed == ENOENT) continue;
         if (failed) return failed;
         if (flags & O_TRUNC) {
-            failed = create_btree(path, duplicates);
+            failed = create_btree(path, duplicates, int(create_mode));
             if (failed) return failed;
             flags &= ~O_TRUNC;
             continue;

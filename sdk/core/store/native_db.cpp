@@ -19,12 +19,12 @@ int as_errno(int result) {
 
 }  // namespace
 
-int create_btree(const char *path, bool duplicates) noexcept {
+int create_btree(const char *path, bool duplicates, int mode) noexcept {
     DB *db;
     if (const int failed = db_create(&db, nullptr, 0)) return as_errno(failed);
     db->set_errcall(db, ignore_message);
     int result = duplicates ? db->set_flags(db, DB_DUP) : 0;
-    if (result == 0) result = db->open(db, nullptr, path, nullptr, DB_BTREE, DB_CREATE | DB_TRUNCATE, 0666);
+    if (result == 0) result = db->open(db, nullptr, path, nullptr, DB_BTREE, DB_CREATE | DB_TRUNCATE, mode);
     const int closed = db->close(db, 0);
     return as_errno(result ? result : closed);
 }

@@ -4,9 +4,9 @@
 
 namespace morv {
 
-// Makes an empty btree at `path`, of mode 0666 less the umask, or empties the file that is there. Answers 0
-// or an errno.
-int create_btree(const char *path, bool duplicates) noexcept;
+// Makes an empty btree at `path`, of this mode less the umask, or empties the file that is there. Answers 0 or
+// an errno.
+int create_btree(const char *path, bool duplicates, int mode) noexcept;
 
 // Keeps a handle's messages off the caller's standard error. `internal` is the field of that name of a 1.85
 // handle.

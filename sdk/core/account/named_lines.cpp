@@ -1,0 +1,187 @@
+#include "core/account/named_lines.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "core/text/case.h"
+#include "core/text/lines.h"
+#include "core/text/trim.h"
+
+namespace morv {
+
+namespace {
+
+bool is_ascii(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) > 0; });
+}
+
+size_t count_separators(std::string_view line, size_t enough) noexcept {
+    size_t count = 0;
+    for (size_t at = line.find(':'); at != line.npos && count < enough; at = line.find(':', at + 1))
+        ++count;
+    return count;
+}
+
+void add_line(std::string &out, std::string_view line) {
+    if (!out.empty() && out.back() != '\n') out.push_back('\n');
+    out.append(line).push_back('\n');
+}
+
+// "#$WORD$"
+std::string marker_of(std::string_view word) {
+    return std::string("#$").append(word).append("$");
+}
+
+std::string_view find_marker_line(std::string_view text, std::string_view marker) noexcept {
+    const size_t at = text.find(marker);
+    return at == text.npos ? std::string_view() : line_around(text, at);
+}
+
+}  // namespace
+
+bool upper_name(std::string_view name, std::string &key) {
+    key.assign(name);
+    if (is_ascii(name)) {
+        for (char &c : key) {
+            if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+        }
+        return true;
+    }
+    const std::string source(name);
+    if (source.find('\0') != source.npos) return false;
+    const int64_t length = upper_length(source.c_str());
+    if (length < 0) return false;
+    key.resize(static_cast<size_t>(length));
+    upper_write(source.c_str(), key.data());
+    return true;
+}
+
+bool is_named_line(std::string_view line) noexcept {
+    if (line.empty() || line[0] == '#' || line[0] == '+' || line[0] == '-' || line[0] == ':') return false;
+    return first_field(line).find('\0') == line.npos;
+}
+
+bool is_system_line(std::string_view line) noexcept {
+    return is_named_line(line) && count_separators(line, 3) == 3;
+}
+
+void LineEdits::put(std::string_view key, std::string_view line) {
+    edits_[std::string(key)] = {static_cast<int>(lines_.size()), false};
+    lines_.emplace_back(line);
+}
+
+void LineEdits::rename(std::string_view old_key, std::string_view key, std::string_view line) {
+    drop(key);
+    edits_[std::string(old_key)] = {static_cast<int>(lines_.size()), true};
+    lines_.emplace_back(line);
+}
+
+void LineEdits::drop(std::string_view key) {
+    edits_[std::string(key)] = {-1, true};
+}
+
+void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), std::string &out) const {
+    struct Hit {
+        size_t at;
+        size_t length;
+        Edit edit;
+    };
+    std::vector<Hit> hits;
+    std::vector<size_t> last(lines_.size(), text.npos);  // by line: the hit that it goes to
+    std::string key;
+    for (std::string_view whole : Lines(text)) {
+        const std::string_view line = without_line_feed(whole);
+        if (!is_line(line) || !upper_name(first_field(line), key)) continue;
+        const auto found = edits_.find(key);
+        Edit edit;
+        if (found != edits_.end()) {
+            edit = found->second;
+            if (edit.line >= 0) last[static_cast<size_t>(edit.line)] = hits.size();
+        } else if (others_ == kStay) {
+            continue;
+        } else {
+            edit.all = true;
+        }
+        hits.push_back({static_cast<size_t>(whole.data() - text.data()), whole.size(), edit});
+    }
+
+    size_t done = 0;
+    for (size_t i = 0; i < hits.size(); ++i) {
+        const Hit &hit = hits[i];
+        out.append(text, done, hit.at - done);
+        done = hit.at + hit.length;
+        const bool has_line = hit.edit.line >= 0;
+        if (has_line && last[static_cast<size_t>(hit.edit.line)] == i) {
+            add_line(out, lines_[static_cast<size_t>(hit.edit.line)]);
+        } else if (has_line && !hit.edit.all) {
+            out.append(text, hit.at, hit.length);
+        }
+    }
+    out.append(text, done);
+    for (size_t i = 0; i < lines_.size(); ++i) {
+        if (last[i] == text.npos) add_line(out, lines_[i]);
+    }
+}
+
+bool Items::next() noexcept {
+    while (!rest_.empty()) {
+        const size_t comma = rest_.find(',');
+        item = trim_blanks(rest_.substr(0, comma));
+        rest_ = comma == rest_.npos ? std::string_view() : rest_.substr(comma + 1);
+        if (!item.empty()) return true;
+    }
+    return false;
+}
+
+bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out) {
+    bool found = false;
+    bool first = true;
+    std::string upper;
+    for (size_t from = 0; from <= list.size();) {
+        const size_t comma = std::min(list.find(',', from), list.size());
+        const std::string_view piece = list.substr(from, comma - from);
+        const std::string_view item = trim_blanks(piece);
+        from = comma + 1;
+        const bool is_it = !item.empty() && upper_name(item, upper) && upper == key;
+        found |= is_it;
+        if (is_it && name.empty()) continue;
+        if (!first) out.push_back(',');
+        first = false;
+        if (!is_it) {
+            out.append(piece);
+            continue;
+        }
+        const auto before = static_cast<size_t>(item.data() - piece.data());
+        out.append(piece, 0, before).append(name).append(piece, before + item.size());
+    }
+    return found;
+}
+
+int find_marker(std::string_view text, std::string_view word, int least, int most) noexcept {
+    for (size_t at = text.find(word); at != text.npos; at = text.find(word, at + 1)) {
+        if (at < 2 || text.substr(at - 2, 2) != "#$") continue;
+        const std::string_view rest = text.substr(at + word.size());
+        if (rest.empty() || rest[0] != '$') continue;
+        int number;
+        const auto [end, error] = std::from_chars(rest.data() + 1, rest.data() + rest.size(), number);
+        if (error != std::errc() || end == rest.data() + rest.size() || *end != '$') continue;
+        return number >= least && number <= most ? number : -1;
+    }
+    return -1;
+}
+
+void set_marker(std::string_view text, std::string_view word, int number, std::string &out) {
+    const std::string marker = marker_of(word);
+    const std::string line = marker + std::to_string(number) + "$";
+    const std::string_view old = find_marker_line(text, marker);
+    if (old.empty()) {
+        out.append(text);
+        add_line(out, line);
+        return;
+    }
+    const auto at = static_cast<size_t>(old.data() - text.data());
+    out.append(text, 0, at).append(line).push_back('\n');
+    out.append(text, at + old.size());
+}
+
+}  // namespace morv

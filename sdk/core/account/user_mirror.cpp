@@ -1,0 +1,388 @@
+#include "core/account/user_mirror.h"
+
+#include <errno.h>
+#include <morvsdk/file.h>
+#include <morvsdk/internal/user.h>
+#include <morvsdk/string.h>
+#include <string.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "core/account/account_files.h"
+#include "core/account/named_lines.h"
+#include "core/account/password.h"
+#include "core/base/log.h"
+#include "core/base/no_throw.h"
+#include "core/file/sys_path.h"
+#include "core/store/records.h"
+#include "core/system/command.h"
+#include "core/text/fields.h"
+#include "core/text/lines.h"
+
+namespace morv {
+
+namespace {
+
+constexpr MirrorStore kStores[] = {
+    {".name.0957", false, kUserName, kFromPasswd},     {".misc.0957", false, kUserMisc, kFromMisc},
+    {".shadow.0957", false, kUserShadow, kFromShadow}, {".smb.0957", false, kUserSmb, kFromSmbpasswd},
+    {".uid.0957", true, kUserUid, kFromPasswd},
+};
+
+constexpr const char *kSources[] = {kPasswdPath, kMiscPath, kShadowPath, kSmbpasswdPath};
+
+constexpr int kDomainPrivilege = 3;
+constexpr int kAdminPrivilege = 31;
+constexpr uint32_t kFirstOrdinaryUid = 1024;
+constexpr uint32_t kGuestUid = 1025;
+constexpr size_t kPasswdFields = 7;
+constexpr size_t kShadowFields = 9;
+constexpr size_t kSmbFields = 7;
+
+// Pairs of an id and the name that has it, in the order of the ids.
+struct IdName {
+    IdKey id;
+    std::string name;
+};
+
+int store_ids(MORVBDB *ids, std::vector<IdName> &pairs) {
+    std::stable_sort(pairs.begin(), pairs.end(), [](const IdName &a, const IdName &b) {
+        return a.id.view() < b.id.view();
+    });
+    for (const IdName &pair : pairs) {
+        if (const int code = put_record(ids, pair.id.view(), pair.name)) return code;
+    }
+    return 0;
+}
+
+int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_view)) {
+    std::vector<IdName> ids;
+    const EachLine each = [&](std::string_view key, std::string_view line) {
+        uint32_t uid;
+        if (const int code = parse_id(line, &uid)) return code;
+        ids.push_back({IdKey(uid), std::string(key)});
+        return 0;
+    };
+    if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each)) return code;
+    return store_ids(mirror.store[kUserUid], ids);
+}
+
+int store_named(Mirror &mirror, UserSlot slot, SourceText &source, const char *path) {
+    return store_lines(mirror.store[slot], source.text, is_named_line, path, "user", nullptr);
+}
+
+bool is_domain_line(std::string_view line) noexcept {
+    return is_system_line(line) && is_domain_name(first_field(line));
+}
+
+constexpr char kDomainTool[] = "/usr/bin/getent";
+
+int build(Mirror &mirror) noexcept {
+    int code = build_local_users(mirror);
+    if (code) {
+        MORV_LOG(LOG_ERR, "UserDBPasswdBuild() failed! morverr=0x%04X", unsigned(code));
+        return code;
+    }
+    std::unique_ptr<SourceText> misc(new (std::nothrow) SourceText);
+    std::unique_ptr<SourceText> other(new (std::nothrow) SourceText);
+    if (!misc || !other) return ERR_OUT_OF_MEMORY;
+    if ((code = misc->load(kMiscPath))) return code;
+    if ((code = store_current_id(mirror.store[kUserUid], uid_range, misc->text.view()))) return code;
+    if (const int failed = build_domain_users(mirror)) {
+        MORV_LOG(LOG_ERR, "UserDBDomainBuild() failed! morverr=0x%04X", unsigned(failed));
+        report_domain_failure();
+    }
+    return no_throw([&] {
+        if (const int failed = other->load(kShadowPath)) return failed;
+        mirror.source[kFromShadow] = state_of(other->st);
+        if (const int failed = store_named(mirror, kUserShadow, *other, kShadowPath)) return failed;
+        mirror.source[kFromMisc] = state_of(misc->st);
+        if (const int failed = store_named(mirror, kUserMisc, *misc, kMiscPath)) return failed;
+        other.reset(new SourceText);
+        if (const int failed = other->load(kSmbpasswdPath)) return failed;
+        mirror.source[kFromSmbpasswd] = state_of(other->st);
+        return store_named(mirror, kUserSmb, *other, kSmbpasswdPath);
+    });
+}
+
+int read_line(MORVBDB *db, const std::string &key, std::string &line) {
+    std::string_view value;
+    const int code = find_record(db, store_key(key), &value);
+    if (code == 0) line.assign(stored_text(value));
+    return code == ERR_KEY_NOT_FOUND ? 0 : code;
+}
+
+int put_line(MORVBDB *db, const std::string &key, const std::string &line) noexcept {
+    return put_record(db, store_key(key), store_key(line));
+}
+
+bool is_name(std::string_view name, const char *other) noexcept {
+    std::string key;
+    return no_throw([&] { return upper_name(name, key) && key == other ? 0 : 1; }) == 0;
+}
+
+// The numbers of shadow lines: an empty field is -1.
+int32_t shadow_number(std::string_view field) noexcept {
+    return field.empty() ? -1 : static_cast<int32_t>(leading_number(field));
+}
+
+std::string with_id(uint32_t id) {
+    return std::to_string(static_cast<int32_t>(id));
+}
+
+void append_hex(std::string &out, const uint8_t (&hash)[16]) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    for (const uint8_t byte : hash)
+        out.append({kDigits[byte >> 4], kDigits[byte & 15]});
+}
+
+int encode_description(const char *text, std::string &out) {
+    if (!text || !*text) return 0;
+    std::string encoded(2 * strlen(text) + 1, '\0');
+    if (MLIBStrEncodeColon(text, encoded.data(), static_cast<int>(encoded.size())) < 0) return ERR_BAD_PARAMETERS;
+    out.assign(encoded.c_str());
+    return 0;
+}
+
+// Read once per process.
+bool has_guest_support() noexcept {
+    static int known = -1;
+    if (known < 0) {
+        char value[16];
+        const int found = MLIBFileGetKeyValue(SysPath("/etc.defaults/morvinfo.conf").c_str(), "guestsupport", value,
+                                              sizeof value, 0);
+        known = found > 0 && strcmp(value, "no") == 0 ? 0 : 1;
+    }
+    return known == 1;
+}
+
+const char *or_empty(const char *text) noexcept {
+    return text ? text : "";
+}
+
+}  // namespace
+
+const MirrorKind user_mirror_kind = {"/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user",
+                                     kStores,         kSources,            build};
+
+int build_local_users(Mirror &mirror) noexcept {
+    std::unique_ptr<SourceText> passwd(new (std::nothrow) SourceText);
+    if (!passwd) return ERR_OUT_OF_MEMORY;
+    if (const int code = passwd->load(kPasswdPath)) return code;
+    mirror.source[kFromPasswd] = state_of(passwd->st);
+    return no_throw([&] { return store_passwd(mirror, passwd->text, is_system_line); });
+}
+
+int build_domain_users(Mirror &mirror) noexcept {
+    return no_throw([&] {
+        std::string output;
+        if (access(SysPath(kDomainTool).c_str(), X_OK) != 0) return int{ERR_SYS_UNKNOWN};
+        if (const int code = capture_tool(output, "/usr/bin/getent -s winbind passwd", {})) return code;
+        std::vector<IdName> ids;
+        // The tool's text is this function's own: its lines are stored where they stand.
+        std::string key;
+        for (std::string_view whole : Lines(output)) {
+            const std::string_view line = without_line_feed(whole);
+            uint32_t uid;
+            if (!is_domain_line(line) || parse_id(line, &uid) != 0 || !upper_name(first_field(line), key)) continue;
+            if (const int code = put_line(mirror.store[kUserName], key, std::string(line))) return code;
+            key.push_back('\0');
+            ids.push_back({IdKey(uid), key});
+        }
+        if (const int code = store_ids(mirror.store[kUserUid], ids)) return code;
+        return MORVBDbDomainExpireTimeSet(mirror.store[kUserName]) == 0 ? 0 : MLIBErrGet();
+    });
+}
+
+int read_user_lines(Mirror &mirror, std::string_view key, UserLines *lines) {
+    const std::string upper(key);
+    if (const int code = need_store(mirror, kUserName)) return code;
+    if (const int code = read_line(mirror.store[kUserName], upper, lines->passwd)) return code;
+    if (lines->passwd.empty()) return ERR_NO_SUCH_USER;
+    if (is_domain_name(first_field(lines->passwd))) return 0;
+    const struct {
+        UserSlot slot;
+        std::string *line;
+    } further[] = {{kUserShadow, &lines->shadow}, {kUserMisc, &lines->misc}};
+    for (const auto &[slot, line] : further) {
+        if (const int code = need_store(mirror, slot)) return code;
+        if (const int code = read_line(mirror.store[slot], upper, *line)) return code;
+    }
+    return 0;
+}
+
+int make_user(const UserLines &lines, MORVUSER **user) noexcept {
+    return no_throw([&]() -> int {
+        std::string_view passwd[kPasswdFields];
+        if (split_fields(lines.passwd, ':', passwd) != kPasswdFields) return ERR_FORMAT_ERROR;
+        const std::string name(passwd[0]);
+        const auto uid = static_cast<uint32_t>(leading_number(passwd[2]));
+        const auto gid = static_cast<uint32_t>(leading_number(passwd[3]));
+        std::string comment(passwd[4]);
+        std::string description(comment.size() + 1, '\0');
+        if (MLIBStrDecodeColon(comment.c_str(), description.data(), static_cast<int>(description.size())) < 0)
+            return ERR_FORMAT_ERROR;
+        const std::string home(passwd[5]);
+        const std::string shell(passwd[6]);
+        if (is_domain_name(name)) {
+            if (MORVUserAlloc(user, name.c_str(), nullptr, uid, gid, description.c_str(), home.c_str(), shell.c_str(),
+                              MORV_USER_NEVER_EXPIRES, 0, nullptr, kDomainPrivilege) != 0) {
+                return MLIBErrGet();
+            }
+            (*user)->szPassword = nullptr;
+            return 0;
+        }
+
+        // An account without a shadow line has no password that anybody could give.
+        std::string hash = "*";
+        int32_t expire = MORV_USER_NEVER_EXPIRES;
+        int32_t fixed_password = 0;
+        if (!lines.shadow.empty()) {
+            std::string_view shadow[kShadowFields];
+            if (split_fields(lines.shadow, ':', shadow) != kShadowFields) return ERR_FORMAT_ERROR;
+            hash.assign(shadow[1]);
+            expire = shadow_number(shadow[7]);
+            fixed_password = shadow_number(shadow[3]) < shadow_number(shadow[4]) ? 0 : 1;
+        }
+        int32_t privilege = 0;
+        std::string extra;
+        if (!lines.misc.empty()) {
+            std::string_view misc[4];
+            const size_t count = split_fields(lines.misc, ':', misc);
+            if (count < 2) return ERR_FORMAT_ERROR;
+            privilege = static_cast<int32_t>(leading_number(misc[1]));
+            if (count > 2) extra.assign(misc[2]);
+        }
+        if (is_name(name, "ADMIN")) privilege = kAdminPrivilege;
+        return MORVUserAlloc(user, name.c_str(), hash.c_str(), uid, gid, description.c_str(), home.c_str(),
+                             shell.c_str(), expire, fixed_password, extra.c_str(), privilege) == 0
+                   ? 0
+                   : MLIBErrGet();
+    });
+}
+
+int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines) {
+    const std::string name = user.szName;
+    const char *const password = or_empty(user.szPassword);
+    std::string description;
+    if (const int code = encode_description(user.szDescription, description)) return code;
+    const std::string home =
+        *or_empty(user.szHome) ? std::string(user.szHome) : "/var/services/homes/" + name;
+    const std::string shell = *or_empty(user.szShell) ? user.szShell : "/bin/csh";
+
+    std::string_view smb[kSmbFields];
+    const bool had_smb = old && !old->smb.empty();
+    const bool smb_sound = had_smb && split_fields(old->smb, ':', smb) == kSmbFields;
+    std::string_view shadow[kShadowFields];
+    std::string old_hash = old ? "*" : "";
+    if (old && !old->shadow.empty()) {
+        if (split_fields(old->shadow, ':', shadow) != kShadowFields) return ERR_FORMAT_ERROR;
+        old_hash.assign(shadow[1]);
+    }
+    const bool new_password = !old || old_hash != password;
+    if (had_smb && !smb_sound && !new_password) return ERR_FORMAT_ERROR;
+
+    lines->passwd = name + ":x:" + with_id(user.uid) + ":" + with_id(user.gid) + ":" + description + ":" + home + ":" +
+                    shell;
+    lines->misc = name + ":" + std::to_string(user.privilege) + ":" + or_empty(user.szExtra);
+
+    std::string hash = old_hash;
+    if (new_password) {
+        PasswordHash made;
+        if (const int code = hash_password(password, old ? old_hash.c_str() : nullptr, &made)) return code;
+        hash = made.text;
+    }
+    constexpr long long kSecondsOfDay = 86400;
+    constexpr const char *kNever = "100000";  // more days than the password is valid for
+    const long long now = time(nullptr);
+    lines->shadow = name + ":" + hash + ":" + std::to_string(now / kSecondsOfDay) + ":" +
+                    (user.noPasswordChange == 1 ? kNever : "0") + ":99999:7::";
+    lines->shadow += user.expireDay < 0 ? ":" : std::to_string(user.expireDay) + ":";
+
+    lines->smb.clear();
+    if (!new_password && !had_smb) return 0;  // nothing to make the hashes of
+    lines->smb = name + ":" + with_id(user.uid) + ":";
+    if (new_password) {
+        uint8_t lm[16];
+        uint8_t nt[16];
+        if (MLIBSmbLmHash(password, lm) != 0 || MLIBSmbMd4Hash(password, nt) != 0) return MLIBErrGet();
+        append_hex(lines->smb, lm);
+        lines->smb += ":";
+        append_hex(lines->smb, nt);
+    } else {
+        lines->smb.append(smb[2]).append(":").append(smb[3]);
+    }
+    char changed[16];
+    snprintf(changed, sizeof changed, "%08X", static_cast<unsigned>(now));
+    lines->smb.append(":[U          ]:LCT-").append(changed).append(":");
+    return 0;
+}
+
+int store_user(Mirror &mirror, const std::string &key, uint32_t uid, const UserLines &lines) noexcept {
+    const struct {
+        UserSlot slot;
+        const std::string &line;
+        const char *what;
+    } puts[] = {{kUserName, lines.passwd, "name"},
+                {kUserMisc, lines.misc, "misc"},
+                {kUserShadow, lines.shadow, "shadow"},
+                {kUserSmb, lines.smb, "smb"}};
+    int code = 0;
+    for (const auto &[slot, line, what] : puts) {
+        if (line.empty()) continue;
+        code = put_line(mirror.store[slot], key, line);
+        if (code) {
+            MORV_LOG(LOG_ERR, "writing the %s store failed, morverr=0x%04X", what, unsigned(code));
+            return code;
+        }
+    }
+    const IdKey id(uid);
+    code = find_pair(mirror.store[kUserUid], id.view(), store_key(key));
+    if (code == ERR_KEY_NOT_FOUND) code = put_record(mirror.store[kUserUid], id.view(), store_key(key));
+    if (code) MORV_LOG(LOG_ERR, "writing the %s store failed, morverr=0x%04X", "uid", unsigned(code));
+    return code;
+}
+
+int erase_user(Mirror &mirror, const std::string &key) noexcept {
+    std::string_view value;
+    int code = find_record(mirror.store[kUserName], store_key(key), &value);
+    if (code) return code == ERR_KEY_NOT_FOUND ? int{ERR_NO_SUCH_USER} : code;
+    uint32_t uid = 0;
+    const bool has_uid = parse_id(line_of(value), &uid) == 0;
+    for (const UserSlot slot : {kUserName, kUserMisc, kUserShadow, kUserSmb}) {
+        if ((code = erase_record(mirror.store[slot], store_key(key)))) return code;
+    }
+    code = has_uid ? erase_pair(mirror.store[kUserUid], IdKey(uid).view(), store_key(key)) : int{ERR_KEY_NOT_FOUND};
+    return code == ERR_KEY_NOT_FOUND ? int{ERR_ID_NOT_FOUND} : code;
+}
+
+int find_uid(Mirror &mirror, uint32_t uid, std::string &key) {
+    if (const int code = need_store(mirror, kUserUid)) return code;
+    const IdKey id(uid);
+    for (Walk walk(mirror.store[kUserUid], id.view()); walk.next();) {
+        // Ids of more than six digits share keys.
+        std::string name(stored_text(walk.value));
+        std::string_view line;
+        uint32_t found;
+        if (find_record(mirror.store[kUserName], store_key(name), &line) == 0 && parse_id(line_of(line), &found) == 0 &&
+            found == uid) {
+            key = std::move(name);
+            return 0;
+        }
+    }
+    return ERR_NO_SUCH_USER;
+}
+
+bool is_listed_user(std::string_view line, int mask) noexcept {
+    std::string_view fields[4];
+    if (split_fields(line, ':', fields) < 3) return false;
+    const auto uid = static_cast<uint32_t>(leading_number(fields[2]));
+    if (is_domain_name(fields[0])) return (mask & MORV_USER_DOMAIN) != 0 && uid != 0;
+    if (!(mask & MORV_USER_LOCAL) || uid < kFirstOrdinaryUid) return false;
+    return uid != kGuestUid || has_guest_support();
+}
+
+}  // namespace morv

@@ -1,0 +1,14 @@
+#include <morvsdk/user.h>
+
+#include <memory>
+
+#include "core/base/fail.h"
+#include "core/base/guard.h"
+#include "core/text/case.h"
+
+extern "C" int MORVUserPrivilegeGet(const char *name) noexcept {
+    MORVUSER *user = nullptr;
+    if (MORVUserGet(name, &user) != 0) return MORV_FAIL(MLIBErrGet(), -1);
+    const std::unique_ptr<MORVUSER, morv::Releaser<MORVUserFree>> guard(user);
+    return morv::case_equal(user->szName, "guest") ? 0 : user->privilege;
+}
