@@ -1,5 +1,5 @@
-// Where the fields of a packed share record are. Offsets of texts count from the record, which begins behind the
-// leading zero; the layout is that of a machine with pointers of 4 bytes, on every machine.
+// Where the fields of a packed share record are. Offsets of texts count from the record, which begins
+// behind the leading zero; the layout is that of a machine with pointers of 4 bytes, on every machine.
 #pragma once
 
 #include <stddef.h>

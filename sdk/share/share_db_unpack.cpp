@@ -10,8 +10,8 @@
 
 using namespace morv;
 
-// Finds the texts of a packed value. Only the one form that packing makes is taken: sizes that agree, a name, texts
-// one behind the other up to the last byte. Answers whether the value has it.
+// Finds the texts of a packed value. Only the one form that packing makes is taken: sizes that agree, a
+// name, texts one behind the other up to the last byte. Answers whether the value has it.
 static bool find_texts(const char *packed, size_t size, const char *(&texts)[packed_text_count]) noexcept {
     const auto field = [&](size_t at) { return load_native32(packed + at); };
     if (size <= packed_header || field(0) != 0) return false;

@@ -1,4 +1,5 @@
 #include "core/account/user_change.h"
+#include "core/account/user_mirror.h"
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
 

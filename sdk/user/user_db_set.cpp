@@ -1,13 +1,16 @@
 #include "core/account/user_change.h"
+#include "core/account/user_mirror.h"
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
 
 using namespace morv;
 
-extern "C" int MORVUserDBSet(MORVUSERDB *db, const char *oldUpperName, int oldLength, const MORVUSER *user) noexcept {
+extern "C" int MORVUserDBSet(MORVUSERDB *db, const char *oldUpperName, int oldLength,
+                             const MORVUSER *user) noexcept {
     if (!db || !user || (oldUpperName && oldLength < 1)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     const int code = no_throw([&] {
-        const std::string old(oldUpperName ? oldUpperName : "", oldUpperName ? static_cast<size_t>(oldLength) : 0);
+        const std::string old(oldUpperName ? oldUpperName : "",
+                              oldUpperName ? static_cast<size_t>(oldLength) : 0);
         return put_user(*mirror_of(db), old, *user);
     });
     return code ? MORV_FAIL(code, -1) : 0;

@@ -5,8 +5,8 @@
 #include "core/account/valid_names.h"
 #include "core/base/fail.h"
 
-extern "C" int MORVUserGetValidUserList2(MORVUSERDB *users, MORVGROUPDB *groups, const char *names, char **buffer,
-                                         int *pSize) noexcept {
+extern "C" int MORVUserGetValidUserList2(MORVUSERDB *users, MORVGROUPDB *groups, const char *names,
+                                         char **buffer, int *pSize) noexcept {
     if (!users || !names || !buffer || !pSize || *pSize < 0) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     int count;
     const int code =

@@ -33,14 +33,10 @@ struct FileEntry {
 };
 
 constexpr FileEntry kTable[kFiles] = {
-    {kSmbpasswdPath, ".tmp", false},
-    {kShadowPath, ".tmp", false},
-    {kPasswdPath, ".tmp", false},
-    {kMiscPath, ".tmp", false},
-    {kGroupPath, "_tmp", false},
-    {kGroupDescPath, ".tmp", false},
-    {kSmbConfPath, ".tmp", false},
-    {"/usr/morv/etc/afpd.conf", ".tmp", true},
+    {kSmbpasswdPath, ".tmp", false}, {kShadowPath, ".tmp", false},
+    {kPasswdPath, ".tmp", false},    {kMiscPath, ".tmp", false},
+    {kGroupPath, "_tmp", false},     {kGroupDescPath, ".tmp", false},
+    {kSmbConfPath, ".tmp", false},   {"/usr/morv/etc/afpd.conf", ".tmp", true},
     {"/etc/exports", ".tmp", true},
 };
 
@@ -124,6 +120,7 @@ struct FileChanges::File {
     VersionPaths paths;
     UniqueFd fd;
     struct stat st = {};
+    struct stat new_st = {};
     FileText text;
     std::string changed;
     bool changes = false;
@@ -218,7 +215,7 @@ int FileChanges::commit(Record record) noexcept {
     const int failed = no_throw([&] {
         for (int i = 0; i < kFiles; ++i) {
             if (!files_[i] || !files_[i]->version) continue;
-            struct stat st;
+            struct stat &st = files_[i]->new_st;
             if (lstat(files_[i]->version->temporary(), &st) != 0) return int{ERR_STAT_FAILED};
             text.append(kTable[i].path).append(" ").append(std::to_string(st.st_ino)).append(" ");
             text.append(std::to_string(st.st_size)).append("\n");
@@ -255,8 +252,9 @@ int FileChanges::commit(Record record) noexcept {
     return 0;
 }
 
-int FileChanges::new_state(AccountFile file, struct stat *st) const noexcept {
-    return stat(SysPath(path_of(file)).c_str(), st) == 0 ? 0 : ERR_STAT_FAILED;
+const struct stat &FileChanges::new_state(AccountFile file) const noexcept {
+    const File &f = *files_[static_cast<int>(file)];
+    return f.version ? f.new_st : f.st;
 }
 
 bool is_interrupted(uint32_t locks) noexcept {

@@ -73,8 +73,8 @@ class FileChanges {
     // Writes the new versions, complete and synced, and leaves them for rename_versions.
     int write_versions() noexcept;
 
-    // The file as it is now, after a commit: what a mirror is to be marked with. Answers 0 or ERR_STAT_FAILED.
-    int new_state(AccountFile file, struct stat *st) const noexcept;
+    // What the file is after a commit: what a mirror is to be marked with.
+    const struct stat &new_state(AccountFile file) const noexcept;
 
   private:
     struct File;

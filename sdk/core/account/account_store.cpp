@@ -73,8 +73,8 @@ int SourceText::load(const char *system_path) noexcept {
     return text.load(fd.get());
 }
 
-int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), const char *file, const char *who,
-                const EachLine &each) {
+int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), const char *file,
+                const char *who, const EachLine &each) {
     std::vector<Entry> entries;
     char *const base = text.data();
     const std::string_view whole = text.view();
@@ -95,7 +95,8 @@ int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), 
         }
         entries.push_back({key, {line.data(), line.size() + 1}});
     }
-    std::stable_sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) { return a.key < b.key; });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const Entry &a, const Entry &b) { return a.key < b.key; });
     for (size_t i = 0; i < entries.size(); ++i) {
         if (i + 1 < entries.size() && entries[i + 1].key == entries[i].key) continue;
         if (const int code = put_record(db, entries[i].key, entries[i].value)) return code;
@@ -136,13 +137,17 @@ int write_current_id(MORVBDB *ids, const IdRange &range, uint32_t id) noexcept {
     return put_record(ids, current_key(range), {bytes, sizeof bytes}) == 0 ? 0 : int{ERR_STORE_WRITE_FAILED};
 }
 
-int find_free_id(MORVBDB *ids, const IdRange &range, uint32_t *id) noexcept {
-    uint32_t last;
-    int code = read_current_id(ids, range, &last);
-    if (code == ERR_KEY_NOT_FOUND) code = highest_id(ids, &last);
-    if (code) return ERR_STORE_READ_FAILED;
-    const bool inside = last >= range.first && last < range.last;
-    const uint32_t start = inside ? last + 1 : range.first;
+int find_free_id(MORVBDB *ids, const IdRange &range, const uint32_t *last, uint32_t *id) noexcept {
+    int code = 0;
+    uint32_t current = 0;
+    if (!last) {
+        code = read_current_id(ids, range, &current);
+        if (code == ERR_KEY_NOT_FOUND) code = highest_id(ids, &current);
+        if (code) return ERR_STORE_READ_FAILED;
+        last = &current;
+    }
+    const bool inside = *last >= range.first && *last < range.last;
+    const uint32_t start = inside ? *last + 1 : range.first;
     uint32_t probe = start;
     do {
         std::string_view taken;

@@ -44,8 +44,8 @@ struct SourceText {
 //
 // file, who: for the log line about one without a name: "FILE format error, WHO name = "
 using EachLine = std::function<int(std::string_view key, std::string_view line)>;
-int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), const char *file, const char *who,
-                const EachLine &each);
+int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), const char *file,
+                const char *who, const EachLine &each);
 
 // The ids of a family, handed out one after the other.
 struct IdRange {
@@ -65,9 +65,9 @@ int store_current_id(MORVBDB *ids, const IdRange &range, std::string_view text) 
 int read_current_id(MORVBDB *ids, const IdRange &range, uint32_t *id) noexcept;
 int write_current_id(MORVBDB *ids, const IdRange &range, uint32_t id) noexcept;
 
-// An id that no account has, searched for from the last one on. Answers 0, the range's code or a code of the
-// store.
-int find_free_id(MORVBDB *ids, const IdRange &range, uint32_t *id) noexcept;
+// An id that no account has, searched for behind `last`; null: behind the last one handed out. Answers 0, the range's
+// code or a code of the store.
+int find_free_id(MORVBDB *ids, const IdRange &range, const uint32_t *last, uint32_t *id) noexcept;
 
 // The text of a stored line: without the NUL at its end.
 inline std::string_view line_of(std::string_view value) noexcept {

@@ -46,8 +46,8 @@ class LineEdits {
 
   private:
     struct Edit {
-        int line = -1;       // in lines_; -1: the line goes
-        bool all = false;    // also of further lines with the name
+        int line = -1;     // in lines_; -1: the line goes
+        bool all = false;  // also of further lines with the name
     };
     Others others_;
     std::unordered_map<std::string, Edit> edits_;

@@ -49,9 +49,8 @@ struct IdName {
 };
 
 int store_ids(MORVBDB *ids, std::vector<IdName> &pairs) {
-    std::stable_sort(pairs.begin(), pairs.end(), [](const IdName &a, const IdName &b) {
-        return a.id.view() < b.id.view();
-    });
+    std::stable_sort(pairs.begin(), pairs.end(),
+                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
     for (const IdName &pair : pairs) {
         if (const int code = put_record(ids, pair.id.view(), pair.name)) return code;
     }
@@ -66,7 +65,8 @@ int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_vie
         ids.push_back({IdKey(uid), std::string(key)});
         return 0;
     };
-    if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each)) return code;
+    if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each))
+        return code;
     return store_ids(mirror.store[kUserUid], ids);
 }
 
@@ -142,7 +142,8 @@ void append_hex(std::string &out, const uint8_t (&hash)[16]) {
 int encode_description(const char *text, std::string &out) {
     if (!text || !*text) return 0;
     std::string encoded(2 * strlen(text) + 1, '\0');
-    if (MLIBStrEncodeColon(text, encoded.data(), static_cast<int>(encoded.size())) < 0) return ERR_BAD_PARAMETERS;
+    if (MLIBStrEncodeColon(text, encoded.data(), static_cast<int>(encoded.size())) < 0)
+        return ERR_BAD_PARAMETERS;
     out.assign(encoded.c_str());
     return 0;
 }
@@ -152,8 +153,8 @@ bool has_guest_support() noexcept {
     static int known = -1;
     if (known < 0) {
         char value[16];
-        const int found = MLIBFileGetKeyValue(SysPath("/etc.defaults/morvinfo.conf").c_str(), "guestsupport", value,
-                                              sizeof value, 0);
+        const int found = MLIBFileGetKeyValue(SysPath("/etc.defaults/morvinfo.conf").c_str(), "guestsupport",
+                                              value, sizeof value, 0);
         known = found > 0 && strcmp(value, "no") == 0 ? 0 : 1;
     }
     return known == 1;
@@ -165,8 +166,8 @@ const char *or_empty(const char *text) noexcept {
 
 }  // namespace
 
-const MirrorKind user_mirror_kind = {"/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user",
-                                     kStores,         kSources,            build};
+const MirrorKind user_mirror_kind = {
+    "/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user", kStores, kSources, build};
 
 int build_local_users(Mirror &mirror) noexcept {
     std::unique_ptr<SourceText> passwd(new (std::nothrow) SourceText);
@@ -187,7 +188,8 @@ int build_domain_users(Mirror &mirror) noexcept {
         for (std::string_view whole : Lines(output)) {
             const std::string_view line = without_line_feed(whole);
             uint32_t uid;
-            if (!is_domain_line(line) || parse_id(line, &uid) != 0 || !upper_name(first_field(line), key)) continue;
+            if (!is_domain_line(line) || parse_id(line, &uid) != 0 || !upper_name(first_field(line), key))
+                continue;
             if (const int code = put_line(mirror.store[kUserName], key, std::string(line))) return code;
             key.push_back('\0');
             ids.push_back({IdKey(uid), key});
@@ -228,8 +230,8 @@ int make_user(const UserLines &lines, MORVUSER **user) noexcept {
         const std::string home(passwd[5]);
         const std::string shell(passwd[6]);
         if (is_domain_name(name)) {
-            if (MORVUserAlloc(user, name.c_str(), nullptr, uid, gid, description.c_str(), home.c_str(), shell.c_str(),
-                              MORV_USER_NEVER_EXPIRES, 0, nullptr, kDomainPrivilege) != 0) {
+            if (MORVUserAlloc(user, name.c_str(), nullptr, uid, gid, description.c_str(), home.c_str(),
+                              shell.c_str(), MORV_USER_NEVER_EXPIRES, 0, nullptr, kDomainPrivilege) != 0) {
                 return MLIBErrGet();
             }
             (*user)->szPassword = nullptr;
@@ -285,8 +287,8 @@ int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines
     const bool new_password = !old || old_hash != password;
     if (had_smb && !smb_sound && !new_password) return ERR_FORMAT_ERROR;
 
-    lines->passwd = name + ":x:" + with_id(user.uid) + ":" + with_id(user.gid) + ":" + description + ":" + home + ":" +
-                    shell;
+    lines->passwd = name + ":x:" + with_id(user.uid) + ":" + with_id(user.gid) + ":" + description + ":" +
+                    home + ":" + shell;
     lines->misc = name + ":" + std::to_string(user.privilege) + ":" + or_empty(user.szExtra);
 
     std::string hash = old_hash;
@@ -321,7 +323,8 @@ int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines
     return 0;
 }
 
-int store_user(Mirror &mirror, const std::string &key, uint32_t uid, const UserLines &lines) noexcept {
+int store_user(Mirror &mirror, const std::string &key, std::optional<uint32_t> uid,
+               const UserLines &lines) noexcept {
     const struct {
         UserSlot slot;
         const std::string &line;
@@ -339,7 +342,8 @@ int store_user(Mirror &mirror, const std::string &key, uint32_t uid, const UserL
             return code;
         }
     }
-    const IdKey id(uid);
+    if (!uid) return 0;
+    const IdKey id(*uid);
     code = find_pair(mirror.store[kUserUid], id.view(), store_key(key));
     if (code == ERR_KEY_NOT_FOUND) code = put_record(mirror.store[kUserUid], id.view(), store_key(key));
     if (code) MORV_LOG(LOG_ERR, "writing the %s store failed, morverr=0x%04X", "uid", unsigned(code));
@@ -355,7 +359,8 @@ int erase_user(Mirror &mirror, const std::string &key) noexcept {
     for (const UserSlot slot : {kUserName, kUserMisc, kUserShadow, kUserSmb}) {
         if ((code = erase_record(mirror.store[slot], store_key(key)))) return code;
     }
-    code = has_uid ? erase_pair(mirror.store[kUserUid], IdKey(uid).view(), store_key(key)) : int{ERR_KEY_NOT_FOUND};
+    code = has_uid ? erase_pair(mirror.store[kUserUid], IdKey(uid).view(), store_key(key))
+                   : int{ERR_KEY_NOT_FOUND};
     return code == ERR_KEY_NOT_FOUND ? int{ERR_ID_NOT_FOUND} : code;
 }
 
@@ -367,8 +372,8 @@ int find_uid(Mirror &mirror, uint32_t uid, std::string &key) {
         std::string name(stored_text(walk.value));
         std::string_view line;
         uint32_t found;
-        if (find_record(mirror.store[kUserName], store_key(name), &line) == 0 && parse_id(line_of(line), &found) == 0 &&
-            found == uid) {
+        if (find_record(mirror.store[kUserName], store_key(name), &line) == 0 &&
+            parse_id(line_of(line), &found) == 0 && found == uid) {
             key = std::move(name);
             return 0;
         }

@@ -3,6 +3,7 @@
 
 #include <morvsdk/user.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -49,9 +50,10 @@ int make_user(const UserLines &lines, MORVUSER **user) noexcept;
 // ERR_FORMAT_ERROR or the codes of hash_password. May throw std::bad_alloc.
 int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines);
 
-// Writes the lines of a user under its upper-cased name and its uid, in all stores. Answers 0 or a code of the
-// store.
-int store_user(Mirror &mirror, const std::string &key, uint32_t uid, const UserLines &lines) noexcept;
+// Writes the lines of a user under its upper-cased name, and the name under its uid unless there is none. Answers 0 or
+// a code of the store.
+int store_user(Mirror &mirror, const std::string &key, std::optional<uint32_t> uid,
+               const UserLines &lines) noexcept;
 
 // Removes a user. ERR_NO_SUCH_USER, or ERR_ID_NOT_FOUND when the uid store does not have it: the others are then
 // changed.

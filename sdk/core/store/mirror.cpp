@@ -16,8 +16,8 @@
 #include "core/base/bytes.h"
 #include "core/base/guard.h"
 #include "core/base/log.h"
-#include "core/file/sys_path.h"
 #include "core/file/lock_table.h"
+#include "core/file/sys_path.h"
 #include "core/store/mirror_mode.h"
 #include "core/store/native_db.h"
 #include "core/store/records.h"
@@ -245,16 +245,13 @@ int create_stores(const MirrorKind &kind, const char *prefix, MirrorPtr *mirror)
     return 0;
 }
 
-// Closes with a look at the result: what cannot be written out must not be renamed over the live stores.
-int close_stores(MirrorPtr mirror) noexcept {
-    int code = 0;
-    for (MORVBDB *&db : mirror->store) {
-        if (!db) continue;
-        if (db->pDb->sync(db->pDb, 0) != 0) code = errno == ENOSPC ? ERR_NOT_ENOUGH_SPACE : ERR_STORE_WRITE_FAILED;
-        MORVBDbClose(db);
-        db = nullptr;
+// Closing does not say whether everything could be written out; this does.
+int write_out(const Mirror &mirror) noexcept {
+    for (MORVBDB *db : mirror.store) {
+        if (db && db->pDb->sync(db->pDb, 0) != 0)
+            return errno == ENOSPC ? int{ERR_NOT_ENOUGH_SPACE} : int{ERR_STORE_WRITE_FAILED};
     }
-    return code;
+    return 0;
 }
 
 int rename_stores(const MirrorKind &kind, const char *from, const char *to) noexcept {
@@ -275,7 +272,8 @@ int build_at(const MirrorKind &kind, const char *prefix, const char *temporary) 
     MirrorPtr fresh;
     int code = create_stores(kind, temporary, &fresh);
     if (code == 0) code = build_stores(*fresh);
-    if (code == 0) code = close_stores(std::move(fresh));
+    if (code == 0) code = write_out(*fresh);
+    fresh.reset();
     if (code == 0) {
         MirrorPtr old;
         open_stores(kind, prefix, false, &old);
@@ -424,7 +422,8 @@ int rebuild_mirror(const MirrorKind &kind) noexcept {
 
 int build_stores(Mirror &mirror) noexcept {
     if (const int code = mirror.kind->build(mirror)) return code;
-    if (getrandom(&mirror.building, sizeof mirror.building, 0) != sizeof mirror.building) return ERR_SYS_UNKNOWN;
+    if (getrandom(&mirror.building, sizeof mirror.building, 0) != sizeof mirror.building)
+        return ERR_SYS_UNKNOWN;
     mirror.building |= 1;
     return mark_stores(mirror);
 }
@@ -440,6 +439,12 @@ int mark_stores(Mirror &mirror) noexcept {
     return 0;
 }
 
+int publish_mirror(MirrorPtr mirror) noexcept {
+    if (const int code = write_out(*mirror)) return code;
+    if (const int code = mark_stores(*mirror)) return code;
+    return write_out(*mirror);
+}
+
 void forget_mirror(const MirrorKind &kind) noexcept {
     const SysPath prefix(kind.prefix);
     MirrorPtr live;
@@ -450,8 +455,8 @@ void forget_mirror(const MirrorKind &kind) noexcept {
 MirrorPtr current_mirror(const MirrorKind &kind) noexcept {
     MirrorPtr mirror;
     Standing standing;
-    if (open_stores(kind, SysPath(kind.prefix).c_str(), true, &mirror) == 0 && look(*mirror, &standing) == 0 &&
-        standing == Standing::kCurrent) {
+    if (open_stores(kind, SysPath(kind.prefix).c_str(), true, &mirror) == 0 &&
+        look(*mirror, &standing) == 0 && standing == Standing::kCurrent) {
         return mirror;
     }
     return nullptr;

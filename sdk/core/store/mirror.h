@@ -52,9 +52,9 @@ struct Mirror {
     const MirrorKind *kind;
     struct {
         uint64_t device, inode;
-    } file[kMostStores];              // by slot: what was opened
-    uint64_t building;                // a random number; 0 while nothing is built
-    FileState source[kMostSources];   // what the stores were built from
+    } file[kMostStores];             // by slot: what was opened
+    uint64_t building;               // a random number; 0 while nothing is built
+    FileState source[kMostSources];  // what the stores were built from
 };
 
 struct MirrorCloser {
@@ -89,6 +89,10 @@ int build_stores(Mirror &mirror) noexcept;
 
 // Marks all stores as built from files of these states (by source).
 int mark_stores(Mirror &mirror) noexcept;
+
+// Marks a mirror whose stores were changed as its files were, and closes it. The changes are written out before the
+// marks, so that a mirror that looks current has all of them.
+int publish_mirror(MirrorPtr mirror) noexcept;
 
 // Makes sure that nobody takes the live mirror for current.
 void forget_mirror(const MirrorKind &kind) noexcept;

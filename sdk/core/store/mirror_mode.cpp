@@ -15,8 +15,8 @@ mode_t mirror_mode() noexcept {
     constexpr mode_t kPublic = 0666;
     constexpr mode_t kPrivate = 0600;
     char value[8];
-    if (MLIBFileGetKeyValue(SysPath("/etc.defaults/morvinfo.conf").c_str(), "privatemirror", value, sizeof value,
-                            0) > 0) {
+    if (MLIBFileGetKeyValue(SysPath("/etc.defaults/morvinfo.conf").c_str(), "privatemirror", value,
+                            sizeof value, 0) > 0) {
         if (strcmp(value, "yes") == 0) return kPrivate;
         if (strcmp(value, "no") == 0) return kPublic;
     }

@@ -43,8 +43,8 @@ int find_record(MORVBDB *db, std::string_view key, std::string_view *value) noex
 
 int put_record(MORVBDB *db, std::string_view key, std::string_view value) noexcept {
     if (too_long(key) || too_long(value)) return ERR_OUT_OF_MEMORY;
-    const int result =
-        MORVBDbSet(db, key.data(), static_cast<int>(key.size()), value.data(), static_cast<int>(value.size()));
+    const int result = MORVBDbSet(db, key.data(), static_cast<int>(key.size()), value.data(),
+                                  static_cast<int>(value.size()));
     return result == 0 ? 0 : MLIBErrGet();
 }
 

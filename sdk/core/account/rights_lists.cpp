@@ -1,0 +1,69 @@
+#include "core/account/rights_lists.h"
+
+#include <algorithm>
+
+#include "core/account/named_lines.h"
+#include "core/text/lines.h"
+#include "core/text/trim.h"
+
+namespace morv {
+
+namespace {
+
+constexpr std::string_view kKeys[] = {"invalid users", "valid users", "admin users", "write list",
+                                      "read list"};
+
+bool equals_lower(std::string_view text, std::string_view lower) noexcept {
+    return text.size() == lower.size() &&
+           std::equal(text.begin(), text.end(), lower.begin(), [](char a, char b) {
+               return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
+           });
+}
+
+}  // namespace
+
+std::string_view rights_list_of(std::string_view line) noexcept {
+    const std::string_view text = trim_blanks(line);
+    if (is_comment(text)) return {};
+    const size_t equals = text.find('=');
+    if (equals == text.npos) return {};
+    const std::string_view key = trim_blanks(text.substr(0, equals));
+    const bool is_list = std::any_of(std::begin(kKeys), std::end(kKeys),
+                                     [&](std::string_view k) { return equals_lower(key, k); });
+    return is_list ? trim(text.substr(equals + 1)) : std::string_view();
+}
+
+void edit_rights(std::string_view text, const Renames &renames, std::string &out) {
+    size_t done = 0;
+    std::string list;
+    std::string next;
+    for (std::string_view line : Lines(text)) {
+        const std::string_view value = rights_list_of(line);
+        if (value.empty()) continue;
+        list.assign(value);
+        bool changed = false;
+        for (const auto &[key, name] : renames) {
+            next.clear();
+            if (!edit_list(list, key, name, next)) continue;
+            changed = true;
+            list.swap(next);
+        }
+        if (!changed) continue;
+        const auto at = static_cast<size_t>(value.data() - text.data());
+        out.append(text, done, at - done).append(list);
+        done = at + value.size();
+    }
+    out.append(text, done);
+}
+
+bool names_any(std::string_view text, const Renames &names) {
+    std::string key;
+    for (std::string_view line : Lines(text)) {
+        for (Items items(rights_list_of(line)); items.next();) {
+            if (upper_name(items.item, key) && names.contains(key)) return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace morv

@@ -1,0 +1,13 @@
+// Listing users.
+#pragma once
+
+#include <morvsdk/list.h>
+
+namespace morv {
+
+// As MORVUserEnum and MORVUserEnumByPrefix (prefix not null).
+int list_users(MLIBSZLIST **list, int mask, const char *prefix, int *count) noexcept;
+int count_users(int mask, int *count) noexcept;
+int list_domain_users_in_use(MLIBSZLIST **list, int *count) noexcept;
+
+}  // namespace morv
