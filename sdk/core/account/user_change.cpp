@@ -35,10 +35,16 @@ constexpr std::string_view kHomes = "/var/services/homes/";
 constexpr std::string_view kUsersGroup = "USERS";
 constexpr mode_t kHomeMode = 0711;
 constexpr int kRounds = 5;
+constexpr uint32_t kMostId = INT32_MAX;  // lines hold ids with a sign, and other tools take none below 0
 
 // The accounts that the system itself relies on.
 bool must_stay(std::string_view key) noexcept {
     return key == "ROOT" || key == "ADMIN" || key == "GUEST";
+}
+
+// Names that a home folder cannot have.
+bool is_dots(std::string_view name) noexcept {
+    return name == "." || name == "..";
 }
 
 bool is_field(const char *text) noexcept {
@@ -169,7 +175,8 @@ class UserChanges {
     int plan(const UserChange &change, Plan &p) {
         if (change.user) {
             p.name = change.user->szName;
-            if (!BlMLIBIsUserName(p.name.c_str()) || !upper_name(p.name, p.key)) return ERR_INVALID_USERNAME;
+            if (!BlMLIBIsUserName(p.name.c_str()) || is_dots(p.name) || !upper_name(p.name, p.key))
+                return ERR_INVALID_USERNAME;
             if (!has_sound_fields(*change.user)) return ERR_BAD_PARAMETERS;
             if (!taken_names_.insert(p.key).second) return ERR_USER_EXISTS;
         }
@@ -219,6 +226,7 @@ class UserChanges {
         if (!p.adds()) {
             if (const int code = make_user_ptr(p.old_lines, &old)) return code;
         }
+        if (wanted.uid > kMostId || wanted.gid > kMostId) return ERR_BAD_PARAMETERS;
         if (p.adds() && wanted.uid == 0) {
             if (const int code = find_uid_for(&wanted.uid)) return code;
         } else if (!old || old->uid != wanted.uid) {
@@ -355,7 +363,7 @@ class UserChanges {
             const std::string_view home = p.home;
             if (!home.starts_with(kHomes)) continue;
             const std::string_view name = home.substr(kHomes.size());
-            if (name.empty() || name == "." || name == ".." || name.find('/') != name.npos) continue;
+            if (name.empty() || is_dots(name) || name.find('/') != name.npos) continue;
             if (const int code = make_home(p)) return code;
         }
         return 0;
