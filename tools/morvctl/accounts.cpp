@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <set>
 
 #include "morvctl/pairs.h"
 #include "morvctl/preview.h"
@@ -127,23 +128,21 @@ std::vector<std::string> members_of(const Session &session, const std::string &g
                       [&](MLIBSZLIST **list) { return MORVGroupListMember(group.c_str(), list); });
 }
 
-bool same_name(const std::string &one, const std::string &other) {
-    std::vector<char> upper[2];
-    for (const auto &[name, to] : {std::pair(&one, &upper[0]), std::pair(&other, &upper[1])}) {
-        to->resize(name->size() * 3 + 1);
-        if (MLIBUnicodeUTF8StrUpper(name->c_str(), to->data(), int(to->size())) < 0) return one == other;
-    }
-    return strcmp(upper[0].data(), upper[1].data()) == 0;
+std::string name_key(const std::string &name) {
+    std::string key(name.size() * 3 + 1, '\0');
+    const int length = MLIBUnicodeUTF8StrUpper(name.c_str(), key.data(), int(key.size()));
+    if (length < 0) return name;
+    key.resize(size_t(length));
+    return key;
 }
 
 std::vector<std::string> split_list(const std::string &list) {
     std::vector<std::string> items;
+    std::set<std::string> seen;
     for (size_t start = 0; start <= list.size();) {
         const size_t end = std::min(list.find(',', start), list.size());
         const std::string item(trim_blanks(std::string_view(list).substr(start, end - start)));
-        const bool seen = std::any_of(items.begin(), items.end(),
-                                      [&](const std::string &other) { return same_name(item, other); });
-        if (!item.empty() && !seen) items.push_back(item);
+        if (!item.empty() && seen.insert(name_key(item)).second) items.push_back(item);
         start = end + 1;
     }
     return items;

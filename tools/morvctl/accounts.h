@@ -50,8 +50,8 @@ std::vector<std::string> group_names(const Session &session, int mask, const std
 // The members of a group, those included who belong to it without being named.
 std::vector<std::string> members_of(const Session &session, const std::string &group);
 
-// Whether two names are those of one account.
-bool same_name(const std::string &one, const std::string &other);
+// A name as it is compared: without regard to letter case.
+std::string name_key(const std::string &name);
 
 // The items of a list that is written with "," between, without blanks around them, empty and repeated ones.
 std::vector<std::string> split_list(const std::string &list);

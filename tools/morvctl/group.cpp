@@ -131,7 +131,7 @@ int show(const Session &session, const Args &args) {
 }
 
 auto is_same_as(const std::string &name) {
-    return [&name](const std::string &other) { return same_name(name, other); };
+    return [key = name_key(name)](const std::string &other) { return name_key(other) == key; };
 }
 
 // Adds members as they are spelled in the files. The library leaves out who is no user; here that is an error.

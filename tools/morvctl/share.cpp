@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "morvctl/accounts.h"
 #include "morvctl/target.h"
@@ -166,42 +167,28 @@ Json check_rights(const Session &session, const Rights &rights) {
     clear_errors();
     const int answer = UserCheckRights(rights.deny.c_str(), rights.write.c_str(), rights.read.c_str());
     if (answer < 0) fail_account(session, "check the rights");
-    Json conflicts = Json::array();
-    if (answer < 2) return conflicts;
-    const struct {
-        const char *name;
-        const std::string &list;
-    } lists[] = {{"deny", rights.deny}, {"write", rights.write}, {"read", rights.read}};
-    const auto find = [](auto &map, const std::string &name) {
-        return std::find_if(map.begin(), map.end(),
-                            [&](const auto &entry) { return same_name(entry.first, name); });
-    };
-    using Found = std::vector<std::pair<std::string, const char *>>;
-    Found named;
-    Found all;
+    if (answer < 2) return Json::array();
+    const std::pair<std::string, const std::string &> lists[] = {
+        {"deny", rights.deny}, {"write", rights.write}, {"read", rights.read}};
+    std::map<std::string, std::string> named;
+    std::map<std::string, std::string> all;
+    std::set<std::string> conflicts;
     for (const auto &[right, list] : lists) {
         for (const std::string &entry : split_list(list)) {
-            if (const auto other = find(named, entry); other != named.end() && other->second != right) {
+            const auto [other, is_new] = named.emplace(name_key(entry), right);
+            if (!is_new)
                 refuse(escape(entry) + " stands in the lists of " + other->second + " and of " + right);
-            }
-            named.emplace_back(entry, right);
-            const auto users = entry.starts_with('@') ? members_of(session, entry.substr(1))
-                                                      : std::vector<std::string>{entry};
+            const auto users =
+                entry.starts_with('@') ? members_of(session, entry.substr(1)) : std::vector{entry};
             for (const std::string &user : users) {
-                const auto other = find(all, user);
-                if (other == all.end()) {
-                    all.emplace_back(user, right);
-                } else if (other->second != right &&
-                           std::find(conflicts.begin(), conflicts.end(), Json(user)) == conflicts.end()) {
-                    conflicts.push_back(user);
-                }
+                if (all.emplace(name_key(user), right).first->second != right) conflicts.insert(user);
             }
         }
     }
-    for (const Json &user : conflicts) {
+    for (const std::string &user : conflicts) {
         fprintf(stderr,
                 "morvctl: note: %s has several rights: an entry of the user counts before those of groups\n",
-                escape(user.get<std::string>()).c_str());
+                escape(user).c_str());
     }
     return conflicts;
 }
@@ -303,7 +290,7 @@ int set(const Session &session, const Args &args) {
 int rename(const Session &session, const Args &args) {
     return change_accounts(session, {}, [&] {
         const Share old = read_share(session, args.name);
-        if (!same_name(old->szName, args.new_name)) check_share_name(args.new_name);
+        if (name_key(old->szName) != name_key(args.new_name)) check_share_name(args.new_name);
         return write_share(session, old.get(), args.new_name, args,
                            "rename the share " + escape(args.name) + " to " + escape(args.new_name));
     });

@@ -2,7 +2,8 @@
 #include <morvsdk/error.h>
 #include <string.h>
 
-#include <algorithm>
+#include <map>
+#include <set>
 
 #include "morvctl/accounts.h"
 #include "morvctl/secret.h"
@@ -32,36 +33,33 @@ class Memberships {
         for (const std::string &name : group_names(session, MORV_GROUP_LOCAL | MORV_GROUP_DOMAIN)) {
             const Group group = find_group(session, name);
             if (!group) continue;
-            groups_.push_back({name, group->gid, split_list(group->szMembers)});
+            if (group->gid != MORV_GROUP_NO_GID) names_.emplace(group->gid, name);
+            for (const std::string &member : split_list(group->szMembers))
+                groups_[name_key(member)].push_back(name);
         }
     }
-    std::string name_of(const Session &, uint32_t gid) const {
-        for (const Entry &group : groups_) {
-            if (group.gid == gid) return group.name;
-        }
+    // "" when no group has the id.
+    std::string name_of(uint32_t gid) {
+        const auto known = names_.find(gid);
+        if (known != names_.end()) return known->second;
         MORVGROUP *found = nullptr;
-        if (gid == MORV_GROUP_NO_GID || MORVGroupGetByGID(gid, &found) != 0) return "";
-        return Group(found)->szName;
+        const bool is_one = gid != MORV_GROUP_NO_GID && MORVGroupGetByGID(gid, &found) == 0;
+        const Group group(found);
+        return names_[gid] = is_one ? group->szName : "";
     }
-    std::vector<std::string> of(const MORVUSER &user) const {
-        std::vector<std::string> names;
-        for (const Entry &group : groups_) {
-            const bool is_named =
-                std::any_of(group.members.begin(), group.members.end(),
-                            [&](const std::string &member) { return same_name(member, user.szName); });
-            if (is_named || (group.gid == user.gid && group.gid != MORV_GROUP_NO_GID))
-                names.push_back(group.name);
-        }
-        return names;
+    // Those of a user, sorted, the primary one included.
+    std::vector<std::string> of(const MORVUSER &user) {
+        const auto named = groups_.find(name_key(user.szName));
+        std::set<std::string> names;
+        if (named != groups_.end()) names.insert(named->second.begin(), named->second.end());
+        names.insert(name_of(user.gid));
+        names.erase("");
+        return {names.begin(), names.end()};
     }
 
   private:
-    struct Entry {
-        std::string name;
-        uint32_t gid;
-        std::vector<std::string> members;
-    };
-    std::vector<Entry> groups_;
+    std::map<uint32_t, std::string> names_;
+    std::map<std::string, std::vector<std::string>> groups_;
 };
 
 const char *password_state(const MORVUSER &user) {
@@ -73,12 +71,12 @@ bool is_expired(const MORVUSER &user) {
     return user.expireDay >= 0 && MORVUserIsExpired(user.expireDay) == 1;
 }
 
-Json user_json(const Session &session, const MORVUSER &user, const Memberships &groups) {
+Json user_json(const MORVUSER &user, Memberships &groups) {
     return {{"name", user.szName},
             {"type", user.type == MORV_USER_DOMAIN ? "domain" : "local"},
             {"uid", user.uid},
             {"gid", user.gid},
-            {"group", groups.name_of(session, user.gid)},
+            {"group", groups.name_of(user.gid)},
             {"description", user.szDescription},
             {"home", user.szHome},
             {"shell", user.szShell},
@@ -102,7 +100,7 @@ int list(const Session &session, const Args &args) {
             print_line(printable(name));
         return int(Exit::kDone);
     }
-    const Memberships groups(session);
+    Memberships groups(session);
     Json users = Json::array();
     std::vector<std::vector<std::string>> rows = {
         {"NAME", "UID", "GROUP", "PASSWORD", "EXPIRES", "DESCRIPTION"}};
@@ -110,13 +108,12 @@ int list(const Session &session, const Args &args) {
         const User user = find_user(session, name);
         if (!user) continue;
         if (session.json) {
-            users.push_back(user_json(session, *user, groups));
+            users.push_back(user_json(*user, groups));
             continue;
         }
-        rows.push_back({user->szName, std::to_string(user->uid), groups.name_of(session, user->gid),
-                        password_state(*user),
-                        expire_text(user->expireDay) + (is_expired(*user) ? " (expired)" : ""),
-                        user->szDescription});
+        rows.push_back(
+            {user->szName, std::to_string(user->uid), groups.name_of(user->gid), password_state(*user),
+             expire_text(user->expireDay) + (is_expired(*user) ? " (expired)" : ""), user->szDescription});
     }
     if (session.json) {
         print_json({{"users", users}});
@@ -141,15 +138,16 @@ User chosen_user(const Session &session, const Args &args) {
 
 int show(const Session &session, const Args &args) {
     const User user = chosen_user(session, args);
-    const Memberships groups(session);
+    Memberships groups(session);
     if (session.json) {
-        print_json({{"user", user_json(session, *user, groups)}});
+        print_json({{"user", user_json(*user, groups)}});
         return int(Exit::kDone);
     }
+    const std::string group = groups.name_of(user->gid);
     print_table({{"name", user->szName},
                  {"type", user->type == MORV_USER_DOMAIN ? "domain" : "local"},
                  {"uid", std::to_string(user->uid)},
-                 {"group", std::to_string(user->gid) + " " + groups.name_of(session, user->gid)},
+                 {"group", std::to_string(user->gid) + (group.empty() ? "" : " " + group)},
                  {"groups", join_list(groups.of(*user))},
                  {"description", user->szDescription},
                  {"home", user->szHome},
@@ -171,7 +169,8 @@ UserValues values_of(const Args &args) {
 
 Json changed_user(const Session &session, const std::string &name) {
     if (!session.json) return Json::object();
-    return {{"user", user_json(session, *read_user(session, name), Memberships(session))}};
+    Memberships groups(session);
+    return {{"user", user_json(*read_user(session, name), groups)}};
 }
 
 // What is not valid fails before anything is asked.

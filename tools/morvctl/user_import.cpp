@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <map>
+#include <set>
 
 #include "morvctl/change.h"
 #include "morvctl/csv.h"
@@ -105,9 +106,7 @@ class Import {
             }
         }
         check_user_name(name);
-        for (const User &other : users_) {
-            if (same_name(other->szName, name)) refuse("the user " + escape(name) + " is there twice");
-        }
+        if (!names_.insert(name_key(name)).second) refuse("the user " + escape(name) + " is there twice");
         const User old = find_user(session_, name);
         Secret random;
         if (!old && !*password) {
@@ -154,6 +153,7 @@ class Import {
     std::vector<CsvRow> rows_;
     std::vector<User> users_;
     std::vector<int> lines_;
+    std::set<std::string> names_;
     std::map<uint32_t, int> uids_;
     int added_ = 0;
     Faults faults_;

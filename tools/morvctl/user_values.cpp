@@ -37,7 +37,8 @@ uint32_t parse_uid(const Session &session, const std::string &name, const std::s
         return uid;
     }
     const User other(found);
-    if (!same_name(other->szName, name)) refuse("the uid " + text + " is that of " + escape(other->szName));
+    if (name_key(other->szName) != name_key(name))
+        refuse("the uid " + text + " is that of " + escape(other->szName));
     return uid;
 }
 
