@@ -384,9 +384,10 @@ class UserChanges {
 
     // ---- The mirrors -----------------------------------------------------------------------------------
 
-    // The files are what counts by now: a mirror that cannot be brought up to date is built anew by its next reader.
+    // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and its next
+    // reader builds it anew.
     void update_mirrors() {
-        if (update_users() != 0) forget_mirror(user_mirror_kind);
+        update_users();
         if (names_new_users_in_groups_) {
             forget_mirror(group_mirror_kind);
         } else if (files_->changes(AccountFile::kGroup)) {

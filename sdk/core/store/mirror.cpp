@@ -421,6 +421,9 @@ int rebuild_mirror(const MirrorKind &kind) noexcept {
 }
 
 int build_stores(Mirror &mirror) noexcept {
+    for (const MirrorStore &store : mirror.kind->stores) {
+        if (const int code = clear_store(mirror.store[store.slot])) return code;
+    }
     if (const int code = mirror.kind->build(mirror)) return code;
     if (getrandom(&mirror.building, sizeof mirror.building, 0) != sizeof mirror.building)
         return ERR_SYS_UNKNOWN;
