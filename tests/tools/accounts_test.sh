@@ -190,7 +190,6 @@ share add new --path /volume1/new|/usr/morv/etc/smb.conf
 share set books --comment B|/usr/morv/etc/smb.conf
 share rights books --read bob|/usr/morv/etc/smb.conf
 share rename books ledgers|/usr/morv/etc/smb.conf
-share recycle clean|
 END
     expect_code 0 morvctl user passwd alice --dry-run <<<new
     [[ $out == *'-alice:(hash):'*'+alice:(new hash):'* ]] || fail "a new password shows as $out"
@@ -206,6 +205,10 @@ END
     [[ $(state) == "$before" ]] || fail "something has changed"
     [[ ! -e $root/tmp/.db.user.name.0957 ]] || fail "a mirror has been built"
     expect_failure 1 '*there is no such user*' morvctl user delete nobodyhere --dry-run
+    mkdir "$root/volume1/public/#recycle"
+    : >"$root/volume1/public/#recycle/kept"
+    expect_output 'folder /volume1/public/#recycle: emptied' morvctl share recycle clean --dry-run
+    [[ -e $root/volume1/public/#recycle/kept ]] || fail "a dry run has emptied the bin"
 }
 
 test_import_reports_every_bad_line_and_changes_nothing() {
@@ -298,6 +301,7 @@ test_what_is_wrong_is_said_in_a_sentence() {
 3|users of a domain, as D\\a, are not changed here|user add D\a --no-password
 3|cannot add the user ALICE: there is a user of that name already (ERR_USER_EXISTS)|user add ALICE --no-password
 3|the uid 1026 is that of alice|user set bob --uid 1026
+3|the uid 0 is that of root|user set bob --uid 0
 3|'soon' is no date like *|user set bob --expire soon
 3|the home folder holds a colon: /a:b|user set bob --home /a:b
 3|cannot delete the user admin: root, admin, guest *|user delete admin

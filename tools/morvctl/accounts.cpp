@@ -26,14 +26,6 @@ constexpr uint32_t kLocks = MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB;
 class AccountLock {
   public:
     explicit AccountLock(const Session &session) {
-        const uint32_t above = locks_held_above(session) & kLocks;
-        for (const LockName &lock : lock_names()) {
-            if (above & lock.bit) {
-                throw Failure(Exit::kLocked,
-                              std::string("cannot take the lock ") + lock.name +
-                                  ": 'morvctl lock run' holds it, and this command needs it itself");
-            }
-        }
         clear_errors();
         if (ErrMLIBFileLock(kLocks | MORV_LOCK_WRITE, session.timeout) != 0) {
             fail_library("lock the accounts");
@@ -199,7 +191,13 @@ int change_accounts(const Session &session, const std::vector<std::string> &fold
     return int(Exit::kDone);
 }
 
-void prepare_reading(const Session &session) {
+void prepare(const Session &session) {
+    const uint32_t above = locks_held_above(session);
+    for (const LockName &lock : lock_names()) {
+        if ((kLocks & above & lock.bit) == 0) continue;
+        throw Failure(Exit::kLocked, std::string("cannot take the lock ") + lock.name +
+                                         ": 'morvctl lock run' holds it, and this command needs it itself");
+    }
     make_lock_folder(session);
 }
 

@@ -74,8 +74,9 @@ void exclude(bool one, bool other, const char *options);
 int change_accounts(const Session &session, const std::vector<std::string> &folders,
                     const std::function<Json()> &apply);
 
-// For commands that read: the mirrors and locks lie in "/tmp", which a new system root may lack.
-void prepare_reading(const Session &session);
+// Before the library gets to work in the system root: it needs the locks itself, and "/tmp" for them and the mirrors,
+// which a new system root may lack.
+void prepare(const Session &session);
 
 // A command of a family whose first operand is a name.
 template <class Args, class Work>
@@ -84,7 +85,7 @@ std::pair<CLI::App &, Args &> add_account_command(CLI::App &family, Session &ses
     CLI::App &command = add_command(family, session, kind, name, description);
     auto args = std::make_shared<Args>();
     run_with(command, session, [args, work](Session &s) {
-        if (!s.dry_run) prepare_reading(s);
+        if (!s.dry_run) prepare(s);
         return work(s, *args);
     });
     return {command, *args};

@@ -359,6 +359,7 @@ int recycle(const Session &session, const Args &args) {
     Json document = {{"dry_run", session.dry_run}};
     clear_errors();
     if (args.action == "clean") {
+        prepare(session);
         const auto bins = recycle_bins(session);
         if (session.dry_run && !session.json) {
             for (const std::string &bin : bins)

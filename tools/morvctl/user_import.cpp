@@ -190,6 +190,7 @@ int import_users(const Session &session, const ImportArgs &args) {
 }
 
 int export_users(const Session &session, const ExportArgs &args) {
+    prepare(session);
     const std::string table = export_table(session);
     if (args.file) {
         return change_text(session, *args.file, Missing::kIsMade, [&](std::string &text) {

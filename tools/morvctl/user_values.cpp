@@ -31,7 +31,6 @@ uint32_t parse_uid(const Session &session, const std::string &name, const std::s
     const uint32_t uid = parse_number("the uid", text, MORV_GROUP_NO_GID - 1);
     MORVUSER *found = nullptr;
     clear_errors();
-    if (uid == 0) return uid;
     if (MORVUserGetByUID(uid, &found) != 0) {
         if (MLIBErrGet() != ERR_NO_SUCH_USER) fail_account(session, "look for the uid " + text);
         return uid;
