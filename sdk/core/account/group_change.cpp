@@ -156,13 +156,12 @@ class Change {
     }
 
     int check_limit() {
-        int limit;
-        if (read_limit("maxgroups", &limit) != 0) return 0;
         int there = 0;
         Walk walk(mirror_->store[kGroupName]);
         while (walk.next())
             there += is_listed_group(stored_text(walk.value), MORV_GROUP_LOCAL | MORV_GROUP_DOMAIN);
-        return walk.code ? walk.code : there < limit ? 0 : int{ERR_TOO_MANY_GROUPS};
+        if (walk.code) return walk.code;
+        return exceeds_limit("maxgroups", there, 1) ? int{ERR_TOO_MANY_GROUPS} : 0;
     }
 
     int plan_description(const char *text) {

@@ -497,13 +497,16 @@ int dump_users(Mirror &mirror) {
     const struct {
         AccountFile file;
         UserSlot slot;
+        UserSource source;
         bool (*is_account)(std::string_view);
-    } dumps[] = {{AccountFile::kSmbpasswd, kUserSmb, is_named_line},
-                 {AccountFile::kShadow, kUserShadow, is_named_line},
-                 {AccountFile::kPasswd, kUserName, is_system_line},
-                 {AccountFile::kMisc, kUserMisc, is_named_line}};
-    for (const auto &[file, slot, is_account] : dumps) {
+    } dumps[] = {{AccountFile::kSmbpasswd, kUserSmb, kFromSmbpasswd, is_named_line},
+                 {AccountFile::kShadow, kUserShadow, kFromShadow, is_named_line},
+                 {AccountFile::kPasswd, kUserName, kFromPasswd, is_system_line},
+                 {AccountFile::kMisc, kUserMisc, kFromMisc, is_named_line}};
+    for (const auto &[file, slot, source, is_account] : dumps) {
         if (const int code = files.load(file)) return code;
+        // A user whom another tool has added meanwhile would go.
+        if (mirror.source[source] != state_of(files.read_state(file))) return ERR_STORE_INVALID;
         LineEdits edits(LineEdits::kGo);
         Walk walk(mirror.store[slot]);
         while (walk.next()) {
