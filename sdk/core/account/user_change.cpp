@@ -35,7 +35,6 @@ constexpr std::string_view kHomes = "/var/services/homes/";
 constexpr std::string_view kUsersGroup = "USERS";
 constexpr mode_t kHomeMode = 0711;
 constexpr int kRounds = 5;
-constexpr uint32_t kMostId = INT32_MAX;  // lines hold ids with a sign, and other tools take none below 0
 
 // The accounts that the system itself relies on.
 bool must_stay(std::string_view key) noexcept {
