@@ -208,8 +208,8 @@ MORV_API int MORVShareDelete(const char *name) MORV_NOEXCEPT;
  *   ERR_DEVICE_BUSY        something is mounted in `from`, which a copy would leave out
  *   ERR_NOT_ENOUGH_SPACE, ERR_READ_FAILED, ERR_WRITE_FAILED, ERR_ACCESS_DENIED, ERR_CREATE_FAILED, ERR_RENAME_FAILED,
  *   ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY
- * After a failure `from` is as it was and `to` is gone; when the process is killed `from` is whole, or `to` is and `from` is in "@tmp",
- * and there is never a part of `to`. */
+ * After a failure `from` is as it was and `to` is gone. When the process is killed `from` is whole, or `to` is and
+ * `from` is in "@tmp"; a part of `to` is never there. */
 MORV_API int ShareMove(const char *from, const char *to) MORV_NOEXCEPT;
 
 /* The same without removing `from`, and always by a copy. */

@@ -21,8 +21,8 @@ namespace {
 
 constexpr char kProgressFile[] = "/tmp/sharecopy.info";
 
-// Nobody waits for it: what cannot be published is not. Everybody may write in the folder, so that the file is put in
-// place without looking at what is there.
+// Nobody waits for it: what cannot be published is not. Everybody may write in the folder, so that the file
+// is put in place without looking at what is there.
 void publish(void *, uint64_t bytes) noexcept {
     char line[64];
     const int length = snprintf(line, sizeof line, "COPY_FILE_SIZE=\"%" PRIu64 "\"\n", bytes);

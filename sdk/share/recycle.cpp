@@ -27,8 +27,9 @@ constexpr char kPidFile[] = "/tmp/cleanrecycle.pid";
 constexpr char kBin[] = "#recycle";
 constexpr char kStem[] = "recycle";
 
-// Opens the pid file; nothing with errno ENOENT when it is missing and not to be made. It lies where everybody can
-// write: what is not ours counts as missing. Others cannot open ours, so that nobody else can lock it.
+// Opens the pid file; nothing with errno ENOENT when it is missing and not to be made. It lies where
+// everybody can write: what is not ours counts as missing. Others cannot open ours, so that nobody else can
+// lock it.
 UniqueFd open_pid_file(bool make) noexcept {
     const SysPath path(kPidFile);
     for (int tries = 0; tries < 2; ++tries) {

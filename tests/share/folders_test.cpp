@@ -32,7 +32,8 @@ void set_times(const std::string &path, time_t seconds, long nanoseconds) {
     utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
 }
 
-// Everything that a copy has to keep, by the path in the tree. Files with several names show the first of them.
+// Everything that a copy has to keep, by the path in the tree. Files with several names show the first of
+// them.
 std::map<std::string, std::string> describe(const std::string &top) {
     std::map<std::string, std::string> found;
     std::map<ino_t, std::string> first_names;

@@ -66,8 +66,8 @@ int copy_properties(int from, int to, const struct stat &st) noexcept {
     return 0;
 }
 
-// Copies some of the bytes from `at` to `end`. Answers how many, 0 at the end of the file, -1 for a failed read and
-// -2 for a failed write.
+// Copies some of the bytes from `at` to `end`. Answers how many, 0 at the end of the file, -1 for a failed
+// read and -2 for a failed write.
 ssize_t TreeCopy::copy_block(int from, int to, off_t at, off_t end) noexcept {
     if (in_kernel_) {
         off_t in = at, out = at;
