@@ -29,8 +29,8 @@ int clean_all() {
         char path[PATH_MAX];
         // One that was removed meanwhile has no bin to empty.
         if (MORVSharePathGet(names->pszItem[i], path, int(sizeof path)) != 0) continue;
-        folders.emplace_back(path);
-        if (strcasecmp(names->pszItem[i], "homes") == 0) homes.emplace_back(path);
+        folders.emplace_back(SysPath(path).c_str());
+        if (strcasecmp(names->pszItem[i], "homes") == 0) homes.push_back(folders.back());
     }
     return start_cleaning(folders, homes);
 }

@@ -20,8 +20,6 @@
 #include "support/scratch.h"
 #include "support/sys_fault.h"
 
-void set_stand_in(const std::vector<std::string> &paths);
-
 namespace {
 
 using namespace testing_support;
@@ -376,12 +374,13 @@ struct Bins : ScratchRoot {
         symlink(path("outside").c_str(), path("vol/homes/eve").c_str());
         symlink(path("outside").c_str(), path("vol/homes/ben/#recycle").c_str());
         chmod(path("vol/music/#recycle").c_str(), 01777);
-        set_stand_in({path("vol/music"), path("vol/homes"), path("vol/gone")});
+        for (const char *file : {"etc/passwd", "etc/shadow", "etc/group", "etc/group_desc",
+                                 "etc/morvuser.conf", "usr/morv/etc/private/smbpasswd"})
+            write(file, "");
+        write("usr/morv/etc/smb.conf",
+              "[music]\npath=/vol/music\n[homes]\npath=/vol/homes\n[gone]\npath=/vol/gone\n");
     }
-    ~Bins() {
-        MORVShareRecycleCleanStop();
-        set_stand_in({});
-    }
+    ~Bins() { MORVShareRecycleCleanStop(); }
 };
 
 TEST(RecycleBins, AreEmptiedInTheBackground) {

@@ -22,8 +22,6 @@ size_t folder_length(const char *path) noexcept {
     return slash ? size_t(slash - path) + 1 : 0;
 }
 
-}
-
 }  // namespace
 
 bool follow_links(const char *path, char (&target)[PATH_MAX]) noexcept {
@@ -80,7 +78,8 @@ ReplacementFile::~ReplacementFile() {
 }
 
 int ReplacementFile::create() noexcept {
-    const int length = snprintf(temporary_, sizeof temporary_, "%s%s", target_, suffix_ ? suffix_ : ".XXXXXX");
+    const int length =
+        snprintf(temporary_, sizeof temporary_, "%s%s", target_, suffix_ ? suffix_ : ".XXXXXX");
     if (length < 0 || size_t(length) >= sizeof temporary_) {
         errno = ENAMETOOLONG;
         return ERR_OPEN_FAILED;

@@ -439,10 +439,14 @@ int mark_stores(Mirror &mirror) noexcept {
     return 0;
 }
 
+int publish_stores(Mirror &mirror) noexcept {
+    if (const int code = write_out(mirror)) return code;
+    if (const int code = mark_stores(mirror)) return code;
+    return write_out(mirror);
+}
+
 int publish_mirror(MirrorPtr mirror) noexcept {
-    if (const int code = write_out(*mirror)) return code;
-    if (const int code = mark_stores(*mirror)) return code;
-    return write_out(*mirror);
+    return publish_stores(*mirror);
 }
 
 void forget_mirror(const MirrorKind &kind) noexcept {

@@ -1,8 +1,11 @@
-// Where the fields of a packed share record are. Offsets of texts count from the record, which begins behind the
+// Packed share records: the values of the share store. Offsets of texts count from the record, which begins behind the
 // leading zero; the layout is that of a machine with pointers of 4 bytes, on every machine.
 #pragma once
 
 #include <stddef.h>
+#include <stdint.h>
+
+#include <string_view>
 
 namespace morv {
 
@@ -16,5 +19,18 @@ inline constexpr size_t packed_record = 44;  // the same less the zero's
 inline constexpr size_t packed_header = 48;  // here the texts begin
 
 inline constexpr size_t packed_text_count = 6;
+
+// A packed record, looked at where it lies.
+struct PackedShare {
+    const char *texts[packed_text_count];
+    int32_t access, browseable, ftp;
+
+    const char *name() const noexcept { return texts[0]; }
+    const char *path() const noexcept { return texts[2]; }
+
+    // Only the one form that packing makes is taken: sizes that agree, a name, texts one behind the other up to the
+    // last byte. Answers whether `packed` has it.
+    bool read(std::string_view packed) noexcept;
+};
 
 }  // namespace morv
