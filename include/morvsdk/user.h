@@ -75,7 +75,9 @@ typedef struct MORVUSER {
  *
  * ppUser: address of a record pointer that is null or holds a record, whose block is then used again and
  *         grown as needed. None of the texts may lie in that record.
- * Null texts count as empty ones; name must not be empty. The type follows from the name.
+ * Null texts count as empty ones, and empty ones are the last byte of the block; name must not be empty. So
+ * szPassword is never null here: it is the readers of domain users who set it to null afterwards. The type
+ * follows from the name.
  *
  * Returns 0, or -1 with
  *   ERR_BAD_PARAMETERS  ppUser is null, name is null or empty, or a text lies in the record to be used again
@@ -85,7 +87,8 @@ MORV_API int MORVUserAlloc(MORVUSER **ppUser, const char *name, const char *pass
                            int32_t expireDay, int32_t noPasswordChange, const char *extra,
                            int32_t privilege) MORV_NOEXCEPT;
 
-/* Frees a record, overwriting the password first; null is ignored. */
+/* Frees a record; null is ignored. The block is overwritten first, for the password in it; what the caller let
+ * szPassword point to elsewhere is the caller's. */
 MORV_API void MORVUserFree(MORVUSER *user) MORV_NOEXCEPT;
 
 /* Answers 1 for a valid user name: 1 to 64 UTF-8 characters; ASCII letters, digits, ".", "-", "_" and blanks
@@ -185,16 +188,17 @@ MORV_API int MORVUserDelete(const char *name) MORV_NOEXCEPT;
 /* ---- Expiry ---------------------------------------------------------------------------------------- */
 
 /* Turns a date "yyyy/mm/dd" into a day number (days since 1970-01-01).
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (null, or no such date, which is logged too). */
+ * Month and day may be of one digit, as MORVUserExpiredDateGet prints them.
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS (null; or, which is logged too, no such date, or one before 1970). */
 MORV_API int MORVUserExpiredDateFill(const char *text, int32_t *pDay) MORV_NOEXCEPT;
 
-/* Prints a day number as "yyyy/m/d" into buffer of size bytes.
+/* Prints a day number as "yyyy/m/d" into buffer of size bytes; 16 are enough for every day.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS (null, or day below 0) or ERR_NOT_ENOUGH_MEMORY (buffer too
  * small). */
 MORV_API int MORVUserExpiredDateGet(int32_t day, char *buffer, int size) MORV_NOEXCEPT;
 
 /* Answers 1 when an account that expires on that day is expired now: from local midnight at the end of the
- * day. Else 0. The time zone is the one of "/etc/TZ", which becomes the process's (environment variable
+ * day. Else 0, as for every day below 0. The time zone is the one of "/etc/TZ", which becomes the process's (environment variable
  * "TZ"). */
 MORV_API int MORVUserIsExpired(int32_t expireDay) MORV_NOEXCEPT;
 

@@ -31,11 +31,11 @@ int make_unix_group(std::string_view name, std::string_view password, gid_t gid,
     size_t count = 0;
     for (std::string_view rest = members; !take_member(rest).empty();)
         ++count;
-    const size_t texts = name.size() + password.size() + members.size() + 3;
+    const uint64_t texts = uint64_t{name.size()} + password.size() + members.size() + 3;
     const uint64_t pointers = uint64_t{count + 1} * sizeof(char *);
-    if (texts > INT_MAX || sizeof(struct group) + pointers + texts > INT_MAX) return ERR_OUT_OF_MEMORY;
+    if (sizeof(struct group) + pointers + texts > INT_MAX) return ERR_OUT_OF_MEMORY;
     const auto header = static_cast<size_t>(sizeof(struct group) + pointers);
-    if (int code = lend_buffer(buffer, size, header + texts)) return code;
+    if (int code = lend_buffer(buffer, size, header + size_t(texts))) return code;
 
     auto *const made = static_cast<struct group *>(*buffer);
     char *at = static_cast<char *>(*buffer) + header;

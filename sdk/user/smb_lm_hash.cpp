@@ -14,8 +14,8 @@ namespace {
 constexpr int kMost = 14;  // bytes that count
 constexpr const char *kCodePage = "ibm-850";
 
-// The first characters of `text` upper-cased, one for one as the method has it ("ß" stays): enough for the bytes
-// that count. Answers the number of UTF-16 units, or -1 for what is not UTF-8.
+// The first characters of `text` upper-cased, one for one as the method has it ("ß" stays): enough for the
+// bytes that count. Answers the number of UTF-16 units, or -1 for what is not UTF-8.
 int upper_units(const char *text, UChar (&units)[2 * kMost]) noexcept {
     const auto *at = reinterpret_cast<const uint8_t *>(text);
     int length = 0;
@@ -30,7 +30,8 @@ int upper_units(const char *text, UChar (&units)[2 * kMost]) noexcept {
     return length;
 }
 
-// The bytes in the code page, zeros behind them. Answers whether there are such; *code as of the allocation.
+// The bytes in the code page, zeros behind them. Answers whether there are such; *code as of the
+// allocation.
 bool to_code_page(const char *text, char (&bytes)[kMost], int *code) noexcept {
     UChar units[2 * kMost];
     const int length = upper_units(text, units);

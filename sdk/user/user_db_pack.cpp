@@ -21,10 +21,10 @@ extern "C" int MORVUserDBPack(const MORVUSER *user, char *buffer, int size) noex
     const std::string_view clear(description);
     const auto escapes =
         std::count_if(clear.begin(), clear.end(), [](char c) { return c == ':' || c == ';'; });
-    const size_t encoded = clear.size() + size_t(escapes);
-    const size_t head = strlen(user->szName) + strlen(numbers);
-    const size_t tail = strlen(home) + strlen(shell) + sizeof "::";
-    if (size < 0 || head + encoded + tail > size_t(size)) return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
+    const uint64_t encoded = clear.size() + uint64_t(escapes);
+    const uint64_t head = strlen(user->szName) + strlen(numbers);
+    const uint64_t tail = strlen(home) + strlen(shell) + sizeof "::";
+    if (size < 0 || head + encoded + tail > uint64_t(size)) return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
 
     char *at = buffer + snprintf(buffer, size_t(size), "%s%s", user->szName, numbers);
     if (MLIBStrEncodeColon(description, at, int(encoded)) < 0) return -1;

@@ -6,8 +6,8 @@
 #include "core/base/fail.h"
 #include "core/base/log.h"
 
-// Cuts a number of at most `most` digits and what ends it (0: the end of the text) off `text`; -1 when there is
-// none.
+// Cuts a number of at most `most` digits and what ends it (0: the end of the text) off `text`; -1 when
+// there is none.
 static int take_number(std::string_view &text, size_t most, char end) noexcept {
     int number = 0;
     size_t at = 0;

@@ -195,7 +195,8 @@ std::string hex(const uint8_t (&hash)[16]) {
     return text;
 }
 
-// The expected hashes come from `openssl enc -des-ecb` and `openssl dgst -md4`, given what each method encrypts.
+// The expected hashes come from `openssl enc -des-ecb` and `openssl dgst -md4`, given what each method
+// encrypts.
 TEST(SmbHashes, AreThoseThatFileServersExpect) {
     const struct {
         const char *password, *lm, *nt;

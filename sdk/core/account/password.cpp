@@ -55,7 +55,7 @@ int hash_password(const char *clear, const char *old_hash, PasswordHash *hash) n
     if (strnlen(clear, CRYPT_MAX_PASSPHRASE_SIZE) == CRYPT_MAX_PASSPHRASE_SIZE) return ERR_BAD_PARAMETERS;
     const Setting setting = setting_for(old_hash ? old_hash : ""sv);
     crypt_data data = {};  // it holds a copy of the password in the end
-    const char *const made = crypt_r(clear, setting.text, &data);
+    const char *const made = crypt_rn(clear, setting.text, &data, sizeof data);
     const bool is_made =
         made && std::string_view(made).starts_with(kMethod) && strlen(made) < sizeof hash->text;
     if (is_made) memcpy(hash->text, made, strlen(made) + 1);

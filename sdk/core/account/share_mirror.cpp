@@ -48,7 +48,8 @@ int build(Mirror &mirror) noexcept {
 }  // namespace
 
 const MirrorKind share_mirror_kind = {
-    "/tmp/.db.morvshare.0957", "/tmp/.db.morvshare.tmp", "/tmp/lock/mirror_share", kStores, kSources, build};
+    "/tmp/.db.morvshare.0957", "/tmp/.db.morvshare.tmp", "/tmp/lock/mirror_share", kStores, kSources, build,
+    "MORVShareDBRebuild"};
 
 int AccountMirrors::open() noexcept {
     int code = open_mirror(group_mirror_kind, Extent::kFirst, &groups);

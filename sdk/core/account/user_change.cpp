@@ -41,6 +41,11 @@ bool must_stay(std::string_view key) noexcept {
     return key == "ROOT" || key == "ADMIN" || key == "GUEST";
 }
 
+// Names that a home folder cannot have.
+bool is_dots(std::string_view name) noexcept {
+    return name == "." || name == "..";
+}
+
 bool is_field(const char *text) noexcept {
     return !text || !strpbrk(text, ":\n");
 }
@@ -159,17 +164,16 @@ class UserChanges {
     }
 
     static int check_limit(int adds) noexcept {
-        int limit;
         int there;
-        if (read_limit("maxaccounts", &limit) != 0) return 0;
         if (const int code = count_users(MORV_USER_LOCAL | MORV_USER_DOMAIN, &there)) return code;
-        return limit - there < adds ? int{ERR_TOO_MANY_USERS} : 0;
+        return exceeds_limit("maxaccounts", there, adds) ? int{ERR_TOO_MANY_USERS} : 0;
     }
 
     int plan(const UserChange &change, Plan &p) {
         if (change.user) {
             p.name = change.user->szName;
-            if (!BlMLIBIsUserName(p.name.c_str()) || !upper_name(p.name, p.key)) return ERR_INVALID_USERNAME;
+            if (!BlMLIBIsUserName(p.name.c_str()) || is_dots(p.name) || !upper_name(p.name, p.key))
+                return ERR_INVALID_USERNAME;
             if (!has_sound_fields(*change.user)) return ERR_BAD_PARAMETERS;
             if (!taken_names_.insert(p.key).second) return ERR_USER_EXISTS;
         }
@@ -219,6 +223,7 @@ class UserChanges {
         if (!p.adds()) {
             if (const int code = make_user_ptr(p.old_lines, &old)) return code;
         }
+        if (wanted.uid > kMostId || wanted.gid > kMostId) return ERR_BAD_PARAMETERS;
         if (p.adds() && wanted.uid == 0) {
             if (const int code = find_uid_for(&wanted.uid)) return code;
         } else if (!old || old->uid != wanted.uid) {
@@ -355,7 +360,7 @@ class UserChanges {
             const std::string_view home = p.home;
             if (!home.starts_with(kHomes)) continue;
             const std::string_view name = home.substr(kHomes.size());
-            if (name.empty() || name == "." || name == ".." || name.find('/') != name.npos) continue;
+            if (name.empty() || is_dots(name) || name.find('/') != name.npos) continue;
             if (const int code = make_home(p)) return code;
         }
         return 0;
@@ -376,9 +381,10 @@ class UserChanges {
 
     // ---- The mirrors -----------------------------------------------------------------------------------
 
-    // The files are what counts by now: a mirror that cannot be brought up to date is built anew by its next reader.
+    // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and its next
+    // reader builds it anew.
     void update_mirrors() {
-        if (update_users() != 0) forget_mirror(user_mirror_kind);
+        update_users();
         if (names_new_users_in_groups_) {
             forget_mirror(group_mirror_kind);
         } else if (files_->changes(AccountFile::kGroup)) {
@@ -468,7 +474,8 @@ int put_user(Mirror &mirror, const std::string &old_key, const MORVUSER &user) {
     UserLines lines;
     if (!old_key.empty()) {
         if (const int code = read_all_lines(mirror, old_key, &old)) return code;
-    } else {
+    }
+    if (key != old_key) {
         std::string_view there;
         const int code = find_record(mirror.store[kUserName], store_key(key), &there);
         if (code == 0) return ERR_USER_EXISTS;
@@ -500,7 +507,11 @@ int dump_users(Mirror &mirror) {
         Walk walk(mirror.store[slot]);
         while (walk.next()) {
             const std::string_view line = line_of(walk.value);
-            if (!is_domain_name(first_field(line))) edits.put(stored_text(walk.key), line);
+            if (is_domain_name(first_field(line))) {
+                edits.keep(stored_text(walk.key));
+            } else {
+                edits.put(stored_text(walk.key), line);
+            }
         }
         if (walk.code) return walk.code;
         std::string text;

@@ -1,7 +1,7 @@
 // Listing users.
 #pragma once
 
-#include <morvsdk/list.h>
+#include <morvsdk/user.h>
 
 namespace morv {
 

@@ -1,6 +1,6 @@
 #include "core/text/name_rule.h"
 
-#include <string_view>
+#include <stddef.h>
 
 #include "core/text/case.h"
 
@@ -21,7 +21,7 @@ bool is_account_name(const char *name, int most) noexcept {
         const bool begins_character = (c & 0xC0) != 0x80;
         if (begins_character && ++characters > most) return false;
         // Valid texts have at most three such bytes in a row; this one may have no end.
-        if (at - name >= 4 * most) return false;
+        if (at - name >= ptrdiff_t{4} * most) return false;
     }
     return at[-1] != ' ' && utf8_valid(name);
 }
