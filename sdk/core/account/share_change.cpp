@@ -277,14 +277,13 @@ class ShareChange : ConfChange {
     }
 
     int check_limit() {
-        int limit;
-        if (read_limit("maxshares", &limit) != 0 || limit <= 0) return 0;
         int there = 0;
         const int code = walk_shares(*mirror_, [&](const PackedShare &) {
             ++there;
             return 0;
         });
-        return code == 0 && there >= limit ? int{ERR_TOO_MANY_SHARES} : code;
+        if (code) return code;
+        return exceeds_limit("maxshares", there, 1) ? int{ERR_TOO_MANY_SHARES} : 0;
     }
 
     int edit_sections(const Accounts &accounts) {
