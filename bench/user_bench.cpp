@@ -95,8 +95,9 @@ std::string text_of(const ThreeLines &lines) {
                                  static_cast<unsigned>(atoi(field(passwd, 2).data()))});
 }
 
+// To read and write, as a mirror is: to read only, the library below maps the file.
 DB *open_bare(const std::string &path) {
-    DB *const db = dbopen(path.c_str(), O_RDONLY, 0, DB_BTREE, nullptr);
+    DB *const db = dbopen(path.c_str(), O_RDWR, 0, DB_BTREE, nullptr);
     if (!db) give_up("cannot open " + path);
     return db;
 }

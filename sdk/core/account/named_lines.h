@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include <bitset>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,6 +14,18 @@ namespace morv {
 
 // Upper-cases a name to `key`. False for one that is not valid UTF-8: no account can be found by it.
 bool upper_name(std::string_view name, std::string &key);
+
+// Some upper-cased names, of which it tells most others apart without upper-casing them.
+class KeyFilter {
+  public:
+    void add(std::string_view key) noexcept;
+
+    // False: none of the keys is this name's.
+    bool may_have(std::string_view name) const noexcept;
+
+  private:
+    std::bitset<128> first_;  // bytes that keys begin with; others than ASCII are let through
+};
 
 // What stands before the first separator.
 inline std::string_view first_field(std::string_view line) noexcept {
@@ -49,8 +62,11 @@ class LineEdits {
         int line = -1;     // in lines_; -1: the line goes
         bool all = false;  // also of further lines with the name
     };
+    void enter(std::string_view key, Edit edit);
+
     Others others_;
     std::unordered_map<std::string, Edit> edits_;
+    KeyFilter keys_;
     std::vector<std::string> lines_;
 };
 

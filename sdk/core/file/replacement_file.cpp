@@ -122,7 +122,8 @@ ReplacementFile::~ReplacementFile() {
 }
 
 int ReplacementFile::create() noexcept {
-    const int length = snprintf(temporary_, sizeof temporary_, "%s%s", target_, suffix_ ? suffix_ : ".XXXXXX");
+    const int length =
+        snprintf(temporary_, sizeof temporary_, "%s%s", target_, suffix_ ? suffix_ : ".XXXXXX");
     if (length < 0 || size_t(length) >= sizeof temporary_) {
         errno = ENAMETOOLONG;
         return ERR_OPEN_FAILED;
@@ -173,6 +174,11 @@ int ReplacementFile::write(std::string_view content) noexcept {
     // For all but root writing clears them, too.
     if ((mode_ & (S_ISUID | S_ISGID)) && fchmod(fd_.get(), mode_) != 0) return ERR_WRITE_FAILED;
     return 0;
+}
+
+// A hint: it is complete() that answers for the file.
+void ReplacementFile::start_sync() noexcept {
+    sync_file_range(fd_.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
 }
 
 int ReplacementFile::commit() noexcept {
