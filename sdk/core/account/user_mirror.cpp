@@ -57,6 +57,23 @@ int store_ids(MORVBDB *ids, std::vector<IdName> &pairs) {
     return 0;
 }
 
+// One pair for each name of an id: lines may be there twice.
+void drop_repeated(std::vector<IdName> &pairs) {
+    std::stable_sort(pairs.begin(), pairs.end(),
+                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
+    size_t kept = 0;
+    size_t first = 0;  // of those with the same id
+    for (IdName &pair : pairs) {
+        if (kept == first || pairs[first].id.view() != pair.id.view()) first = kept;
+        const bool is_there = std::any_of(pairs.begin() + first, pairs.begin() + kept,
+                                          [&](const IdName &p) { return p.name == pair.name; });
+        if (is_there) continue;
+        if (&pairs[kept] != &pair) pairs[kept] = std::move(pair);
+        ++kept;
+    }
+    pairs.erase(pairs.begin() + kept, pairs.end());
+}
+
 int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_view)) {
     std::vector<IdName> ids;
     const EachLine each = [&](std::string_view key, std::string_view line) {
@@ -67,6 +84,7 @@ int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_vie
     };
     if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each))
         return code;
+    drop_repeated(ids);
     return store_ids(mirror.store[kUserUid], ids);
 }
 
@@ -219,7 +237,8 @@ int read_user_lines(Mirror &mirror, std::string_view key, UserLines *lines) {
 int make_user(const UserLines &lines, MORVUSER **user) noexcept {
     return no_throw([&]() -> int {
         std::string_view passwd[kPasswdFields];
-        if (split_fields(lines.passwd, ':', passwd) != kPasswdFields) return ERR_FORMAT_ERROR;
+        if (split_fields(lines.passwd, ':', passwd) != kPasswdFields || passwd[0].empty())
+            return ERR_FORMAT_ERROR;
         const std::string name(passwd[0]);
         const auto uid = static_cast<uint32_t>(leading_number(passwd[2]));
         const auto gid = static_cast<uint32_t>(leading_number(passwd[3]));
