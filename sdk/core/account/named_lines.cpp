@@ -28,11 +28,6 @@ std::string marker_of(std::string_view word) {
     return std::string("#$").append(word).append("$");
 }
 
-std::string_view find_marker_line(std::string_view text, std::string_view marker) noexcept {
-    const size_t at = text.find(marker);
-    return at == text.npos ? std::string_view() : line_around(text, at);
-}
-
 }  // namespace
 
 bool upper_name(std::string_view name, std::string &key) {
@@ -198,18 +193,20 @@ int find_marker(std::string_view text, std::string_view word, int least, int mos
     return -1;
 }
 
-void set_marker(std::string_view text, std::string_view word, int number, std::string &out) {
+bool set_marker(std::string_view text, std::string_view word, int number, std::string &out) {
     const std::string marker = marker_of(word);
-    const std::string line = marker + std::to_string(number) + "$";
-    const std::string_view old = find_marker_line(text, marker);
-    if (old.empty()) {
+    const std::string filled = marker + std::to_string(number) + "$";
+    const size_t at = text.find(marker);
+    if (at == text.npos) {
         out.append(text);
-        add_line(out, line);
-        return;
+        add_line(out, filled);
+        return false;
     }
-    const auto at = static_cast<size_t>(old.data() - text.data());
-    out.append(text, 0, at).append(line).push_back('\n');
-    out.append(text, at + old.size());
+    // Not the whole line: it may be somebody's.
+    size_t end = std::min(text.find_first_not_of("0123456789", at + marker.size()), text.size());
+    if (end < text.size() && text[end] == '$') ++end;
+    out.append(text, 0, at).append(filled).append(text, end);
+    return is_named_line(line_around(text, at));
 }
 
 }  // namespace morv
