@@ -146,24 +146,33 @@ void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), 
     }
 }
 
+// Quotes may stand around one item or around the list.
+static std::string_view without_quotes(std::string_view item) noexcept {
+    if (item.starts_with('"')) item.remove_prefix(1);
+    if (item.ends_with('"')) item.remove_suffix(1);
+    return trim_blanks(item);
+}
+
 bool Items::next() noexcept {
     while (!rest_.empty()) {
         const size_t comma = rest_.find(',');
-        item = trim_blanks(rest_.substr(0, comma));
+        item = without_quotes(trim_blanks(rest_.substr(0, comma)));
         rest_ = comma == rest_.npos ? std::string_view() : rest_.substr(comma + 1);
         if (!item.empty()) return true;
     }
     return false;
 }
 
-bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out) {
+bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out,
+               Quotes quotes) {
     bool found = false;
     bool first = true;
     std::string upper;
     for (size_t from = 0; from <= list.size();) {
         const size_t comma = std::min(list.find(',', from), list.size());
         const std::string_view piece = list.substr(from, comma - from);
-        const std::string_view item = trim_blanks(piece);
+        const std::string_view whole = trim_blanks(piece);
+        const std::string_view item = without_quotes(whole);
         from = comma + 1;
         const bool is_it = !item.empty() && upper_name(item, upper) && upper == key;
         found |= is_it;
@@ -175,7 +184,10 @@ bool edit_list(std::string_view list, std::string_view key, std::string_view nam
             continue;
         }
         const auto before = static_cast<size_t>(item.data() - piece.data());
-        out.append(piece, 0, before).append(name).append(piece, before + item.size());
+        const bool adds = quotes == Quotes::kBlanks && item == whole && name.find(' ') != name.npos;
+        const std::string_view quote = adds ? "\"" : "";
+        out.append(piece, 0, before).append(quote).append(name).append(quote);
+        out.append(piece, before + item.size());
     }
     return found;
 }
