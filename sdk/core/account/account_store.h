@@ -31,6 +31,9 @@ struct IdKey {
     std::string_view view() const noexcept { return {text, sizeof text}; }
 };
 
+// Lines hold ids with a sign, and other tools take none below 0.
+inline constexpr uint32_t kMostId = INT32_MAX;
+
 // A source as it was read: its text, and its state at that time.
 struct SourceText {
     FileText text;

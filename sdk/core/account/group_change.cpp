@@ -75,8 +75,9 @@ class Change {
             if (const int code = plan()) return code;
             if (const int code = edit_files()) return code;
             if (const int code = files_->commit(record)) return code;
-            // The files are what counts by now: a mirror that cannot be brought up to date is built anew.
-            if (update_mirror() != 0) forget_mirror(group_mirror_kind);
+            // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and
+            // its next reader builds it anew.
+            update_mirror();
             if (is_named_in_shares_) forget_mirror(share_mirror_kind);
             return 0;
         }
@@ -119,7 +120,7 @@ class Change {
             if (!p.adds() && is_system_group(p.old_line)) return ERR_INVALID_GROUPNAME;
         }
         if (!upper_name(p.name, p.key)) return ERR_INVALID_GROUPNAME;
-        if (!is_field(or_empty(group.szMembers)) || group.gid == MORV_GROUP_NO_GID) return ERR_BAD_PARAMETERS;
+        if (!is_field(or_empty(group.szMembers)) || group.gid > kMostId) return ERR_BAD_PARAMETERS;
         if (p.key != p.old_key) {
             if (const int code = check_free(*mirror_, p.key)) return code;
         }
@@ -236,7 +237,7 @@ class Change {
 
     // ---- The mirror ------------------------------------------------------------------------------------
 
-    int update_mirror() {
+    int update_mirror() noexcept {
         const Plan &p = plan_;
         if (!files_->changes(AccountFile::kGroup) && !files_->changes(AccountFile::kGroupDesc)) return 0;
         if (!p.adds() && p.line != p.old_line) {

@@ -35,7 +35,6 @@ constexpr std::string_view kHomes = "/var/services/homes/";
 constexpr std::string_view kUsersGroup = "USERS";
 constexpr mode_t kHomeMode = 0711;
 constexpr int kRounds = 5;
-constexpr uint32_t kMostId = INT32_MAX;  // lines hold ids with a sign, and other tools take none below 0
 
 // The accounts that the system itself relies on.
 bool must_stay(std::string_view key) noexcept {
@@ -67,14 +66,18 @@ using UserPtr = std::unique_ptr<MORVUSER, UserFreer>;
 
 int make_user_ptr(const UserLines &lines, UserPtr *user) noexcept {
     MORVUSER *made = nullptr;
-    const int code = make_user(lines, &made);
+    const int code = make_user({lines.passwd, lines.shadow, lines.misc}, &made);
     user->reset(made);
     return code;
 }
 
 // All lines that a user has.
 int read_all_lines(Mirror &mirror, const std::string &key, UserLines *lines) {
-    if (const int code = read_user_lines(mirror, key, lines)) return code;
+    UserText text;
+    if (const int code = find_user(mirror, key.c_str(), &text)) return code;
+    lines->passwd = text.passwd;
+    lines->shadow = text.shadow;
+    lines->misc = text.misc;
     std::string_view value;
     const int code = find_record(mirror.store[kUserSmb], store_key(key), &value);
     if (code == 0) lines->smb.assign(stored_text(value));
