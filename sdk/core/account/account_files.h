@@ -87,6 +87,9 @@ class FileChanges {
 // account families must be held exclusively. Answers 0 or an error code.
 int finish_interrupted() noexcept;
 
+// Removes new versions that nobody decided on, of the files under these locks, which must be held exclusively.
+void drop_undecided(uint32_t locks) noexcept;
+
 // Whether there is something to finish that concerns the files under these locks.
 bool is_interrupted(uint32_t locks) noexcept;
 
@@ -97,7 +100,8 @@ int rename_versions(std::span<const AccountFile> files, AccountFile *failed) noe
 // Removes the new versions that exist. Answers 0 or ERR_ACCESS_DENIED, and then the last file it failed on.
 int remove_versions(std::span<const AccountFile> files, AccountFile *failed) noexcept;
 
-// "/etc/passwd"
+// "/etc/passwd", and what its new version has behind that: ".tmp"
 const char *path_of(AccountFile file) noexcept;
+const char *suffix_of(AccountFile file) noexcept;
 
 }  // namespace morv

@@ -44,21 +44,6 @@ constexpr size_t kPasswdFields = 7;
 constexpr size_t kShadowFields = 9;
 constexpr size_t kSmbFields = 7;
 
-// Pairs of an id and the name that has it, in the order of the ids.
-struct IdName {
-    IdKey id;
-    std::string name;
-};
-
-int store_ids(MORVBDB *ids, std::vector<IdName> &pairs) {
-    std::stable_sort(pairs.begin(), pairs.end(),
-                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
-    for (const IdName &pair : pairs) {
-        if (const int code = put_record(ids, pair.id.view(), pair.name)) return code;
-    }
-    return 0;
-}
-
 int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_view)) {
     std::vector<IdName> ids;
     const EachLine each = [&](std::string_view key, std::string_view line) {
@@ -191,7 +176,8 @@ const char *or_empty(const char *text) noexcept {
 }  // namespace
 
 const MirrorKind user_mirror_kind = {
-    "/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user", kStores, kSources, build};
+    "/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user", kStores, kSources,
+    build,           "MORVUserDBRebuild"};
 
 int build_local_users(Mirror &mirror) noexcept {
     std::unique_ptr<SourceText> passwd(new (std::nothrow) SourceText);
@@ -387,20 +373,8 @@ int erase_user(Mirror &mirror, const std::string &key) noexcept {
 }
 
 int find_uid(Mirror &mirror, uint32_t uid, std::string &key) {
-    if (const int code = need_store(mirror, kUserUid)) return code;
-    const IdKey id(uid);
-    for (Walk walk(mirror.store[kUserUid], id.view()); walk.next();) {
-        // Ids of more than six digits share keys.
-        std::string name(stored_text(walk.value));
-        std::string_view line;
-        uint32_t found;
-        if (find_record(mirror.store[kUserName], store_key(name), &line) == 0 &&
-            parse_id(line_of(line), &found) == 0 && found == uid) {
-            key = std::move(name);
-            return 0;
-        }
-    }
-    return ERR_NO_SUCH_USER;
+    const int code = find_id(mirror, kUserName, kUserUid, uid, key);
+    return code == ERR_KEY_NOT_FOUND ? int{ERR_NO_SUCH_USER} : code;
 }
 
 bool is_listed_user(std::string_view line, int mask) noexcept {
