@@ -2,8 +2,6 @@
 #include <morvsdk/share.h>
 #include <unistd.h>
 
-#include <unordered_map>
-
 #include "account_bench.h"
 
 namespace bench {
@@ -12,31 +10,35 @@ namespace {
 
 constexpr char kSomeShare[] = "share128";
 
-using Section = std::unordered_map<std::string, std::string>;
-
 std::string_view trimmed(std::string_view text) {
     const size_t begin = text.find_first_not_of(" \t");
     if (begin == text.npos) return {};
     return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
 }
 
-// Calls `see` with the name and the keys of each section.
-template <class F>
-void split(F see) {
-    std::string name;
-    Section section;
-    for_each_line(read_file(accounts().path("/usr/morv/etc/smb.conf")), [&](std::string_view line) {
+// A section and its keys, where they stand in the text.
+struct Section {
+    std::string_view name;
+    std::vector<std::pair<std::string_view, std::string_view>> keys;
+};
+
+std::vector<Section> split(const std::string &text) {
+    std::vector<Section> all;
+    for_each_line(text, [&](std::string_view line) {
         line = trimmed(line);
         if (line.empty() || line[0] == '#' || line[0] == ';') return;
+        const size_t equals = line.find('=');
         if (line[0] == '[') {
-            if (!name.empty()) see(name, section);
-            name = line.substr(1, line.size() - 2);
-            section.clear();
-        } else if (const size_t equals = line.find('='); equals != line.npos) {
-            section[std::string(trimmed(line.substr(0, equals)))] = trimmed(line.substr(equals + 1));
+            all.push_back({line.substr(1, line.size() - 2), {}});
+        } else if (equals != line.npos && !all.empty()) {
+            all.back().keys.emplace_back(trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)));
         }
     });
-    if (!name.empty()) see(name, section);
+    return all;
+}
+
+std::string configuration() {
+    return read_file(accounts().path("/usr/morv/etc/smb.conf"));
 }
 
 const Area shares([] {
@@ -58,10 +60,11 @@ const Area shares([] {
                   MLIBSzListFree(names);
               })
         .side("floor", [](auto see) {
+            const std::string text = configuration();
             std::vector<std::string> all;
-            split([&](const std::string &name, const Section &) {
-                if (name != "global") all.push_back(name);
-            });
+            for (const Section &section : split(text)) {
+                if (section.name != "global") all.emplace_back(section.name);
+            }
             see(static_cast<long long>(all.size()));
         });
 
@@ -72,10 +75,14 @@ const Area shares([] {
                   see(static_cast<const char *>(share->szPath));
               })
         .side("floor", [](auto see) {
+            const std::string text = configuration();
             std::string path;
-            split([&](const std::string &name, const Section &section) {
-                if (name == kSomeShare) path = section.at("path");
-            });
+            for (const Section &section : split(text)) {
+                if (section.name != kSomeShare) continue;
+                for (const auto &[key, value] : section.keys) {
+                    if (key == "path") path = value;
+                }
+            }
             see(path);
         });
 });
