@@ -71,7 +71,7 @@ struct IdName {
     IdKey id;
     std::string name;
 };
-int store_ids(MORVBDB *ids, std::vector<IdName> &pairs);
+int store_ids(MORVBDB *ids, const std::vector<IdName> &pairs);
 
 // The upper-cased name of the first account that has an id, by the stores in these slots.
 // ERR_KEY_NOT_FOUND. May throw std::bad_alloc.

@@ -20,6 +20,7 @@
 #include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/store/records.h"
+#include "core/store/sorted_records.h"
 #include "core/system/command.h"
 #include "core/text/fields.h"
 #include "core/text/lines.h"
@@ -211,17 +212,21 @@ int build_domain_users(Mirror &mirror) noexcept {
         if (access(SysPath(kDomainTool).c_str(), X_OK) != 0) return int{ERR_SYS_UNKNOWN};
         if (const int code = capture_tool(output, "/usr/bin/getent -s winbind passwd", {})) return code;
         std::vector<IdName> ids;
-        // The tool's text is this function's own: its lines are stored where they stand.
+        SortedRecords names;
         std::string key;
         for (std::string_view whole : Lines(output)) {
             const std::string_view line = without_line_feed(whole);
             uint32_t uid;
             if (!is_domain_line(line) || parse_id(line, &uid) != 0 || !upper_name(first_field(line), key))
                 continue;
-            if (const int code = put_line(mirror.store[kUserName], key, std::string(line))) return code;
+            // The tool's text is this function's own: its lines are stored where they stand, a NUL for the line feed.
+            const auto end = static_cast<size_t>(line.data() - output.data()) + line.size();
+            if (end < output.size()) output[end] = '\0';
             key.push_back('\0');
+            names.add(key, {line.data(), line.size() + 1});
             ids.push_back({IdKey(uid), key});
         }
+        if (const int code = names.put_all(mirror.store[kUserName], SortedRecords::kLast)) return code;
         if (const int code = store_ids(mirror.store[kUserUid], ids)) return code;
         return MORVBDbDomainExpireTimeSet(mirror.store[kUserName]) == 0 ? 0 : MLIBErrGet();
     });
