@@ -11,10 +11,6 @@ namespace morv {
 
 namespace {
 
-bool is_ascii(std::string_view text) noexcept {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) > 0; });
-}
-
 size_t count_separators(std::string_view line, size_t enough) noexcept {
     size_t count = 0;
     for (size_t at = line.find(':'); at != line.npos && count < enough; at = line.find(':', at + 1))
@@ -32,21 +28,16 @@ std::string marker_of(std::string_view word) {
     return std::string("#$").append(word).append("$");
 }
 
-std::string_view find_marker_line(std::string_view text, std::string_view marker) noexcept {
-    const size_t at = text.find(marker);
-    return at == text.npos ? std::string_view() : line_around(text, at);
-}
-
 }  // namespace
 
 bool upper_name(std::string_view name, std::string &key) {
     key.assign(name);
-    if (is_ascii(name)) {
-        for (char &c : key) {
-            if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-        }
-        return true;
+    bool ascii = true;
+    for (char &c : key) {
+        ascii &= static_cast<signed char>(c) > 0;
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
     }
+    if (ascii) return true;
     const std::string source(name);
     if (source.find('\0') != source.npos) return false;
     const int64_t length = upper_length(source.c_str());
@@ -54,6 +45,16 @@ bool upper_name(std::string_view name, std::string &key) {
     key.resize(static_cast<size_t>(length));
     upper_write(source.c_str(), key.data());
     return true;
+}
+
+void KeyFilter::add(std::string_view key) noexcept {
+    if (!key.empty() && static_cast<signed char>(key[0]) >= 0) first_.set(static_cast<size_t>(key[0]));
+}
+
+bool KeyFilter::may_have(std::string_view name) const noexcept {
+    if (name.empty() || static_cast<signed char>(name[0]) < 0) return true;
+    const char c = name[0];
+    return first_.test(static_cast<size_t>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c));
 }
 
 bool is_named_line(std::string_view line) noexcept {
@@ -75,23 +76,28 @@ LinesByName index_lines(std::string_view text, bool (*is_line)(std::string_view)
     return lines;
 }
 
+void LineEdits::enter(std::string_view key, Edit edit) {
+    edits_[std::string(key)] = edit;
+    keys_.add(key);
+}
+
 void LineEdits::put(std::string_view key, std::string_view line) {
-    edits_[std::string(key)] = {static_cast<int>(lines_.size()), false, false};
+    enter(key, {static_cast<int>(lines_.size()), false, false});
     lines_.emplace_back(line);
 }
 
 void LineEdits::rename(std::string_view old_key, std::string_view key, std::string_view line) {
     drop(key);
-    edits_[std::string(old_key)] = {static_cast<int>(lines_.size()), true, false};
+    enter(old_key, {static_cast<int>(lines_.size()), true, false});
     lines_.emplace_back(line);
 }
 
 void LineEdits::keep(std::string_view key) {
-    edits_[std::string(key)] = {-1, false, true};
+    enter(key, {-1, false, true});
 }
 
 void LineEdits::drop(std::string_view key) {
-    edits_[std::string(key)] = {-1, true, false};
+    enter(key, {-1, true, false});
 }
 
 void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), std::string &out) const {
@@ -105,7 +111,9 @@ void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), 
     std::string key;
     for (std::string_view whole : Lines(text)) {
         const std::string_view line = without_line_feed(whole);
-        if (!is_line(line) || !upper_name(first_field(line), key)) continue;
+        const std::string_view name = first_field(line);
+        if (others_ == kStay && !keys_.may_have(name)) continue;
+        if (!is_line(line) || !upper_name(name, key)) continue;
         const auto found = edits_.find(key);
         Edit edit;
         if (found != edits_.end()) {
@@ -197,18 +205,20 @@ int find_marker(std::string_view text, std::string_view word, int least, int mos
     return -1;
 }
 
-void set_marker(std::string_view text, std::string_view word, int number, std::string &out) {
+bool set_marker(std::string_view text, std::string_view word, int number, std::string &out) {
     const std::string marker = marker_of(word);
-    const std::string line = marker + std::to_string(number) + "$";
-    const std::string_view old = find_marker_line(text, marker);
-    if (old.empty()) {
+    const std::string filled = marker + std::to_string(number) + "$";
+    const size_t at = text.find(marker);
+    if (at == text.npos) {
         out.append(text);
-        add_line(out, line);
-        return;
+        add_line(out, filled);
+        return false;
     }
-    const auto at = static_cast<size_t>(old.data() - text.data());
-    out.append(text, 0, at).append(line).push_back('\n');
-    out.append(text, at + old.size());
+    // Not the whole line: it may be somebody's.
+    size_t end = std::min(text.find_first_not_of("0123456789", at + marker.size()), text.size());
+    if (end < text.size() && text[end] == '$') ++end;
+    out.append(text, 0, at).append(filled).append(text, end);
+    return is_named_line(line_around(text, at));
 }
 
 }  // namespace morv

@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include <bitset>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,6 +14,18 @@ namespace morv {
 
 // Upper-cases a name to `key`. False for one that is not valid UTF-8: no account can be found by it.
 bool upper_name(std::string_view name, std::string &key);
+
+// Some upper-cased names, of which it tells most others apart without upper-casing them.
+class KeyFilter {
+  public:
+    void add(std::string_view key) noexcept;
+
+    // False: none of the keys is this name's.
+    bool may_have(std::string_view name) const noexcept;
+
+  private:
+    std::bitset<128> first_;  // bytes that keys begin with; others than ASCII are let through
+};
 
 // What stands before the first separator.
 inline std::string_view first_field(std::string_view line) noexcept {
@@ -37,7 +50,7 @@ class LineEdits {
     explicit LineEdits(Others others = kStay) : others_(others) {}
 
     // The account's line becomes this one, or it is added at the end. Of several lines with one name the
-    // last counts; the others stay as they are. Domain: no line, nor added.
+    // last counts; the others stay as they are.
     void put(std::string_view key, std::string_view line);
 
     // The line of `old_key` becomes this one, under another name.
@@ -58,8 +71,11 @@ class LineEdits {
         bool all = false;  // also of further lines with the name
         bool stays = false;
     };
+    void enter(std::string_view key, Edit edit);
+
     Others others_;
     std::unordered_map<std::string, Edit> edits_;
+    KeyFilter keys_;
     std::vector<std::string> lines_;
 };
 
@@ -91,7 +107,8 @@ inline constexpr std::string_view kGidMarker = "_@GID__INDEX@_";
 // The number of the marker if it lies between least and most, else -1.
 int find_marker(std::string_view text, std::string_view word, int least, int most) noexcept;
 
-// Appends `text` to `out` with the marker's line holding `number`; one is added when there is none.
-void set_marker(std::string_view text, std::string_view word, int number, std::string &out);
+// Appends `text` to `out` with the marker holding `number`; a line is added when there is none. Answers whether the
+// marker stands in the line of an account.
+bool set_marker(std::string_view text, std::string_view word, int number, std::string &out);
 
 }  // namespace morv

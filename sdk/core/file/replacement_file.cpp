@@ -132,6 +132,11 @@ int ReplacementFile::write(std::string_view content) noexcept {
     return 0;
 }
 
+// A hint: it is complete() that answers for the file.
+void ReplacementFile::start_sync() noexcept {
+    sync_file_range(fd_.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
+}
+
 int ReplacementFile::commit() noexcept {
     const int code = complete();
     return code == 0 ? rename_over() : code;
