@@ -151,7 +151,9 @@ int move_share_folder(const char *from, const char *to) noexcept {
     if (int code = open_places(from, to, source, target)) return code;
     int code = rename_new(source.folder.get(), source.name, target.folder.get(), target.name);
     if (code == 0) {
-        return fsync(target.folder.get()) == 0 && fsync(source.folder.get()) == 0 ? 0 : ERR_WRITE_FAILED;
+        if (fsync(target.folder.get()) == 0 && fsync(source.folder.get()) == 0) return 0;
+        rename_new(target.folder.get(), target.name, source.folder.get(), source.name);
+        return ERR_WRITE_FAILED;
     }
     if (code == ERR_FILE_EXISTS) return code;
     if (errno == EINVAL) return ERR_BAD_PARAMETERS;  // into itself

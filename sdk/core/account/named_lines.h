@@ -1,5 +1,5 @@
-// Account files as texts: lines "name:field:field", one account each, among lines that are none. Text in, text
-// out.
+// Account files as texts: lines "name:field:field", one account each, among lines that are none. Text in,
+// text out.
 #pragma once
 
 #include <stdint.h>
@@ -33,7 +33,8 @@ inline std::string_view first_field(std::string_view line) noexcept {
 }
 
 // Whether a line of passwd or group (at least four fields) or of the other files (a name and more) is an
-// account's. Comments are not, nor are lines that start with "+" or "-": they call in other sources of accounts.
+// account's. Comments are not, nor are lines that start with "+" or "-": they call in other sources of
+// accounts.
 bool is_system_line(std::string_view line) noexcept;
 bool is_named_line(std::string_view line) noexcept;
 
@@ -48,8 +49,8 @@ class LineEdits {
     enum Others { kStay, kGo };
     explicit LineEdits(Others others = kStay) : others_(others) {}
 
-    // The account's line becomes this one, or it is added at the end. Of several lines with one name the last
-    // counts; the others stay as they are.
+    // The account's line becomes this one, or it is added at the end. Of several lines with one name the
+    // last counts; the others stay as they are.
     void put(std::string_view key, std::string_view line);
 
     // The line of `old_key` becomes this one, under another name.
@@ -78,7 +79,7 @@ class LineEdits {
     std::vector<std::string> lines_;
 };
 
-// ---- Lists of names: "alice,bob" -------------------------------------------------------------------------------
+// ---- Lists of names: "alice,bob" ------------------------------------------------------------------------
 
 // The items of a list, without the blanks and quotes around them; empty ones are passed over.
 class Items {
@@ -91,14 +92,14 @@ class Items {
     std::string_view rest_;
 };
 
-// Appends `list` to `out` with the item `key` (upper-cased) replaced by `name`, or left out when that is empty.
-// Items that stay are not touched. With kBlanks a name that holds a blank is put in quotes, for readers that divide lists
-// at blanks. Answers whether it was there.
+// Appends `list` to `out` with the item `key` (upper-cased) replaced by `name`, or left out when that is
+// empty. Items that stay are not touched. With kBlanks a name that holds a blank is put in quotes, for
+// readers that divide lists at blanks. Answers whether it was there.
 enum class Quotes { kNone, kBlanks };
 bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out,
                Quotes quotes = Quotes::kNone);
 
-// ---- Markers: "#$WORD$number$", the number handed out last -----------------------------------------------------
+// ---- Markers: "#$WORD$number$", the number handed out last ----------------------------------------------
 
 inline constexpr std::string_view kUidMarker = "_@UID__INDEX@_";
 inline constexpr std::string_view kGidMarker = "_@GID__INDEX@_";

@@ -1,5 +1,5 @@
-// Packed share records: the values of the share store. Offsets of texts count from the record, which begins behind the
-// leading zero; the layout is that of a machine with pointers of 4 bytes, on every machine.
+// Packed share records: the values of the share store. Offsets of texts count from the record, which begins
+// behind the leading zero; the layout is that of a machine with pointers of 4 bytes, on every machine.
 #pragma once
 
 #include <stddef.h>
@@ -28,8 +28,8 @@ struct PackedShare {
     const char *name() const noexcept { return texts[0]; }
     const char *path() const noexcept { return texts[2]; }
 
-    // Only the one form that packing makes is taken: sizes that agree, a name, texts one behind the other up to the
-    // last byte. Answers whether `packed` has it.
+    // Only the one form that packing makes is taken: sizes that agree, a name, texts one behind the other
+    // up to the last byte. Answers whether `packed` has it.
     bool read(std::string_view packed) noexcept;
 };
 

@@ -19,8 +19,8 @@ std::string lower_key(std::string_view key);
 // The lines of a section behind its name. ERR_KEY_NOT_FOUND. May throw std::bad_alloc.
 int read_lines(Mirror &mirror, const char *section, std::vector<std::string> &lines);
 
-// Calls `see` with key (in lower case) and value of each pair of the live section, in order, until it answers an error
-// code.
+// Calls `see` with key (in lower case) and value of each pair of the live section, in order, until it
+// answers an error code.
 template <class F>
 int for_each_pair(const char *section, F &&see) noexcept {
     return no_throw([&] {

@@ -56,11 +56,13 @@ bool is_plain_path(std::string_view path) noexcept {
     return true;
 }
 
+bool has_lines(const MORVSHARE &share) noexcept {
+    return is_line(share.szName) && is_line(share.szComment) && is_line(share.szPath) &&
+           is_line(share.szInvalidUsers) && is_line(share.szWriteList) && is_line(share.szReadList);
+}
+
 int check_share(const MORVSHARE &share) noexcept {
-    for (const char *text : {share.szName, share.szComment, share.szPath, share.szInvalidUsers,
-                             share.szWriteList, share.szReadList}) {
-        if (!is_line(text)) return ERR_BAD_PARAMETERS;
-    }
+    if (!has_lines(share)) return ERR_BAD_PARAMETERS;
     const bool is_type = share.accessType == MORV_SHARE_READ_ONLY ||
                          share.accessType == MORV_SHARE_READ_WRITE ||
                          share.accessType == MORV_SHARE_NO_ACCESS;
@@ -98,24 +100,24 @@ class FolderChange {
     }
 
     int make(std::string_view folder) {
-        const std::string path = SysPath(std::string(folder).c_str()).c_str();
+        std::string path = SysPath(std::string(folder).c_str()).c_str();
         if (mkdir(path.c_str(), 0700) != 0) {
             if (errno == ENOSPC || errno == EDQUOT) return ERR_NOT_ENOUGH_SPACE;
             return errno == EEXIST && is_folder(path.c_str()) ? 0 : ERR_CREATE_FAILED;
         }
-        made_ = path;
-        const UniqueFd fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        made_ = std::move(path);
+        const UniqueFd fd(open(made_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         return fd && fchmod(fd.get(), kFolderMode) == 0 ? 0 : ERR_CREATE_FAILED;
     }
 
     int move(std::string_view old_folder, std::string_view folder) {
-        const std::string from = SysPath(std::string(old_folder).c_str()).c_str();
-        const std::string to = SysPath(std::string(folder).c_str()).c_str();
+        std::string from = SysPath(std::string(old_folder).c_str()).c_str();
+        std::string to = SysPath(std::string(folder).c_str()).c_str();
         // Without a folder to move there may be one that was moved by a process that was killed.
         if (is_missing(from.c_str())) return make(folder);
         if (ShareMove(from.c_str(), to.c_str()) != 0) return MLIBErrGet();
-        moved_from_ = from;
-        moved_to_ = to;
+        moved_from_ = std::move(from);
+        moved_to_ = std::move(to);
         return 0;
     }
 
@@ -185,7 +187,8 @@ class ConfChange {
         return code;
     }
 
-    // The file is what counts by now: a mirror that cannot be brought up to date is built anew by its next reader.
+    // The file is what counts by now: a mirror that cannot be brought up to date is built anew by its next
+    // reader.
     template <class F>
     void update_mirror(F &&change) noexcept {
         mirror_->source[0] = state_of(files_->new_state(AccountFile::kSmbConf));
@@ -200,7 +203,7 @@ class ConfChange {
     SectionReader reader_;
 };
 
-// ---- Shares ------------------------------------------------------------------------------------------------
+// ---- Shares ---------------------------------------------------------------------------------------------
 
 class ShareChange : ConfChange {
   public:
@@ -366,9 +369,9 @@ class ShareChange : ConfChange {
     }
 
     int discard_folder() const {
-        const std::string folder(folder_of(old_->szPath));
-        if (MORVShareMove2Tmp(SysPath(folder.c_str()).c_str()) == 0) return 0;
-        return MLIBErrGet() == ERR_PATH_NOT_FOUND ? 0 : MLIBErrGet();
+        const SysPath folder(std::string(folder_of(old_->szPath)).c_str());
+        if (is_missing(folder.c_str()) || MORVShareMove2Tmp(folder.c_str()) == 0) return 0;
+        return MLIBErrGet();
     }
 
     std::string key_, old_key_;  // empty: none
@@ -376,7 +379,7 @@ class ShareChange : ConfChange {
     SettledShare wanted_;
 };
 
-// ---- Reserved sections -------------------------------------------------------------------------------------
+// ---- Reserved sections ----------------------------------------------------------------------------------
 
 bool is_reserved(const ConfSection &section, const std::string &key) {
     return section.type == MORV_SECTION_RESERVED && reserved_key(section.name) == key;
@@ -388,8 +391,8 @@ bool is_pair(const MLIBSZHASHBUCKET &pair) noexcept {
            is_line(pair.pszValue) && !std::string_view(pair.pszValue).ends_with('\\');
 }
 
-// The new text of a configuration in which a reserved section has other lines, or none. Of several sections with one
-// name the last one counts, and the others go.
+// The new text of a configuration in which a reserved section has other lines, or none. Of several sections
+// with one name the last one counts, and the others go.
 std::string edit_reserved(std::string_view text, const std::string &key,
                           const std::vector<std::string_view> *lines) {
     size_t count = 0;
@@ -452,7 +455,7 @@ class ReservedChange : ConfChange {
     }
 };
 
-// ---- The whole store ---------------------------------------------------------------------------------------
+// ---- The whole store ------------------------------------------------------------------------------------
 
 // A share of the store, as it is to stand in the configuration.
 struct StoredShare {
@@ -494,7 +497,8 @@ class Dump {
         return walk.code;
     }
 
-    // The share that a section is to become: by its name, else the one of the same folder, which was renamed.
+    // The share that a section is to become: by its name, else the one of the same folder, which was
+    // renamed.
     StoredShare *find(const std::string &key, const MORVSHARE &there) {
         const auto by_name = shares_.find(key);
         if (by_name != shares_.end()) return by_name->second.is_placed ? nullptr : &by_name->second;
@@ -530,6 +534,7 @@ class Dump {
         std::string edited = change.finish();
         for (auto &[name, share] : shares_) {
             if (share.is_placed) continue;
+            if (!has_lines(*share.stored)) return ERR_BAD_PARAMETERS;
             if (const int code = share.settled.take(*share.stored, nullptr, mirrors_.accounts())) return code;
             edits_of(nullptr, share.settled, nullptr).append(share.settled.name, edited);
         }
@@ -548,6 +553,7 @@ class Dump {
         share->is_placed = true;
         if (const int code = share->settled.take(*share->stored, &there, mirrors_.accounts())) return code;
         if (share->settled.equals(there)) return 0;
+        if (!has_lines(*share->stored)) return ERR_BAD_PARAMETERS;
         std::string edited;
         edits_of(&there, share->settled, reader_.keys()).apply(section.text, edited);
         std::string renamed;

@@ -14,7 +14,8 @@ int delete_share(const char *name) noexcept;
 // pairs: null to remove the section
 int change_reserved(const char *section, const MLIBSZHASH *pairs) noexcept;
 
-// Writes what the store of an open mirror holds to the configuration. Takes no lock. May throw std::bad_alloc.
+// Writes what the store of an open mirror holds to the configuration. Takes no lock. May throw
+// std::bad_alloc.
 int dump_shares(Mirror &mirror);
 
 }  // namespace morv

@@ -11,7 +11,8 @@ namespace morv {
 
 namespace {
 
-// Heads a list of those who alone may come in, so that it never becomes empty: it would then let everybody in.
+// Heads a list of those who alone may come in, so that it never becomes empty: it would then let everybody
+// in.
 constexpr std::string_view kNobody = "nobody";
 constexpr std::string_view kEverybodyItem = "@USERS";
 
@@ -103,9 +104,11 @@ int SettledShare::take(const MORVSHARE &share, const MORVSHARE *old, const Accou
     name = text_of(share.szName);
     comment = text_of(share.szComment);
     path = text_of(share.szPath);
-    access = share.accessType;
-    browseable = share.browseable;
-    ftp = share.ftpFlags;
+    const bool is_type =
+        share.accessType == MORV_SHARE_READ_WRITE || share.accessType == MORV_SHARE_NO_ACCESS;
+    access = is_type ? share.accessType : int{MORV_SHARE_READ_ONLY};
+    browseable = share.browseable != 0;
+    ftp = share.ftpFlags & 7;
     const struct {
         const char *from;
         std::string &to;
@@ -120,7 +123,8 @@ int SettledShare::take(const MORVSHARE &share, const MORVSHARE *old, const Accou
 
     const int by_lists = access_by(invalid_users, write_list, read_list);
     if (by_lists == 0 || by_lists == access) return 0;
-    if (old && access == old->accessType && by_lists != access_by(*old)) {
+    const bool only_access_changes = old && access != old->accessType && by_lists == access_by(*old);
+    if (!only_access_changes) {
         access = by_lists;
         return 0;
     }

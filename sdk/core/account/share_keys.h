@@ -17,15 +17,17 @@ struct SettledShare {
 
     MORVSHARE record() const noexcept;
 
-    // Takes a record: its lists with the accounts that there are, and "@users" only where it agrees with the access
-    // of everybody. Where the two contradict each other the one counts that differs from the old record (null: none),
-    // and the access if both do. Answers 0 or a code of the mirrors. May throw std::bad_alloc.
+    // Takes a record: its lists with the accounts that there are, and "@users" only where it agrees with
+    // the access of everybody. Where the two contradict each other the lists count, as they do in the file,
+    // unless the old record (null: none) differs in the access alone. Answers 0 or a code of the mirrors.
+    // May throw std::bad_alloc.
     int take(const MORVSHARE &share, const MORVSHARE *old, const Accounts &accounts);
 
     bool equals(const MORVSHARE &share) const noexcept;
 };
 
-// What has to change in the section of `old` so that it is read as `wanted`; null: all that a new section says.
+// What has to change in the section of `old` so that it is read as `wanted`; null: all that a new section
+// says.
 //
 // keys: those of the section, null when there are none
 KeyEdits edits_of(const MORVSHARE *old, const SettledShare &wanted, const MLIBSZHASH *keys);

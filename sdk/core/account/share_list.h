@@ -13,8 +13,8 @@
 
 namespace morv {
 
-// Calls `see` with each share of a store, as PackedShare, until it answers an error code. ERR_STORE_INVALID for a
-// record that is none.
+// Calls `see` with each share of a store, as PackedShare, until it answers an error code. ERR_STORE_INVALID
+// for a record that is none.
 template <class F>
 int walk_shares(Mirror &mirror, F &&see) {
     Walk walk(mirror.store[kShares]);
@@ -26,8 +26,8 @@ int walk_shares(Mirror &mirror, F &&see) {
     return walk.code ? int{ERR_STORE_WALK_FAILED} : 0;
 }
 
-// Runs `work` on the live mirror, under its lock. A mirror that holds what no share can be is built anew, and `work`
-// runs once more.
+// Runs `work` on the live mirror, under its lock. A mirror that holds what no share can be is built anew,
+// and `work` runs once more.
 template <class F>
 int read_shares(F &&work) noexcept {
     return read_accounts(share_mirror_kind, MORV_LOCK_SMB, [&](Mirror &mirror) {
@@ -64,7 +64,8 @@ int list_shares(MLIBSZLIST **list, F &&accept, int *count) noexcept {
 // Whether `path` is the folder `top` or lies in it. Slashes at the end of `top` do not count.
 bool lies_below(std::string_view path, std::string_view top) noexcept;
 
-// The record of a share. *share: null, or one to be used again. ERR_NO_SUCH_SHARE. May throw std::bad_alloc.
+// The record of a share. *share: null, or one to be used again. ERR_NO_SUCH_SHARE. May throw
+// std::bad_alloc.
 int read_share(Mirror &mirror, const std::string &key, MORVSHARE **share);
 
 }  // namespace morv

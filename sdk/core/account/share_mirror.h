@@ -42,7 +42,8 @@ class SectionReader {
   public:
     int allocate() noexcept;
 
-    // The section's keys, or its lines if it is a reserved one. A section that cannot be understood has none.
+    // The section's keys, or its lines if it is a reserved one. A section that cannot be understood has
+    // none.
     int read(const ConfSection &section);
     const MLIBSZHASH *keys() const noexcept { return keys_.get(); }
     const MLIBSZLIST *lines() const noexcept { return lines_.get(); }
@@ -64,8 +65,8 @@ class SectionReader {
 // Fills the store from the text of a configuration.
 int store_sections(Mirror &mirror, std::string_view text) noexcept;
 
-// Makes a record from a section's keys, its lists put in order by `accounts`. Answers 0, the codes of MORVShareAlloc or
-// of the mirrors. May throw std::bad_alloc.
+// Makes a record from a section's keys, its lists put in order by `accounts`. Answers 0, the codes of
+// MORVShareAlloc or of the mirrors. May throw std::bad_alloc.
 int share_from_keys(const char *name, const MLIBSZHASH *keys, const Accounts &accounts, MORVSHARE **share);
 
 // The key of a reserved section's list, but for its NUL.

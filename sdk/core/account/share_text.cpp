@@ -126,7 +126,7 @@ std::string_view open_at_end(std::string_view name, std::string &text) {
 
 }  // namespace
 
-// ---- Reading -----------------------------------------------------------------------------------------------
+// ---- Reading --------------------------------------------------------------------------------------------
 
 ConfSections::ConfSections(std::string_view text) noexcept {
     for (const std::string_view line : Lines(text)) {
@@ -163,7 +163,7 @@ ConfLine read_conf_line(std::string_view line, std::string_view *key, std::strin
     return key->empty() ? ConfLine::kMalformed : ConfLine::kPair;
 }
 
-// ---- Writing -----------------------------------------------------------------------------------------------
+// ---- Writing --------------------------------------------------------------------------------------------
 
 std::string conf_value(std::string_view text) {
     // A backslash at the end of a line would call in the next one.
@@ -308,7 +308,7 @@ void append_lines(std::string_view name, const std::vector<std::string_view> &li
         write_line(line, kIndent, end, text);
 }
 
-// ---- Exports -----------------------------------------------------------------------------------------------
+// ---- Exports --------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -1,5 +1,5 @@
-// The text of the file-sharing configuration, section by section. Text in, text out: what is not to change stays byte
-// for byte.
+// The text of the file-sharing configuration, section by section. Text in, text out: what is not to change
+// stays byte for byte.
 #pragma once
 
 #include <string>
@@ -32,11 +32,12 @@ class ConfSections {
 // What a line of a section of a share is.
 enum class ConfLine { kNothing, kPair, kMalformed };
 
-// Key and value as they are looked up: the key in the letters of the file; neither with the quotes around it.
+// Key and value as they are looked up: the key in the letters of the file; neither with the quotes around
+// it.
 ConfLine read_conf_line(std::string_view line, std::string_view *key, std::string_view *value) noexcept;
 
-// A text, and a list of names, as values that are read back as the same. Names with a blank are quoted: other readers
-// of the file divide lists at blanks.
+// A text, and a list of names, as values that are read back as the same. Names with a blank are quoted:
+// other readers of the file divide lists at blanks.
 std::string conf_value(std::string_view text);
 std::string conf_list(std::string_view list);
 
@@ -47,8 +48,9 @@ class KeyEdits {
     void drop(std::string_view key) { edits_.push_back({key, std::string(), true}); }
     bool empty() const noexcept { return edits_.empty(); }
 
-    // Appends the section with the changes made. Of a key that is there several times the last one counts; another
-    // spelling of the same setting would undo the change, and goes. New keys follow the last one, in its form.
+    // Appends the section with the changes made. Of a key that is there several times the last one counts;
+    // another spelling of the same setting would undo the change, and goes. New keys follow the last one,
+    // in its form.
     void apply(std::string_view section, std::string &out) const;
 
     // Appends a section of the keys that are set to a whole configuration.
@@ -66,7 +68,8 @@ class KeyEdits {
 // Appends the section under another name.
 void rename_section(std::string_view section, std::string_view name, std::string &out);
 
-// What stays when the section goes: the comments before the next one, from the first blank line behind the last key.
+// What stays when the section goes: the comments before the next one, from the first blank line behind the
+// last key.
 std::string_view rest_of_section(std::string_view section) noexcept;
 
 // Appends the section with other lines.
