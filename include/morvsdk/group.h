@@ -114,10 +114,11 @@ MORV_API int MORVGroupDescSet(const char *name, const char *text) MORV_NOEXCEPT;
  *          renamed, and its description and the rights lists of shares ("@" and the name) follow.
  * group:   all that the group is to be. Members that are no existing users are left out.
  *
- * The groups that the system has by itself (gid below 65536) can be changed, not renamed.
+ * The groups that the system has by itself (gid below 65536) keep their name and gid.
  *
  * Returns 0, or -1 with
- *   ERR_BAD_PARAMETERS     a null record; ":" or a line feed in a field; a gid that another group has
+ *   ERR_BAD_PARAMETERS     a null record; ":" or a line feed in a field; a gid that another group has, or that a
+ *                          group of the system is to get
  *   ERR_INVALID_GROUPNAME  the name is not valid, or renames a group that must keep it
  *   ERR_GROUP_EXISTS       another group has the new name
  *   ERR_NO_SUCH_GROUP      there is no local group oldName
@@ -161,7 +162,8 @@ MORV_API int MORVGroupDBGet(MORVGROUPDB *db, const char *upperName, MORVGROUP **
 MORV_API int MORVGroupDBGetByCursor(MORVGROUPDB *db, MORVGROUP **ppGroup) MORV_NOEXCEPT;
 
 /* Writes a local group into the name and id stores. oldUpperName: null for a new group, else the upper-cased name
- * of the group to replace, oldLength its length in bytes without the NUL.
+ * of the group to replace, oldLength its length in bytes without the NUL. The description of a group that is renamed
+ * goes with it.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_INVALID_GROUPNAME, ERR_NO_SUCH_GROUP, ERR_GROUP_EXISTS, or the
  * record store's codes. */
 MORV_API int MORVGroupDBSet(MORVGROUPDB *db, const char *oldUpperName, int oldLength,
@@ -174,8 +176,9 @@ MORV_API int MORVGroupDBDelete(MORVGROUPDB *db, const char *upperName) MORV_NOEX
 /* Writes what the stores hold to the files "/etc/group" and "/etc/group_desc", through "/etc/group_tmp" and
  * "/etc/group_desc.tmp", and marks the stores as built from them. What the stores do not hold stays, as with
  * MORVUserDBDump.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED,
- * ERR_OUT_OF_MEMORY, or the record store's codes. */
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_STORE_INVALID (a file has changed since the stores were built from it:
+ * nothing is written), ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED, ERR_OUT_OF_MEMORY, or the record store's
+ * codes. */
 MORV_API int MORVGroupDBDump(MORVGROUPDB *db) MORV_NOEXCEPT;
 
 /* A gid that no group has, 65536 to 95536, searched for from the one handed out last on.

@@ -6,9 +6,9 @@
 #include "core/base/fail.h"
 
 extern "C" int MORVConfGetUserLimit(void) noexcept {
-    int limit;
+    morv::Limit limit;
     if (const int code = morv::read_limit("maxaccounts", &limit)) return MORV_FAIL(code, -1);
-    if (limit == 0) return 0;
+    if (limit.is_empty) return 0;
     const int there = MORVUserTotalNum(MORV_USER_LOCAL | MORV_USER_DOMAIN);
-    return there < 0 ? MORV_FAIL(MLIBErrGet(), -1) : limit - there;
+    return there < 0 ? MORV_FAIL(MLIBErrGet(), -1) : limit.most - there;
 }

@@ -1,8 +1,10 @@
 #include "support/alloc_fault.h"
 
+#include <dlfcn.h>
 #include <errno.h>
 #include <stddef.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include <new>
 
@@ -28,8 +30,12 @@ int countdown;  // 0: not armed
 bool reached;
 bool new_too;
 
-bool fails() {
+bool fails(const void *caller) {
     if (countdown == 0 || --countdown > 0) return false;
+    if (new_too && testing_support::is_record_library(caller)) {
+        countdown = 1;
+        return false;
+    }
     reached = true;
     errno = ENOMEM;
     return true;
@@ -40,17 +46,17 @@ bool fails() {
 extern "C" {
 
 void *malloc(size_t size) {
-    if (fails()) return nullptr;
+    if (fails(__builtin_return_address(0))) return nullptr;
     return __interceptor_malloc ? __interceptor_malloc(size) : __libc_malloc(size);
 }
 
 void *calloc(size_t count, size_t size) {
-    if (fails()) return nullptr;
+    if (fails(__builtin_return_address(0))) return nullptr;
     return __interceptor_calloc ? __interceptor_calloc(count, size) : __libc_calloc(count, size);
 }
 
 void *realloc(void *block, size_t size) {
-    if (fails()) return nullptr;
+    if (fails(__builtin_return_address(0))) return nullptr;
     return __interceptor_realloc ? __interceptor_realloc(block, size) : __libc_realloc(block, size);
 }
 }
@@ -84,6 +90,11 @@ void operator delete[](void *block, size_t) noexcept {
 }
 
 namespace testing_support {
+
+bool is_record_library(const void *address) {
+    Dl_info object;
+    return dladdr(const_cast<void *>(address), &object) != 0 && strstr(object.dli_fname, "/libdb");
+}
 
 AllocFault::AllocFault(int nth, bool with_new) {
     new_too = with_new;

@@ -6,7 +6,7 @@ namespace testing_support {
 
 class AllocFault {
   public:
-    // `with_new`: operator new fails too. Only for a stretch in which the library alone allocates: the test's
+    // `with_new`: operator new fails too, and the record library is spared, which survives few failures. Only for a stretch in which the library alone allocates: the test's
     // own containers would throw.
     explicit AllocFault(int nth, bool with_new = false);
     ~AllocFault();
@@ -16,6 +16,9 @@ class AllocFault {
     // Stops failing, and answers whether the allocation was reached.
     static bool disarm();
 };
+
+// Whether a place in the code is the record library's.
+bool is_record_library(const void *address);
 
 // Runs `call` with its 1st, 2nd, 3rd... allocation failing, until a run reaches no further allocation. `call`
 // gets the number of the failing one and answers nothing; it looks at the results itself. Answers how many

@@ -53,7 +53,7 @@ END
 
 test_help_and_version_are_asked_for_on_every_level() {
     local command
-    for command in "" conf section line store lock "conf set" "section rename" "line add" "store dump" "lock run"; do
+    for command in "" conf section line store lock user group share mirror "user add" "share rights" "conf set" "section rename" "line add" "store dump" "lock run"; do
         # shellcheck disable=SC2086
         expect_code 0 morvctl $command --help
         [[ $out == *"Usage: morvctl"*"4  locked"* && -z $err ]] || fail "help of '$command' is '$out'"

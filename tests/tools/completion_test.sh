@@ -56,11 +56,11 @@ test_every_command_and_option_is_offered_and_in_the_manual() {
         done
     }
     for_each_command check
-    ((count >= 15)) || fail "the help shows $count commands"
+    ((count >= 38)) || fail "the help shows $count commands"
 }
 
 test_words_are_offered_by_their_place() {
-    expect_offer "" 'conf|line|lock|section|store'
+    expect_offer "" 'conf|group|line|lock|mirror|section|share|store|user'
     expect_offer "co" conf
     expect_offer "--json con" conf
     expect_offer "--root /tmp conf g" get
@@ -75,6 +75,9 @@ test_words_are_offered_by_their_place() {
     expect_offer "lock run pw,sm" pw,smb
     expect_offer "lock run pw -- /bin/s" "$(compgen -c -- /bin/s | sort | paste -sd'|')"
     expect_offer "lock list " ""
+    expect_offer "mirror rebuild " 'all|group|share|user'
+    expect_offer "share recycle s" 'status|stop'
+    expect_offer "share set x --access r" 'ro|rw'
 }
 
 test_files_below_the_root_are_offered() {
@@ -112,6 +115,17 @@ test_keys_sections_and_records_are_offered() {
     expect_offer "section rename /etc/s one " ""
     run under_test "$EXAMPLES/record_store" "$root/etc/store"
     expect_offer "store get /etc/store A" 'ADMIN|ALICE'
+}
+
+test_accounts_are_offered() {
+    cp -r "$SOURCE/examples/appliance/." "$root"
+    expect_offer "user show a" 'admin|alice'
+    expect_offer "user rename alice a" ""
+    expect_offer "user add x --gid w" writers
+    expect_offer "group set writers --add-member al" alice
+    expect_offer "group show acc" accounts
+    expect_offer "share rights " 'books|public'
+    expect_offer "share rights books alice b" bob
 }
 
 test_nothing_on_the_command_line_is_run() {

@@ -117,10 +117,15 @@ _morvctl() {
         typed=${typed#*=}
     fi
     if [[ -n $option ]]; then
-        if [[ $option == *" DIR" ]]; then
-            compopt -o filenames
-            mapfile -t COMPREPLY < <(compgen -d -- "$(_morvctl_plain "$typed")")
-        fi
+        case ${option##* } in
+            DIR)
+                compopt -o filenames
+                mapfile -t COMPREPLY < <(compgen -d -- "$(_morvctl_plain "$typed")")
+                ;;
+            USER) _morvctl_offer "$typed" < <("${ask[@]}" user list --names 2>/dev/null) ;;
+            GROUP) _morvctl_offer "$typed" < <("${ask[@]}" group list --names 2>/dev/null) ;;
+            ACCESS) _morvctl_offer "$typed" <<<$'ro\nrw\nnone' ;;
+        esac
         return 0
     fi
     if [[ -z $ended && $typed == -* ]]; then
@@ -165,6 +170,21 @@ _morvctl() {
             ;;
         store:KEY)
             _morvctl_offer "$typed" < <("${ask[@]}" store dump -- "$file" 2>/dev/null | sed 's/  .*//')
+            ;;
+        user:USER | user:PREFIX | share:USER)
+            _morvctl_offer "$typed" < <("${ask[@]}" user list --all --names 2>/dev/null)
+            ;;
+        group:GROUP | group:PREFIX)
+            _morvctl_offer "$typed" < <("${ask[@]}" group list --all --names 2>/dev/null)
+            ;;
+        share:SHARE)
+            _morvctl_offer "$typed" < <("${ask[@]}" share list --names 2>/dev/null)
+            ;;
+        share:ACTION)
+            _morvctl_offer "$typed" <<<$'clean\nstop\nstatus'
+            ;;
+        mirror:MIRROR)
+            _morvctl_offer "$typed" <<<$'user\ngroup\nshare\nall'
             ;;
         lock:LOCKS)
             local before=

@@ -49,15 +49,6 @@ std::string diff(const std::string &before, const std::string &after, const std:
     return output;
 }
 
-std::string show_change(const std::string &name, bool exists, const std::string &before,
-                        const std::string &after) {
-    const ScratchFolder scratch;
-    // The label is a line of its own.
-    const std::string label = printable(name);
-    return exists ? diff(scratch.write("before", before), scratch.write("after", after), label, label)
-                  : diff("/dev/null", scratch.write("after", after), "/dev/null", label);
-}
-
 // `edit` gets to know whether the file exists.
 int change(const Session &session, const std::string &name, Missing missing,
            const std::function<int(std::string &text, bool exists)> &edit) {
@@ -70,7 +61,7 @@ int change(const Session &session, const std::string &name, Missing missing,
     const int changed = edit(after, bool(old));
     std::string shown;
     if (session.dry_run) {
-        shown = show_change(name, bool(old), before, after);
+        shown = show_change(name, old ? &before : nullptr, &after);
     } else if (after != before) {
         const HeldSignals held;
         // Only now: what is done to a private copy need not outlast a power loss.
@@ -91,6 +82,15 @@ int change(const Session &session, const std::string &name, Missing missing,
 }
 
 }  // namespace
+
+std::string show_change(const std::string &name, const std::string *before, const std::string *after) {
+    const ScratchFolder scratch;
+    // The label is a line of its own.
+    const std::string label = printable(name);
+    const std::string none = "/dev/null";
+    return diff(before ? scratch.write("before", *before) : none,
+                after ? scratch.write("after", *after) : none, before ? label : none, after ? label : none);
+}
 
 int change_text(const Session &session, const std::string &name, Missing missing,
                 const std::function<int(std::string &text)> &edit) {

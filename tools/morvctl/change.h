@@ -22,4 +22,7 @@ int change_text(const Session &session, const std::string &name, Missing missing
 int change_file(const Session &session, const std::string &name, Missing missing,
                 const std::function<int(const std::string &path)> &apply);
 
+// What `diff -u` says of a file; null for a text that there is not.
+std::string show_change(const std::string &name, const std::string *before, const std::string *after);
+
 }  // namespace morvctl

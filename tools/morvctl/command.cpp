@@ -54,6 +54,15 @@ CLI::Option *add_text(CLI::App &command, const std::string &name, std::string &v
     return command.add_option(name, value, description)->transform(without_mark, "")->type_name("");
 }
 
+CLI::Option *add_text(CLI::App &command, const std::string &name, std::optional<std::string> &value,
+                      const std::string &description) {
+    return command
+        .add_option_function<std::string>(
+            name, [&value](const std::string &text) { value = text; }, description)
+        ->transform(without_mark, "")
+        ->type_name("");
+}
+
 CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<std::string> &values,
                        const std::string &description) {
     return command.add_option(name, values, description)->transform(without_mark, "")->type_name("");

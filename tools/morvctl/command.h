@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,8 @@ CLI::App &add_command(CLI::App &family, Session &session, Kind kind, const std::
 
 // An argument or option that holds text, taken as it is given.
 CLI::Option *add_text(CLI::App &command, const std::string &name, std::string &value,
+                      const std::string &description);
+CLI::Option *add_text(CLI::App &command, const std::string &name, std::optional<std::string> &value,
                       const std::string &description);
 CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<std::string> &values,
                        const std::string &description);

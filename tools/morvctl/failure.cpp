@@ -21,6 +21,9 @@ constexpr struct {
     {ERR_STORE_WRITE_FAILED, "ERR_STORE_WRITE_FAILED"},
     {ERR_STORE_DELETE_FAILED, "ERR_STORE_DELETE_FAILED"},
     {ERR_STORE_END, "ERR_STORE_END"},
+    {ERR_STORE_WALK_FAILED, "ERR_STORE_WALK_FAILED"},
+    {ERR_PATH_NOT_ABSOLUTE, "ERR_PATH_NOT_ABSOLUTE"},
+    {ERR_ID_NOT_FOUND, "ERR_ID_NOT_FOUND"},
 };
 
 Exit exit_for(int code, int reason) {
@@ -38,42 +41,63 @@ Exit exit_for(int code, int reason) {
         case ERR_SHARE_EXISTS:
         case ERR_GROUP_EXISTS:
         case ERR_USER_EXISTS:
+        case ERR_INVALID_USERNAME:
+        case ERR_INVALID_GROUPNAME:
+        case ERR_INVALID_SHARENAME:
+        case ERR_PATH_NOT_ABSOLUTE:
             return Exit::kRefused;
         case ERR_LOCK_FAILED:
             return Exit::kLocked;
         case ERR_NOT_ENOUGH_SPACE:
         case ERR_NOT_ENOUGH_VOLUME_SPACE:
         case ERR_NOT_ENOUGH_QUOTA:
+        case ERR_TOO_MANY_USERS:
+        case ERR_TOO_MANY_GROUPS:
+        case ERR_TOO_MANY_SHARES:
             return Exit::kNoSpace;
         default:
             return Exit::kFailed;
     }
 }
 
-// For failures without a failed system call.
-const char *code_text(int code) {
-    switch (code) {
-        case ERR_OPEN_FAILED:
-            return "it is no regular file";
-        case ERR_OUT_OF_MEMORY:
-            return "out of memory";
-        case ERR_BAD_PARAMETERS:
-            return "the library refuses it";
-        case ERR_LOCK_FAILED:
-            return "another program holds the lock";
-        case ERR_STORE_INVALID:
-            return "it is no sound record store";
-        case ERR_STORE_READ_FAILED:
-            return "a record could not be read";
-        case ERR_FILE_NOT_FOUND:
-            return "no such file";
-        case ERR_KEY_NOT_FOUND:
-            return "no such key";
-        case ERR_PATH_NOT_FOUND:
-            return "no such folder";
-        default:
-            return nullptr;
+// What a code says that no system call has said already; `always` when what the system says would not help.
+constexpr struct {
+    int code;
+    bool always;
+    const char *text;
+} kTexts[] = {
+    {ERR_OPEN_FAILED, false, "it is no regular file"},
+    {ERR_OUT_OF_MEMORY, false, "out of memory"},
+    {ERR_BAD_PARAMETERS, false, "the library refuses it"},
+    // A lock that is held says so in fewer words than the system.
+    {ERR_LOCK_FAILED, true, "another program holds the lock"},
+    {ERR_STORE_INVALID, true, "it is no sound record store"},
+    {ERR_STORE_READ_FAILED, false, "a record could not be read"},
+    {ERR_FILE_NOT_FOUND, false, "no such file"},
+    {ERR_FILE_EXISTS, false, "it is there already"},
+    {ERR_KEY_NOT_FOUND, false, "no such key"},
+    {ERR_PATH_NOT_FOUND, false, "no such folder"},
+    {ERR_NO_SUCH_USER, true, "there is no such user"},
+    {ERR_NO_SUCH_GROUP, true, "there is no such group"},
+    {ERR_NO_SUCH_SHARE, true, "there is no such share"},
+    {ERR_USER_EXISTS, true, "there is a user of that name already"},
+    {ERR_GROUP_EXISTS, true, "there is a group of that name already"},
+    {ERR_SHARE_EXISTS, true, "there is a share of that name already"},
+    {ERR_INVALID_USERNAME, true, "root, admin, guest and the users of a domain stay as they are"},
+    {ERR_INVALID_GROUPNAME, true, "the groups of the system and of a domain stay as they are"},
+    {ERR_INVALID_SHARENAME, true, "the name is no valid one, or kept for the system"},
+    {ERR_TOO_MANY_USERS, true, "maxaccounts in /etc.defaults/morvinfo.conf is reached, or no uid is free"},
+    {ERR_TOO_MANY_GROUPS, true, "maxgroups in /etc.defaults/morvinfo.conf is reached, or no gid is free"},
+    {ERR_TOO_MANY_SHARES, true, "maxshares in /etc.defaults/morvinfo.conf is reached"},
+    {ERR_FORMAT_ERROR, true, "a line of the account files is malformed; pwck and grpck find it"},
+    {ERR_PATH_NOT_ABSOLUTE, true, "the path does not begin with a slash"},
+};
+
+const char *code_text(int code, bool always) {
+    for (const auto &text : kTexts) {
+        if (text.code == code && (text.always || !always)) return text.text;
     }
+    return nullptr;
 }
 
 }  // namespace
@@ -106,9 +130,7 @@ void fail_library(const std::string &what) {
     const int reason = errno;
     const int code = MLIBErrGet();
     std::string sentence = "cannot " + what;
-    // A lock that is held says so in fewer words than the system.
-    if (const char *text = code_text(code);
-        text && (reason == 0 || code == ERR_LOCK_FAILED || code == ERR_STORE_INVALID)) {
+    if (const char *text = code_text(code, reason != 0)) {
         sentence.append(": ").append(text);
     } else if (reason != 0) {
         sentence.append(": ").append(reason_text(reason));

@@ -23,11 +23,11 @@ inline constexpr struct {
     const char *meaning;
 } kExits[] = {
     {Exit::kDone, "done", "what was asked for has been done"},
-    {Exit::kNotFound, "not found", "no such key, section, line or record"},
+    {Exit::kNotFound, "not found", "no such key, section, line, record or account"},
     {Exit::kUsage, "usage", "the command line is wrong"},
-    {Exit::kRefused, "refused", "the input could not be read back, or is there already"},
+    {Exit::kRefused, "refused", "the input is not valid, or is there already"},
     {Exit::kLocked, "locked", "another program held the lock until the time was over"},
-    {Exit::kNoSpace, "no space", "the disk or the quota is full"},
+    {Exit::kNoSpace, "no space", "the disk, the quota or the model's limit is full"},
     {Exit::kFailed, "failed", "anything else: a missing file, no permission, a disk error"},
 };
 

@@ -9,7 +9,11 @@
     FAMILY(section)              \
     FAMILY(line)                 \
     FAMILY(store)                \
-    FAMILY(lock)
+    FAMILY(lock)                 \
+    FAMILY(user)                 \
+    FAMILY(group)                \
+    FAMILY(share)                \
+    FAMILY(mirror)
 
 namespace morvctl {
 

@@ -32,8 +32,38 @@ size_t utf8_length(std::string_view text) {
     return length;
 }
 
+// The blocks of characters that take two columns of a terminal, and those that take none.
+constexpr struct {
+    char32_t first;
+    char32_t last;
+    size_t columns;
+} kOtherWidths[] = {
+    {0x0300, 0x036F, 0},   {0x1100, 0x115F, 2},   {0x200B, 0x200F, 0},   {0x20D0, 0x20FF, 0},
+    {0x2E80, 0x303E, 2},   {0x3041, 0xA4CF, 2},   {0xAC00, 0xD7A3, 2},   {0xF900, 0xFAFF, 2},
+    {0xFE00, 0xFE0F, 0},   {0xFE30, 0xFE6F, 2},   {0xFF00, 0xFF60, 2},   {0xFFE0, 0xFFE6, 2},
+    {0x1F300, 0x1F64F, 2}, {0x1F900, 0x1F9FF, 2}, {0x20000, 0x3FFFD, 2},
+};
+
+size_t columns_of(char32_t character) {
+    for (const auto &block : kOtherWidths) {
+        if (character >= block.first && character <= block.last) return block.columns;
+    }
+    return 1;
+}
+
+// The columns of escaped text, all of which is sound UTF-8.
 size_t width(std::string_view text) {
-    return size_t(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+    size_t columns = 0;
+    while (!text.empty()) {
+        const size_t length = utf8_length(text);
+        char32_t character =
+            static_cast<unsigned char>(text[0]) & (length == 1 ? 0x7F : 0xFF >> (length + 1));
+        for (size_t i = 1; i < length; ++i)
+            character = character << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
+        columns += columns_of(character);
+        text.remove_prefix(length);
+    }
+    return columns;
 }
 
 std::string escaped(std::string_view text, bool keep_backslash) {
@@ -88,6 +118,27 @@ void print_pairs(const Pairs &pairs) {
     for (const auto &[name, value] : pairs) {
         std::string line = escape(name);
         line.append(widest - width(line), ' ').append(" = ").append(escape(value));
+        print_line(line);
+    }
+}
+
+void print_table(std::vector<std::vector<std::string>> rows) {
+    std::vector<size_t> widest;
+    for (auto &row : rows) {
+        widest.resize(std::max(widest.size(), row.size()));
+        for (size_t i = 0; i < row.size(); ++i) {
+            row[i] = printable(row[i]);
+            widest[i] = std::max(widest[i], width(row[i]));
+        }
+    }
+    for (const auto &row : rows) {
+        std::string line;
+        size_t missing = 0;
+        for (size_t i = 0; i < row.size(); ++i) {
+            // Blanks only where something follows.
+            if (!row[i].empty()) line.append(std::exchange(missing, 0), ' ').append(row[i]);
+            missing += widest[i] - width(row[i]) + 2;
+        }
         print_line(line);
     }
 }

@@ -21,6 +21,10 @@ void print_line(std::string_view text);
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 void print_pairs(const Pairs &pairs);
 
+// Rows of cells, aligned by the columns that they take on a terminal. The cells are shown as printable() has
+// them.
+void print_table(std::vector<std::vector<std::string>> rows);
+
 // Text as it can be shown on a terminal: control characters, backslashes and what is not UTF-8 as "\n", "\\",
 // "\x1b".
 std::string escape(std::string_view text);

@@ -1,5 +1,4 @@
 // morvctl store: the records of a record file.
-#include <fcntl.h>
 #include <morvsdk/bdb.h>
 #include <morvsdk/error.h>
 #include <string.h>
@@ -11,8 +10,7 @@
 #include "morvctl/containers.h"
 #include "morvctl/families.h"
 #include "morvctl/output.h"
-#include "morvctl/scratch_folder.h"
-#include "morvctl/target.h"
+#include "morvctl/store_copy.h"
 
 namespace morvctl {
 
@@ -28,41 +26,28 @@ struct Record {
     std::string value;
 };
 
-// Closes the store and frees the buffers.
-struct Reader {
-    MORVBDB *db = nullptr;
+struct Buffers {
     void *key = nullptr;
     int key_size = 0;
     void *value = nullptr;
     int value_size = 0;
 
-    ~Reader() {
+    ~Buffers() {
         MORVBDbFree(key);
         MORVBDbFree(value);
-        if (db) MORVBDbClose(db);
     }
 };
 
-// All records, in the order of their keys. They are read from a copy: the library makes a store that root
-// opens writable for all, and a store that another program changes meanwhile must not lead us astray.
+// All records, in the order of their keys.
 std::vector<Record> read_store(const Target &target) {
-    const std::string content = read_content(target);
-    const ScratchFolder scratch;
-    const std::string copy = scratch.write("store", content);
-    Reader reader;
-    // Whether keys may stand twice is not written outside.
-    for (int duplicates = 0; duplicates < 2 && !reader.db; ++duplicates) {
-        clear_errors();
-        reader.db = MORVBDbOpen(copy.c_str(), O_RDONLY, duplicates);
-    }
-    if (!reader.db) fail_library("read " + target.name);
+    const StoreCopy store(target);
+    Buffers to;
     std::vector<Record> records;
-    MORVBDbCursorSetType(reader.db, MORV_BDB_FIRST);
-    while (MORVBDbCursorGet(reader.db, 0, &reader.key, &reader.key_size, &reader.value, &reader.value_size) ==
-           0) {
-        records.push_back({std::string(static_cast<char *>(reader.key), size_t(reader.key_size)),
-                           std::string(static_cast<char *>(reader.value), size_t(reader.value_size))});
-        MORVBDbCursorSetType(reader.db, MORV_BDB_NEXT);
+    MORVBDbCursorSetType(store.get(), MORV_BDB_FIRST);
+    while (MORVBDbCursorGet(store.get(), 0, &to.key, &to.key_size, &to.value, &to.value_size) == 0) {
+        records.push_back({std::string(static_cast<char *>(to.key), size_t(to.key_size)),
+                           std::string(static_cast<char *>(to.value), size_t(to.value_size))});
+        MORVBDbCursorSetType(store.get(), MORV_BDB_NEXT);
     }
     if (MLIBErrGet() != ERR_STORE_END) fail_library("read " + target.name);
     return records;

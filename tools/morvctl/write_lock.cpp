@@ -152,6 +152,12 @@ void make_lock_folder(const Session &session) {
     }
 }
 
+uint32_t locks_held_above(const Session &session) {
+    uint32_t above;
+    held_above(session, above);
+    return above;
+}
+
 void tell_held_locks(const Session &session, uint32_t bits) {
     uint32_t above;
     char own[32];
@@ -161,9 +167,7 @@ void tell_held_locks(const Session &session, uint32_t bits) {
 
 WriteLock::WriteLock(const Session &session, const Target &target) : bit_(guarding_lock(session, target)) {
     if (bit_ != 0) {
-        uint32_t above;
-        held_above(session, above);
-        const bool is_above = (bit_ & above) != 0;
+        const bool is_above = (bit_ & locks_held_above(session)) != 0;
         make_lock_folder(session);
         clear_errors();
         if (ErrMLIBFileLock(bit_ | MORV_LOCK_WRITE, is_above ? 0 : session.timeout) != 0) {

@@ -37,6 +37,9 @@ class WriteLock {
     Fd folder_;
 };
 
+// The locks that a `lock run` holds for this process.
+uint32_t locks_held_above(const Session &session);
+
 // Tells the programs that this process starts which locks it holds for them, exclusively.
 void tell_held_locks(const Session &session, uint32_t bits);
 

@@ -20,8 +20,8 @@ MORV_API int MORVGroupDBUnpack(const char *line, void **ppBuffer, int *pSize,
 MORV_API int MORVGroupToUnixGroup(const MORVGROUP *group, void **ppBuffer, int *pSize,
                                   struct group **ppUnix) MORV_NOEXCEPT;
 
-/* Prints the group line of such a record, its members put in order by MORVUserGetValidUserList, into a buffer from
- * malloc (null and 0 at first), grown as needed.
+/* Prints the group line of such a record, password "x", its members put in order as by MORVUserGetValidUserList but
+ * without groups, into a buffer from malloc (null and 0 at first), grown as needed.
  * Returns its length with the NUL, or -1 with ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, or the mirror's codes. */
 MORV_API int MORVGroupDBPackFromUnix(const struct group *group, char **ppBuffer, int *pSize) MORV_NOEXCEPT;
 

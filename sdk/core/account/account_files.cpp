@@ -29,15 +29,16 @@ constexpr int kFiles = static_cast<int>(AccountFile::kCount);
 struct FileEntry {
     const char *path;
     const char *suffix;  // of its new version
+    uint32_t lock;
     bool may_be_missing;
 };
 
 constexpr FileEntry kTable[kFiles] = {
-    {kSmbpasswdPath, ".tmp", false}, {kShadowPath, ".tmp", false},
-    {kPasswdPath, ".tmp", false},    {kMiscPath, ".tmp", false},
-    {kGroupPath, "_tmp", false},     {kGroupDescPath, ".tmp", false},
-    {kSmbConfPath, ".tmp", false},   {"/usr/morv/etc/afpd.conf", ".tmp", true},
-    {"/etc/exports", ".tmp", true},
+    {kSmbpasswdPath, ".tmp", MORV_LOCK_PW, false}, {kShadowPath, ".tmp", MORV_LOCK_PW, false},
+    {kPasswdPath, ".tmp", MORV_LOCK_PW, false},    {kMiscPath, ".tmp", MORV_LOCK_PW, false},
+    {kGroupPath, "_tmp", MORV_LOCK_GR, false},     {kGroupDescPath, ".tmp", MORV_LOCK_GR, false},
+    {kSmbConfPath, ".tmp", MORV_LOCK_SMB, false},  {"/usr/morv/etc/afpd.conf", ".tmp", MORV_LOCK_SMB, true},
+    {"/etc/exports", ".tmp", MORV_LOCK_SMB, true},
 };
 
 struct RecordEntry {
@@ -235,12 +236,12 @@ int FileChanges::commit(Record record) noexcept {
     if (recorded) {
         if (const int code = write_record(path.c_str(), text)) return code;
     }
-    bool first = true;
+    int unsynced = 0;
     for (auto &f : files_) {
         if (!f || !f->version) continue;
         const int code = f->version->rename_over();
         if (code == ERR_RENAME_FAILED) {
-            if (!first) {
+            if (decided_) {
                 for (auto &rest : files_) {
                     if (rest && rest->version) rest->version->keep();
                 }
@@ -249,16 +250,25 @@ int FileChanges::commit(Record record) noexcept {
             }
             return code;
         }
-        if (code) return code;
-        first = false;
+        // The file is in its place all the same, and the others belong to it.
+        if (code) unsynced = code;
+        decided_ = true;
     }
     if (recorded) unlink(path.c_str());
-    return 0;
+    return unsynced;
 }
 
 const struct stat &FileChanges::new_state(AccountFile file) const noexcept {
     const File &f = *files_[static_cast<int>(file)];
     return f.version ? f.new_st : f.st;
+}
+
+void drop_undecided(uint32_t locks) noexcept {
+    for (int i = 0; i < kFiles; ++i) {
+        const AccountFile file = AccountFile(i);
+        AccountFile failed;
+        if (kTable[i].lock & locks) remove_versions({&file, 1}, &failed);
+    }
 }
 
 bool is_interrupted(uint32_t locks) noexcept {
@@ -307,6 +317,10 @@ int remove_versions(std::span<const AccountFile> files, AccountFile *failed) noe
 
 const char *path_of(AccountFile file) noexcept {
     return entry_of(file).path;
+}
+
+const char *suffix_of(AccountFile file) noexcept {
+    return entry_of(file).suffix;
 }
 
 }  // namespace morv

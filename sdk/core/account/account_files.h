@@ -70,6 +70,9 @@ class FileChanges {
     // was; after that, ERR_RENAME_FAILED says that finish_interrupted has to do the rest.
     int commit(Record record) noexcept;
 
+    // Whether a commit has put the first new version in place: the others follow, whatever it answered.
+    bool is_decided() const noexcept { return decided_; }
+
     // Writes the new versions, complete and synced, and leaves them for rename_versions. Old versions of the other
     // files that were loaded go.
     int write_versions() noexcept;
@@ -81,12 +84,16 @@ class FileChanges {
     struct File;
     int prepare() noexcept;
 
+    bool decided_ = false;
     std::unique_ptr<File> files_[static_cast<int>(AccountFile::kCount)];
 };
 
 // Finishes what a killed process has decided and not done, and drops what it had not decided. The locks of all
 // account families must be held exclusively. Answers 0 or an error code.
 int finish_interrupted() noexcept;
+
+// Removes new versions that nobody decided on, of the files under these locks, which must be held exclusively.
+void drop_undecided(uint32_t locks) noexcept;
 
 // Whether there is something to finish that concerns the files under these locks.
 bool is_interrupted(uint32_t locks) noexcept;
@@ -98,7 +105,8 @@ int rename_versions(std::span<const AccountFile> files, AccountFile *failed) noe
 // Removes the new versions that exist. Answers 0 or ERR_ACCESS_DENIED, and then the last file it failed on.
 int remove_versions(std::span<const AccountFile> files, AccountFile *failed) noexcept;
 
-// "/etc/passwd"
+// "/etc/passwd", and what its new version has behind that: ".tmp"
 const char *path_of(AccountFile file) noexcept;
+const char *suffix_of(AccountFile file) noexcept;
 
 }  // namespace morv

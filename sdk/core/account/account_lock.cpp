@@ -50,7 +50,10 @@ int AccountLock::write(uint32_t bits) noexcept {
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (const int code = lock(bits, MORV_LOCK_WRITE)) return code;
         held_ = bits;
-        if (!is_interrupted(bits)) return 0;
+        if (!is_interrupted(bits)) {
+            drop_undecided(bits);
+            return 0;
+        }
         release();
         if (const int code = finish()) return code;
     }

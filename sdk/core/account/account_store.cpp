@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <vector>
 
 #include "core/account/named_lines.h"
 #include "core/base/bytes.h"
@@ -111,6 +110,37 @@ int parse_id(std::string_view line, uint32_t *id) noexcept {
     if (number == 0 && !fields[2].starts_with('0')) return ERR_FORMAT_ERROR;
     *id = static_cast<uint32_t>(number);
     return 0;
+}
+
+int store_ids(MORVBDB *ids, std::vector<IdName> &pairs) {
+    std::stable_sort(pairs.begin(), pairs.end(),
+                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
+    size_t first = 0;  // of those with the same id
+    for (size_t i = 0; i < pairs.size(); ++i) {
+        if (pairs[i].id.view() != pairs[first].id.view()) first = i;
+        const auto is_it = [&](const IdName &pair) { return pair.name == pairs[i].name; };
+        if (std::any_of(pairs.begin() + first, pairs.begin() + i, is_it)) continue;
+        if (const int code = put_record(ids, pairs[i].id.view(), pairs[i].name)) return code;
+    }
+    return 0;
+}
+
+int find_id(Mirror &mirror, int names, int ids, uint32_t id, std::string &key) {
+    if (const int code = need_store(mirror, ids)) return code;
+    const IdKey wanted(id);
+    Walk walk(mirror.store[ids], wanted.view());
+    while (walk.next()) {
+        // Ids of more than six digits share keys.
+        std::string name(stored_text(walk.value));
+        std::string_view line;
+        uint32_t found;
+        if (find_record(mirror.store[names], store_key(name), &line) == 0 &&
+            parse_id(line_of(line), &found) == 0 && found == id) {
+            key = std::move(name);
+            return 0;
+        }
+    }
+    return walk.code ? walk.code : ERR_KEY_NOT_FOUND;
 }
 
 int store_current_id(MORVBDB *ids, const IdRange &range, std::string_view text) noexcept {

@@ -9,8 +9,10 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/file/file_text.h"
+#include "core/store/mirror.h"
 
 namespace morv {
 
@@ -28,6 +30,9 @@ struct IdKey {
     explicit IdKey(uint32_t id) noexcept;
     std::string_view view() const noexcept { return {text, sizeof text}; }
 };
+
+// Lines hold ids with a sign, and other tools take none below 0.
+inline constexpr uint32_t kMostId = INT32_MAX;
 
 // A source as it was read: its text, and its state at that time.
 struct SourceText {
@@ -59,6 +64,17 @@ extern const IdRange gid_range;
 
 // The third field of a line as an id. ERR_FORMAT_ERROR when it is no number.
 int parse_id(std::string_view line, uint32_t *id) noexcept;
+
+// Puts names (with their NUL) under their ids, in the order of the ids. A pair that is there twice is stored once.
+struct IdName {
+    IdKey id;
+    std::string name;
+};
+int store_ids(MORVBDB *ids, std::vector<IdName> &pairs);
+
+// The upper-cased name of the first account that has an id, by the stores in these slots. ERR_KEY_NOT_FOUND. May
+// throw std::bad_alloc.
+int find_id(Mirror &mirror, int names, int ids, uint32_t id, std::string &key);
 
 // Puts down the last id handed out: the marker's of `text`, else the highest of the store.
 int store_current_id(MORVBDB *ids, const IdRange &range, std::string_view text) noexcept;

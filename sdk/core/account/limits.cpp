@@ -8,14 +8,19 @@
 
 namespace morv {
 
-int read_limit(const char *key, int *limit) noexcept {
+int read_limit(const char *key, Limit *limit) noexcept {
     char value[33];
     const int found =
         MLIBFileGetKeyValue(SysPath("/etc.defaults/morvinfo.conf").c_str(), key, value, sizeof value, 0);
     if (found < 0) return MLIBErrGet();
     if (found == 0) return ERR_KEY_NOT_FOUND;
-    *limit = static_cast<int>(leading_number(value));
+    *limit = {static_cast<int>(leading_number(value)), *value == '\0'};
     return 0;
+}
+
+bool exceeds_limit(const char *key, int there, int adds) noexcept {
+    Limit limit;
+    return read_limit(key, &limit) == 0 && (limit.is_empty || limit.most - there < adds);
 }
 
 }  // namespace morv

@@ -3,8 +3,15 @@
 
 namespace morv {
 
-// The number under a key of "/etc.defaults/morvinfo.conf"; 0 for an empty value. Answers 0, ERR_KEY_NOT_FOUND or
-// ERR_OPEN_FAILED.
-int read_limit(const char *key, int *limit) noexcept;
+// The number under a key of "/etc.defaults/morvinfo.conf", and whether the value is empty, which allows none. Answers 0,
+// ERR_KEY_NOT_FOUND or ERR_OPEN_FAILED.
+struct Limit {
+    int most;
+    bool is_empty;
+};
+int read_limit(const char *key, Limit *limit) noexcept;
+
+// Whether `adds` more are too many where there are `there`. No limit that can be read is none.
+bool exceeds_limit(const char *key, int there, int adds) noexcept;
 
 }  // namespace morv

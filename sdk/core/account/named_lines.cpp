@@ -60,19 +60,33 @@ bool is_system_line(std::string_view line) noexcept {
     return is_named_line(line) && count_separators(line, 3) == 3;
 }
 
+LinesByName index_lines(std::string_view text, bool (*is_line)(std::string_view)) {
+    LinesByName lines;
+    std::string key;
+    for (std::string_view whole : Lines(text)) {
+        const std::string_view line = without_line_feed(whole);
+        if (is_line(line) && upper_name(first_field(line), key)) lines[key] = line;
+    }
+    return lines;
+}
+
 void LineEdits::put(std::string_view key, std::string_view line) {
-    edits_[std::string(key)] = {static_cast<int>(lines_.size()), false};
+    edits_[std::string(key)] = {static_cast<int>(lines_.size()), false, false};
     lines_.emplace_back(line);
 }
 
 void LineEdits::rename(std::string_view old_key, std::string_view key, std::string_view line) {
     drop(key);
-    edits_[std::string(old_key)] = {static_cast<int>(lines_.size()), true};
+    edits_[std::string(old_key)] = {static_cast<int>(lines_.size()), true, false};
     lines_.emplace_back(line);
 }
 
+void LineEdits::keep(std::string_view key) {
+    edits_[std::string(key)] = {-1, false, true};
+}
+
 void LineEdits::drop(std::string_view key) {
-    edits_[std::string(key)] = {-1, true};
+    edits_[std::string(key)] = {-1, true, false};
 }
 
 void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), std::string &out) const {
@@ -91,6 +105,7 @@ void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), 
         Edit edit;
         if (found != edits_.end()) {
             edit = found->second;
+            if (edit.stays) continue;
             if (edit.line >= 0) last[static_cast<size_t>(edit.line)] = hits.size();
         } else if (others_ == kStay) {
             continue;

@@ -24,6 +24,10 @@ inline std::string_view first_field(std::string_view line) noexcept {
 bool is_system_line(std::string_view line) noexcept;
 bool is_named_line(std::string_view line) noexcept;
 
+// The last line, without its line feed, of each account, by upper-cased name.
+using LinesByName = std::unordered_map<std::string, std::string_view>;
+LinesByName index_lines(std::string_view text, bool (*is_line)(std::string_view));
+
 // Changes of the lines of some accounts, by upper-cased name.
 class LineEdits {
   public:
@@ -38,6 +42,9 @@ class LineEdits {
     // The line of `old_key` becomes this one, under another name.
     void rename(std::string_view old_key, std::string_view key, std::string_view line);
 
+    // The lines of the account stay as they are.
+    void keep(std::string_view key);
+
     // All lines of the account go.
     void drop(std::string_view key);
 
@@ -48,6 +55,7 @@ class LineEdits {
     struct Edit {
         int line = -1;     // in lines_; -1: the line goes
         bool all = false;  // also of further lines with the name
+        bool stays = false;
     };
     Others others_;
     std::unordered_map<std::string, Edit> edits_;

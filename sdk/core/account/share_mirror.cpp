@@ -140,7 +140,8 @@ int build(Mirror &mirror) noexcept {
 }  // namespace
 
 const MirrorKind share_mirror_kind = {
-    "/tmp/.db.morvshare.0957", "/tmp/.db.morvshare.tmp", "/tmp/lock/mirror_share", kStores, kSources, build};
+    "/tmp/.db.morvshare.0957", "/tmp/.db.morvshare.tmp", "/tmp/lock/mirror_share", kStores, kSources, build,
+    "MORVShareDBRebuild"};
 
 int store_sections(Mirror &mirror, std::string_view text) noexcept {
     return no_throw([&] {

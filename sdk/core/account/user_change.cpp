@@ -35,7 +35,6 @@ constexpr std::string_view kHomes = "/var/services/homes/";
 constexpr std::string_view kUsersGroup = "USERS";
 constexpr mode_t kHomeMode = 0711;
 constexpr int kRounds = 5;
-constexpr uint32_t kMostId = INT32_MAX;  // lines hold ids with a sign, and other tools take none below 0
 
 // The accounts that the system itself relies on.
 bool must_stay(std::string_view key) noexcept {
@@ -128,7 +127,7 @@ class UserChanges {
             open_groups();
             const int code = files_->commit(Record::kUser);
             // What is decided and not done yet gets its homes, too.
-            if (code == 0 || is_interrupted(MORV_LOCK_PW)) {
+            if (code == 0 || files_->is_decided()) {
                 for (NewHome &home : homes_)
                     home.path.clear();
             }
@@ -169,11 +168,9 @@ class UserChanges {
     }
 
     static int check_limit(int adds) noexcept {
-        int limit;
         int there;
-        if (read_limit("maxaccounts", &limit) != 0) return 0;
         if (const int code = count_users(MORV_USER_LOCAL | MORV_USER_DOMAIN, &there)) return code;
-        return limit - there < adds ? int{ERR_TOO_MANY_USERS} : 0;
+        return exceeds_limit("maxaccounts", there, adds) ? int{ERR_TOO_MANY_USERS} : 0;
     }
 
     int plan(const UserChange &change, Plan &p) {
@@ -405,9 +402,10 @@ class UserChanges {
 
     // ---- The mirrors -----------------------------------------------------------------------------------
 
-    // The files are what counts by now: a mirror that cannot be brought up to date is built anew by its next reader.
+    // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and its next
+    // reader builds it anew.
     void update_mirrors() {
-        if (rebuild_users_ || update_users() != 0) forget_mirror(user_mirror_kind);
+        if (!rebuild_users_) update_users();
         if (names_new_users_in_groups_) {
             forget_mirror(group_mirror_kind);
         } else if (files_->changes(AccountFile::kGroup)) {
@@ -502,7 +500,8 @@ int put_user(Mirror &mirror, const std::string &old_key, const MORVUSER &user) {
     UserLines lines;
     if (!old_key.empty()) {
         if (const int code = read_all_lines(mirror, old_key, &old)) return code;
-    } else {
+    }
+    if (key != old_key) {
         std::string_view there;
         const int code = find_record(mirror.store[kUserName], store_key(key), &there);
         if (code == 0) return ERR_USER_EXISTS;
@@ -534,7 +533,11 @@ int dump_users(Mirror &mirror) {
         Walk walk(mirror.store[slot]);
         while (walk.next()) {
             const std::string_view line = line_of(walk.value);
-            if (!is_domain_name(first_field(line))) edits.put(stored_text(walk.key), line);
+            if (is_domain_name(first_field(line))) {
+                edits.keep(stored_text(walk.key));
+            } else {
+                edits.put(stored_text(walk.key), line);
+            }
         }
         if (walk.code) return walk.code;
         std::string text;

@@ -42,38 +42,6 @@ constexpr size_t kPasswdFields = 7;
 constexpr size_t kShadowFields = 9;
 constexpr size_t kSmbFields = 7;
 
-// Pairs of an id and the name that has it, in the order of the ids.
-struct IdName {
-    IdKey id;
-    std::string name;
-};
-
-int store_ids(MORVBDB *ids, std::vector<IdName> &pairs) {
-    std::stable_sort(pairs.begin(), pairs.end(),
-                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
-    for (const IdName &pair : pairs) {
-        if (const int code = put_record(ids, pair.id.view(), pair.name)) return code;
-    }
-    return 0;
-}
-
-// One pair for each name of an id: lines may be there twice.
-void drop_repeated(std::vector<IdName> &pairs) {
-    std::stable_sort(pairs.begin(), pairs.end(),
-                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
-    size_t kept = 0;
-    size_t first = 0;  // of those with the same id
-    for (IdName &pair : pairs) {
-        if (kept == first || pairs[first].id.view() != pair.id.view()) first = kept;
-        const bool is_there = std::any_of(pairs.begin() + first, pairs.begin() + kept,
-                                          [&](const IdName &p) { return p.name == pair.name; });
-        if (is_there) continue;
-        if (&pairs[kept] != &pair) pairs[kept] = std::move(pair);
-        ++kept;
-    }
-    pairs.erase(pairs.begin() + kept, pairs.end());
-}
-
 int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_view)) {
     std::vector<IdName> ids;
     const EachLine each = [&](std::string_view key, std::string_view line) {
@@ -84,7 +52,6 @@ int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_vie
     };
     if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each))
         return code;
-    drop_repeated(ids);
     return store_ids(mirror.store[kUserUid], ids);
 }
 
@@ -185,7 +152,8 @@ const char *or_empty(const char *text) noexcept {
 }  // namespace
 
 const MirrorKind user_mirror_kind = {
-    "/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user", kStores, kSources, build};
+    "/tmp/.db.user", "/tmp/.db.user.tmp", "/tmp/lock/mirror_user", kStores, kSources,
+    build,           "MORVUserDBRebuild"};
 
 int build_local_users(Mirror &mirror) noexcept {
     std::unique_ptr<SourceText> passwd(new (std::nothrow) SourceText);
@@ -384,20 +352,8 @@ int erase_user(Mirror &mirror, const std::string &key) noexcept {
 }
 
 int find_uid(Mirror &mirror, uint32_t uid, std::string &key) {
-    if (const int code = need_store(mirror, kUserUid)) return code;
-    const IdKey id(uid);
-    for (Walk walk(mirror.store[kUserUid], id.view()); walk.next();) {
-        // Ids of more than six digits share keys.
-        std::string name(stored_text(walk.value));
-        std::string_view line;
-        uint32_t found;
-        if (find_record(mirror.store[kUserName], store_key(name), &line) == 0 &&
-            parse_id(line_of(line), &found) == 0 && found == uid) {
-            key = std::move(name);
-            return 0;
-        }
-    }
-    return ERR_NO_SUCH_USER;
+    const int code = find_id(mirror, kUserName, kUserUid, uid, key);
+    return code == ERR_KEY_NOT_FOUND ? int{ERR_NO_SUCH_USER} : code;
 }
 
 bool is_listed_user(std::string_view line, int mask) noexcept {

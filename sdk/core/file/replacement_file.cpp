@@ -122,7 +122,8 @@ ReplacementFile::~ReplacementFile() {
 }
 
 int ReplacementFile::create() noexcept {
-    const int length = snprintf(temporary_, sizeof temporary_, "%s%s", target_, suffix_ ? suffix_ : ".XXXXXX");
+    const int length =
+        snprintf(temporary_, sizeof temporary_, "%s%s", target_, suffix_ ? suffix_ : ".XXXXXX");
     if (length < 0 || size_t(length) >= sizeof temporary_) {
         errno = ENAMETOOLONG;
         return ERR_OPEN_FAILED;

@@ -266,14 +266,21 @@ int rename_stores(const MirrorKind &kind, const char *from, const char *to) noex
     return 0;
 }
 
+// Whether there was a mirror before. Then what cannot be built anew is one that cannot be opened.
+enum class Building { kFirst, kAgain };
+
 // With the builders' lock held: builds below a temporary prefix and puts the stores in place below `prefix`.
-int build_at(const MirrorKind &kind, const char *prefix, const char *temporary) noexcept {
+int build_at(const MirrorKind &kind, const char *prefix, const char *temporary, Building building) noexcept {
     remove_stores(kind, temporary);  // of a builder that was killed
     MirrorPtr fresh;
     int code = create_stores(kind, temporary, &fresh);
     if (code == 0) code = build_stores(*fresh);
     if (code == 0) code = write_out(*fresh);
     fresh.reset();
+    if (code && code != ERR_OUT_OF_MEMORY && building == Building::kAgain) {
+        MORV_LOG(LOG_ERR, "%s failed, morverr=0x%04X", kind.rebuild_name, unsigned(code));
+        code = ERR_OPEN_FAILED;
+    }
     if (code == 0) {
         MirrorPtr old;
         open_stores(kind, prefix, false, &old);
@@ -286,7 +293,7 @@ int build_at(const MirrorKind &kind, const char *prefix, const char *temporary) 
 }
 
 // Builds the stores below `prefix` unless, once it is our turn, another process has done it.
-int build_missing(const MirrorKind &kind, const char *prefix, bool anyway) noexcept {
+int build_missing(const MirrorKind &kind, const char *prefix, bool anyway, Building building) noexcept {
     const bool live = strcmp(prefix, SysPath(kind.prefix).c_str()) == 0;
     char temporary[PATH_MAX];
     const int length = live ? snprintf(temporary, sizeof temporary, "%s", SysPath(kind.temporary).c_str())
@@ -302,7 +309,7 @@ int build_missing(const MirrorKind &kind, const char *prefix, bool anyway) noexc
             return 0;
         }
     }
-    return build_at(kind, prefix, temporary);
+    return build_at(kind, prefix, temporary, building);
 }
 
 // Tells other holders of the same old stores. A store that is still the live one was changed in place, and must
@@ -350,7 +357,8 @@ int open_mirror(const MirrorKind &kind, Extent extent, MirrorPtr *mirror) noexce
             usleep(1000);
             if (round < kRounds / 2) continue;
         }
-        if ((code = build_missing(kind, prefix.c_str(), code == kMixed))) return code;
+        const Building building = code == kIncomplete ? Building::kFirst : Building::kAgain;
+        if ((code = build_missing(kind, prefix.c_str(), code == kMixed, building))) return code;
     }
     return ERR_OPEN_FAILED;
 }
@@ -364,7 +372,7 @@ int open_mirror_at(const MirrorKind &kind, const char *prefix, MirrorPtr *mirror
             usleep(1000);
             if (round < kRounds / 2) continue;
         }
-        if (const int failed = build_missing(kind, prefix, code == kMixed)) return failed;
+        if (const int failed = build_missing(kind, prefix, code == kMixed, Building::kFirst)) return failed;
         *built = true;
     }
     return ERR_OPEN_FAILED;
@@ -403,10 +411,7 @@ int refresh_mirror(MirrorPtr *mirror, bool *replaced) noexcept {
     *replaced = standing != Standing::kCurrent;
     if (!*replaced) return 0;
     if (standing == Standing::kStale) {
-        if (const int code = build_missing(kind, prefix.c_str(), false)) {
-            MORV_LOG(LOG_ERR, "rebuilding [%s] failed, morverr=0x%04X", prefix.c_str(), unsigned(code));
-            return code;
-        }
+        if (const int code = build_missing(kind, prefix.c_str(), false, Building::kAgain)) return code;
         mark_replaced(**mirror, prefix.c_str());
     }
     MirrorPtr fresh;
@@ -417,10 +422,13 @@ int refresh_mirror(MirrorPtr *mirror, bool *replaced) noexcept {
 }
 
 int rebuild_mirror(const MirrorKind &kind) noexcept {
-    return build_missing(kind, SysPath(kind.prefix).c_str(), true);
+    return build_missing(kind, SysPath(kind.prefix).c_str(), true, Building::kAgain);
 }
 
 int build_stores(Mirror &mirror) noexcept {
+    for (const MirrorStore &store : mirror.kind->stores) {
+        if (const int code = clear_store(mirror.store[store.slot])) return code;
+    }
     if (const int code = mirror.kind->build(mirror)) return code;
     if (getrandom(&mirror.building, sizeof mirror.building, 0) != sizeof mirror.building)
         return ERR_SYS_UNKNOWN;
@@ -439,10 +447,14 @@ int mark_stores(Mirror &mirror) noexcept {
     return 0;
 }
 
+int publish_stores(Mirror &mirror) noexcept {
+    if (const int code = write_out(mirror)) return code;
+    if (const int code = mark_stores(mirror)) return code;
+    return write_out(mirror);
+}
+
 int publish_mirror(MirrorPtr mirror) noexcept {
-    if (const int code = write_out(*mirror)) return code;
-    if (const int code = mark_stores(*mirror)) return code;
-    return write_out(*mirror);
+    return publish_stores(*mirror);
 }
 
 void forget_mirror(const MirrorKind &kind) noexcept {

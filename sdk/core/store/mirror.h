@@ -45,6 +45,7 @@ struct MirrorKind {
     std::span<const MirrorStore> stores;    // in the order in which they are opened and renamed
     std::span<const char *const> sources;   // in the order in which they are compared
     int (*build)(Mirror &mirror) noexcept;  // fills empty stores and the states of the files it read
+    const char *rebuild_name;               // of the function that builds the mirror anew, for log lines
 };
 
 struct Mirror {
@@ -90,8 +91,9 @@ int build_stores(Mirror &mirror) noexcept;
 // Marks all stores as built from files of these states (by source).
 int mark_stores(Mirror &mirror) noexcept;
 
-// Marks a mirror whose stores were changed as its files were, and closes it. The changes are written out before the
-// marks, so that a mirror that looks current has all of them.
+// Mark a mirror whose stores were changed as its files were; the second closes it. The changes are written out before
+// the marks, so that a mirror that looks current has all of them.
+int publish_stores(Mirror &mirror) noexcept;
 int publish_mirror(MirrorPtr mirror) noexcept;
 
 // Makes sure that nobody takes the live mirror for current.

@@ -5,10 +5,6 @@
 
 #include "core/file/sys_path.h"
 
-#ifndef MORV_PRIVATE_MIRROR
-#define MORV_PRIVATE_MIRROR 0
-#endif
-
 namespace morv {
 
 mode_t mirror_mode() noexcept {

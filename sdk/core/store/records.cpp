@@ -69,6 +69,17 @@ int erase_pair(MORVBDB *db, std::string_view key, std::string_view value) noexce
     return errno == ENOSPC ? ERR_NOT_ENOUGH_SPACE : ERR_STORE_DELETE_FAILED;
 }
 
+int clear_store(MORVBDB *db) noexcept {
+    for (;;) {
+        DBT key;
+        DBT value;
+        const int result = db->pDb->seq(db->pDb, &key, &value, R_FIRST);
+        if (result == RET_SPECIAL) return 0;
+        if (result != RET_SUCCESS) return read_failure();
+        if (db->pDb->del(db->pDb, &key, R_CURSOR) != RET_SUCCESS) return ERR_STORE_DELETE_FAILED;
+    }
+}
+
 bool Walk::next() noexcept {
     DBT at = item(only_);
     DBT found;

@@ -12,6 +12,8 @@ int find_record(MORVBDB *db, std::string_view key, std::string_view *value) noex
 int put_record(MORVBDB *db, std::string_view key, std::string_view value) noexcept;
 int erase_record(MORVBDB *db, std::string_view key) noexcept;  // one that is missing is no error
 
+int clear_store(MORVBDB *db) noexcept;  // removes every record
+
 // Of several records with one key, the one with this value. ERR_KEY_NOT_FOUND when there is none.
 int find_pair(MORVBDB *db, std::string_view key, std::string_view value) noexcept;
 int erase_pair(MORVBDB *db, std::string_view key, std::string_view value) noexcept;

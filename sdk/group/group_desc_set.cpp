@@ -1,0 +1,8 @@
+#include "core/account/group_change.h"
+#include "core/base/fail.h"
+
+extern "C" int MORVGroupDescSet(const char *name, const char *text) noexcept {
+    if (!name || !text) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    const int code = morv::change_group({name, nullptr, text});
+    return code ? MORV_FAIL(code, -1) : 0;
+}

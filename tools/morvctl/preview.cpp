@@ -1,0 +1,195 @@
+#include "morvctl/preview.h"
+
+#include <morvsdk/error.h>
+#include <morvsdk/file.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <set>
+
+#include "morvctl/accounts.h"
+#include "morvctl/change.h"
+#include "morvctl/text_lines.h"
+
+namespace morvctl {
+
+namespace {
+
+// The files that a change of accounts may change, and those that it goes by.
+constexpr const char *kChanged[] = {
+    "/etc/passwd", "/etc/shadow",     "/etc/morvuser.conf",     "/usr/morv/etc/private/smbpasswd",
+    "/etc/group",  "/etc/group_desc", "/usr/morv/etc/smb.conf", "/usr/morv/etc/afpd.conf",
+    "/etc/exports"};
+constexpr const char *kRead[] = {"/etc/morvinfo.conf", "/etc.defaults/morvinfo.conf", "/etc/TZ",
+                                 "/usr/morv/etc/private/domain_group", "/proc/mounts"};
+// Programs that the library asks.
+constexpr const char *kPrograms[] = {"/usr/bin/getent"};
+
+constexpr char kHomes[] = "/var/services/homes";
+
+// The files of one change are renamed one after the other. Copies made meanwhile would not belong together.
+constexpr int kTries = 20;
+
+std::string state_of(const std::string &path) {
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0) return "";
+    return std::to_string(st.st_dev) + ":" + std::to_string(st.st_ino) + ":" + std::to_string(st.st_size) +
+           ":" + std::to_string(st.st_mtim.tv_sec) + "." + std::to_string(st.st_mtim.tv_nsec);
+}
+
+// Where a field holds nothing that has to be kept: no password, or a mark for that none is accepted.
+bool is_secret(std::string_view field) {
+    return field.find_first_not_of("!*") != field.npos && field != "x" && field != "X" && field != "NP" &&
+           !field.starts_with("NO PASSWORD") && field.find_first_not_of('X') != field.npos;
+}
+
+// The text with its secrets masked: the second field, in smbpasswd the third and fourth, of every line, those that
+// are comments included. `known` are the secrets of the text before the change.
+std::string masked(const std::string &file, const std::string &text, std::set<std::string> &known,
+                   bool is_new) {
+    const bool is_samba = file.ends_with("smbpasswd");
+    if (!is_samba && file != "/etc/shadow" && file != "/etc/passwd" && file != "/etc/group") return text;
+    std::string shown;
+    for (size_t at = 0; at < text.size(); at = next_line(text, at)) {
+        const std::string_view line = line_at(text, at);
+        size_t start = 0;
+        for (int field = 1; start <= line.size(); ++field) {
+            const size_t end = std::min(line.find(':', start), line.size());
+            const std::string_view value = line.substr(start, end - start);
+            const bool holds = is_samba ? field == 3 || field == 4 : field == 2;
+            if (field > 1) shown += ':';
+            if (holds && is_secret(value)) {
+                const std::string secret(value.substr(value.find_first_not_of("!*")));
+                shown.append(value.substr(0, value.size() - secret.size()));
+                shown.append(is_new && !known.contains(secret) ? "(new hash)" : "(hash)");
+                if (!is_new) known.insert(secret);
+            } else {
+                shown.append(value);
+            }
+            start = end + 1;
+        }
+        if (at + line.size() < text.size()) shown += '\n';
+    }
+    return shown;
+}
+
+}  // namespace
+
+Preview::Preview(const Session &session, const std::vector<std::string> &folders)
+    : session_(session), root_(scratch_.path("root")) {
+    copy_files();
+    std::filesystem::create_directories(root_ + "/tmp");
+    for (const char *program : kPrograms) {
+        const std::string real = system_path(session, program);
+        if (access(real.c_str(), X_OK) != 0) continue;
+        std::filesystem::create_directories(folder_of(root_ + program));
+        std::filesystem::create_symlink(real, root_ + program);
+    }
+    if (MORVSysRootSet(root_.c_str()) != 0) fail_library("make a private copy");
+    mirror_folder(kHomes);
+    for (const std::string &folder : folders)
+        mirror_folder(folder);
+    List shares;
+    if (MORVShareEnum(shares.address(), 0) < 0) return;  // what is wrong, the change itself will say
+    for (const std::string &name : shares.items()) {
+        MORVSHARE *share = nullptr;
+        if (MORVShareGet(name.c_str(), &share) != 0) continue;
+        mirror_folder(share->szPath);
+        MORVShareFree(share);
+    }
+}
+
+Preview::~Preview() {
+    ErrMLIBFileCloseLock();
+    MORVSysRootSet(session_.root.c_str());
+    // A process in the background may still be at work on folders that were removed.
+    std::error_code failed;
+    for (int tries = 0; tries < kTries && (std::filesystem::remove_all(root_, failed), failed); ++tries)
+        usleep(50000);
+}
+
+void Preview::copy_files() {
+    const auto states = [&] {
+        std::string all;
+        for (const char *file : kChanged)
+            all.append(state_of(system_path(session_, file))).append(" ");
+        return all;
+    };
+    std::map<std::string, std::string> copied;
+    for (int tries = 0;; ++tries) {
+        const std::string state = states();
+        copied.clear();
+        before_.clear();
+        for (const char *file : kChanged) {
+            const Target target{file, system_path(session_, file)};
+            if (const Fd fd = open_file(target, true)) before_[file] = read_content(target, fd);
+        }
+        if (state == states()) break;
+        if (tries == kTries)
+            throw Failure(Exit::kLocked, "cannot copy the account files: they keep changing");
+        usleep(50000);
+    }
+    copied = before_;
+    for (const char *file : kRead) {
+        const Target target{file, system_path(session_, file)};
+        if (access(target.path.c_str(), R_OK) != 0) continue;
+        if (const Fd fd = open_file(target, true)) copied[file] = read_content(target, fd);
+    }
+    for (const auto &[file, content] : copied) {
+        std::filesystem::create_directories(folder_of(root_ + file));
+        scratch_.write(("root" + file).c_str(), content);
+    }
+}
+
+bool Preview::has_folder(const std::string &folder) const {
+    struct stat st;
+    return lstat((root_ + folder).c_str(), &st) == 0;
+}
+
+void Preview::mirror_folder(const std::string &folder) {
+    // What does not begin with a slash, or goes up, the library may refuse or not: nothing is made for it.
+    if (folder.empty() || folder[0] != '/' || (folder + "/").find("/../") != folder.npos) return;
+    for (size_t end = 0; end != folder.npos;) {
+        end = folder.find('/', end + 1);
+        const std::string part = folder.substr(0, end);
+        struct stat st;
+        if (stat(system_path(session_, part).c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) break;
+        std::error_code ignored;
+        std::filesystem::create_directory(root_ + part, ignored);
+    }
+    folders_[folder] = has_folder(folder);
+}
+
+void Preview::show(const Session &session, Json &document) const {
+    Json folders = Json::array();
+    for (const auto &[folder, existed] : folders_) {
+        const bool exists = has_folder(folder);
+        if (exists == existed) continue;
+        const char *change = exists ? "made" : "removed";
+        folders.push_back({{"folder", folder}, {"change", change}});
+        if (!session.json) print_line("folder " + escape(folder) + ": " + change);
+    }
+    Json files = Json::array();
+    for (const char *file : kChanged) {
+        const Target target{file, root_ + file};
+        const auto was = before_.find(file);
+        std::string after;
+        const Fd fd = open_file(target, true);
+        if (fd) after = read_content(target, fd);
+        if (was == before_.end() ? !fd : fd && was->second == after) continue;
+        std::set<std::string> known;
+        std::string before;
+        if (was != before_.end()) before = masked(file, was->second, known, false);
+        after = masked(file, after, known, true);
+        const std::string diff =
+            show_change(file, was == before_.end() ? nullptr : &before, fd ? &after : nullptr);
+        files.push_back({{"file", file}, {"diff", diff}});
+        if (!session.json) print_raw(diff);
+    }
+    document["folders"] = folders;
+    document["files"] = files;
+}
+
+}  // namespace morvctl
