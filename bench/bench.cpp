@@ -2,6 +2,7 @@
 
 #include <gnu/libc-version.h>
 #include <morvsdk/error.h>
+#include <morvsdk/file.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/statfs.h>
@@ -152,6 +153,13 @@ void write_file(const std::string &path, std::string_view content) {
     std::ofstream file(path, std::ios::binary);
     file << content;
     if (!file.flush()) give_up("cannot write " + path);
+}
+
+void use_root(const std::string &folder) {
+    static std::string set;
+    if (set == folder) return;
+    if (MORVSysRootSet(folder.c_str()) != 0) give_up("cannot use " + folder);
+    set = folder;
 }
 
 std::vector<std::string> names(size_t count, Script script) {

@@ -107,6 +107,17 @@ class Comparison {
         return *this;
     }
 
+    // For a peer that does the work in `steps` equal steps, too slow to be waited for: one of them is measured, and
+    // stands for all.
+    template <class Prepare, class Work>
+    Comparison &one_step_of(int steps, std::string_view who, Prepare prepare, Work work) {
+        auto once = timed(prepare, work);
+        std::string seen;
+        once(Check{&seen});
+        enter(std::string(who), seen, [once, steps]() mutable { return steps * once(Measure{}); });
+        return *this;
+    }
+
   private:
     using Call = std::function<double()>;  // answers its seconds
     struct Side {
@@ -148,6 +159,9 @@ const std::vector<Place> &places();
 [[noreturn]] void give_up(const std::string &why);
 
 void write_file(const std::string &path, std::string_view content);
+
+// Makes a folder the library's root, unless it is: naming it again costs a path look-up.
+void use_root(const std::string &folder);
 
 // ---- Material --------------------------------------------------------------------------------------------
 

@@ -16,9 +16,7 @@ void add_lock(const Place &place) {
     compare(std::string("lock_") + place.name, "0")
         .side("ours",
               [root = place.folder](auto see) {
-                  // The library keeps its root; naming it again costs a path look-up that is not the lock's.
-                  static std::string set;
-                  if (set != root) MORVSysRootSet((set = root).c_str());
+                  use_root(root);
                   int result = ErrMLIBFileLock(MORV_LOCK_MORVINFO | MORV_LOCK_WRITE, 0);
                   result |= ErrMLIBFileUnlock(MORV_LOCK_MORVINFO);
                   see(result);

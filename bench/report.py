@@ -62,6 +62,20 @@ WORKS = [
     ("store_get_disk", "store: 100 gets", [("floor", most(1.2)), ("sqlite", SHOWN), ("lmdb", SHOWN)]),
     ("store_open_get_close_disk", "store: open, get, close",
      [("floor", most(1.2)), ("sqlite", SHOWN), ("lmdb", SHOWN)]),
+    ("user_get", "look up a user of 2,048 by name", [("floor", most(0.4)), ("libuser", most(0.8))]),
+    ("user_get_by_uid", "look up a user of 2,048 by uid", [("floor", most(0.4)), ("libuser", most(0.8))]),
+    ("wide_user_get", "the same, 20,000 domain users beside them", [("floor", most(1.3))]),
+    ("user_mirror_get", "100 look-ups through an open mirror", [("floor", most(1.5))]),
+    ("user_mirror_check", "look whether a mirror is current", [("floor", most(2))]),
+    ("user_enum", "list 2,048 users", [("floor", most(0.5))]),
+    ("user_build_memory", "build the mirror of 2,048 users, in memory", [("floor", SHOWN), ("sqlite", most(1))]),
+    ("user_build_disk", "the same on the disk", [("floor", most(3)), ("sqlite", most(1))]),
+    ("wide_user_build", "build it with 20,000 domain users", [("floor", most(22048 / 2048))]),
+    ("user_add", "add a user to 2,048", [("floor", most(2)), ("useradd", SHOWN)]),
+    ("user_add_500", "add 500 users at once", [("floor", most(3)), ("useradd", least(50))]),
+    ("group_build", "build the mirror of 300 groups of 20", [("floor", most(2))]),
+    ("share_enum", "list 256 shares", [("floor", most(0.5))]),
+    ("share_get", "look up a share of 256", [("floor", most(0.3))]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -77,9 +91,19 @@ FLOORS = {
     "list_and": "std::set_intersection",
     "list_or": "std::set_union",
     "store": "the btree library called bare",
+    "user_get": "fgetpwent_r and fgetspent_r",
+    "wide_user_get": "the same without them",
+    "user_mirror_get": "the btree library called bare",
+    "user_mirror_check": "stat of the nine files",
+    "user_enum": "fgetpwent_r",
+    "user_build": "five ready images written, fsync, rename",
+    "wide_user_build": "the same without them",
+    "group_build": "bare parse, look-up of members, puts",
+    "share": "bare read and split of the file",
+    "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",
-         "icu": "ICU at each comparison", "sqlite": "SQLite", "lmdb": "LMDB"}
+         "icu": "ICU at each comparison", "libuser": "libuser", "useradd": "useradd", "sqlite": "SQLite", "lmdb": "LMDB"}
 
 
 def peer_name(work, side):
@@ -121,7 +145,7 @@ def judge(ratio, bound):
         ratio = 1 / ratio
         goal = "slower than we" if bound == SLOWER else f"at least {bound[1]} times slower"
         return f"{ratio:.2f} times slower", goal, ratio >= bound[1]
-    return f"{ratio:.2f}", f"at most {bound[1]}" if bound else "", ratio <= bound[1] if bound else None
+    return f"{ratio:.2f}", f"at most {bound[1]:.3g}" if bound else "", ratio <= bound[1] if bound else None
 
 
 def make_rows(times):

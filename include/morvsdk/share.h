@@ -191,34 +191,47 @@ MORV_API int MORVShareDelete(const char *name) MORV_NOEXCEPT;
 /* ---- Folders --------------------------------------------------------------------------------------- */
 
 /* Moves the folder `from` to `to`, which must not exist: by a rename on the same volume, else by a copy of everything
- * in it with owner, mode, times, extended attributes and access lists, after which `from` is removed.
+ * in it with owner, mode, times, extended attributes and access lists, holes and hard links, after which `from` goes to
+ * "@tmp" of its volume to be removed in the background. Symbolic links are copied, not followed. What is written into
+ * the folder meanwhile may not be in the copy.
  *
  * While files are copied, "/tmp/sharecopy.info" says how far: the key COPY_FILE_SIZE holds the bytes copied so far. It
- * is removed at the end.
+ * is removed at the end. The copy is made beside `to` as "." NAME ".sharecopy"; one that a killed process has left there
+ * is removed by the next call for the same `to`.
  *
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (null), ERR_PATH_NOT_ABSOLUTE, ERR_PATH_NOT_FOUND (no folder `from`),
- * ERR_FILE_EXISTS (there is a `to`), ERR_NOT_ENOUGH_SPACE, ERR_READ_FAILED, ERR_WRITE_FAILED, ERR_ACCESS_DENIED or
- * ERR_RENAME_FAILED. After a failure `from` is as it was and `to` is gone; when the process is killed `from` is
- * whole, and `to` is too or does not exist. */
+ * Returns 0, or -1 with
+ *   ERR_BAD_PARAMETERS     null, or `to` lies in `from`
+ *   ERR_PATH_NOT_ABSOLUTE
+ *   ERR_PATH_NOT_FOUND     there is no folder `from`
+ *   ERR_FILE_EXISTS        there is something called `to`
+ *   ERR_LOCK_FAILED        another process copies to `to`
+ *   ERR_DEVICE_BUSY        something is mounted in `from`, which a copy would leave out
+ *   ERR_NOT_ENOUGH_SPACE, ERR_READ_FAILED, ERR_WRITE_FAILED, ERR_ACCESS_DENIED, ERR_CREATE_FAILED, ERR_RENAME_FAILED,
+ *   ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY
+ * After a failure `from` is as it was and `to` is gone. When the process is killed `from` is whole, or `to` is and
+ * `from` is in "@tmp"; a part of `to` is never there. */
 MORV_API int ShareMove(const char *from, const char *to) MORV_NOEXCEPT;
 
-/* The same without removing `from`. */
+/* The same without removing `from`, and always by a copy. */
 MORV_API int ShareDirCopy(const char *from, const char *to) MORV_NOEXCEPT;
 
-/* Moves a folder into "@tmp" of the volume that it lies on, under its own name and ".%ld" with a unique number, and
- * removes it there in the background.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_ABSOLUTE, ERR_PATH_NOT_FOUND, ERR_CREATE_FAILED,
- * ERR_RENAME_FAILED or ERR_SYS_UNKNOWN (no process could be started; the folder is then back in its place). */
+/* Moves a folder into "@tmp" of the volume that it lies on (made for its owner alone when it is missing), under its own
+ * name and ".%ld" with a unique number, and removes it there in the background.
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_ABSOLUTE, ERR_PATH_NOT_FOUND, ERR_ACCESS_DENIED,
+ * ERR_CREATE_FAILED, ERR_RENAME_FAILED or ERR_SYS_UNKNOWN (no process could be started; the folder is then back in its
+ * place). */
 MORV_API int MORVShareMove2Tmp(const char *path) MORV_NOEXCEPT;
 
 /* The recycle bins: "#recycle" in the folder of every share and in every user's home.
  *
- * MORVShareRecycleClean           starts a process that empties all of them; its number is in "/tmp/cleanrecycle.pid"
- * MORVShareRecycleCleanStop       ends that process
+ * MORVShareRecycleClean           starts a process that empties all of them, by way of "@tmp" of their volumes; its number
+ *                                 is in "/tmp/cleanrecycle.pid" while it runs
+ * MORVShareRecycleCleanStop       ends that process; the next one removes what it has left in "@tmp"
  * MORVShareRecycleCleanStatusGet  answers 1 while it runs, else 0
  *
- * Clean and Stop return 0 (also when there is nothing to stop), or -1 with ERR_OP_FAILURE (the bins are being emptied
- * already), ERR_SYS_UNKNOWN (no process could be started or ended), ERR_WRITE_FAILED, or the codes of
+ * Clean and Stop return 0 (also when there is nothing to stop). All return -1 on a failure, with ERR_OP_FAILURE (the
+ * bins are being emptied already), ERR_SYS_UNKNOWN (no process could be started or ended), ERR_WRITE_FAILED,
+ * ERR_OPEN_FAILED or ERR_ACCESS_DENIED (the pid file is another user's), ERR_OUT_OF_MEMORY, or the codes of
  * MORVShareEnum. */
 MORV_API int MORVShareRecycleClean(void) MORV_NOEXCEPT;
 MORV_API int MORVShareRecycleCleanStop(void) MORV_NOEXCEPT;

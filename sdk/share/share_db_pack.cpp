@@ -3,9 +3,9 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "core/account/packed_share.h"
 #include "core/base/bytes.h"
 #include "core/base/fail.h"
-#include "share/packed_share.h"
 
 using namespace morv;
 

@@ -17,10 +17,10 @@ extern "C" int MORVUserDBGetByCursor(MORVUSERDB *db, MORVUSER **ppUser) noexcept
     const MallocPtr<void> value_guard(value);
     if (result != 0) return MORV_FAIL(MLIBErrGet(), -1);
     const int code = no_throw([&] {
-        UserLines lines;
-        const auto name = stored_text({static_cast<const char *>(key), static_cast<size_t>(key_size)});
-        const int failed = read_user_lines(*mirror_of(db), name, &lines);
-        return failed ? failed : make_user(lines, ppUser);
+        UserText text;
+        const std::string name(stored_text({static_cast<const char *>(key), static_cast<size_t>(key_size)}));
+        const int failed = find_user(*mirror_of(db), name.c_str(), &text);
+        return failed ? failed : make_user(text, ppUser);
     });
     return code ? MORV_FAIL(code, -1) : 0;
 }

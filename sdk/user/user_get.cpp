@@ -11,10 +11,10 @@ extern "C" int MORVUserGet(const char *name, MORVUSER **ppUser) noexcept {
     if (!name || !ppUser) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     const int code = read_accounts(user_mirror_kind, MORV_LOCK_PW, [&](Mirror &mirror) {
         std::string key;
-        UserLines lines;
+        UserText text;
         if (!upper_name(name, key)) return int{ERR_NO_SUCH_USER};
-        const int failed = read_user_lines(mirror, key, &lines);
-        return failed ? failed : make_user(lines, ppUser);
+        const int failed = find_user(mirror, key.c_str(), &text);
+        return failed ? failed : make_user(text, ppUser);
     });
     return code ? MORV_FAIL(code, -1) : 0;
 }

@@ -10,10 +10,10 @@ extern "C" int MORVUserGetByUID(uint32_t uid, MORVUSER **ppUser) noexcept {
     if (!ppUser) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     const int code = read_accounts(user_mirror_kind, MORV_LOCK_PW, [&](Mirror &mirror) {
         std::string key;
-        UserLines lines;
+        UserText text;
         if (const int failed = find_uid(mirror, uid, key)) return failed;
-        const int failed = read_user_lines(mirror, key, &lines);
-        return failed ? failed : make_user(lines, ppUser);
+        const int failed = find_user(mirror, key.c_str(), &text);
+        return failed ? failed : make_user(text, ppUser);
     });
     return code ? MORV_FAIL(code, -1) : 0;
 }

@@ -20,11 +20,15 @@ using testing_support::Sys;
 constexpr struct {
     const char *name;
     int reason;
-} kCalls[] = {{"open", EMFILE},     {"fstat", EIO},        {"read", EIO},         {"readlink", EACCES},
-              {"mkostemp", ENOSPC}, {"fchown", EPERM},     {"fchmod", EPERM},     {"flistxattr", EIO},
-              {"fgetxattr", EIO},   {"fsetxattr", ENOSPC}, {"fremovexattr", EIO}, {"write", ENOSPC},
-              {"short write", 0},   {"fsync", EIO},        {"close", EIO},        {"rename", EBUSY},
-              {"lseek", EIO},       {"allocation", ENOMEM}};
+} kCalls[] = {{"open", EMFILE},           {"fstat", EIO},        {"read", EIO},
+              {"readlink", EACCES},       {"mkostemp", ENOSPC},  {"fchown", EPERM},
+              {"fchmod", EPERM},          {"flistxattr", EIO},   {"fgetxattr", EIO},
+              {"fsetxattr", ENOSPC},      {"fremovexattr", EIO}, {"write", ENOSPC},
+              {"short write", 0},         {"fsync", EIO},        {"close", EIO},
+              {"rename", EBUSY},          {"lseek", EIO},        {"openat", EMFILE},
+              {"mkdirat", ENOSPC},        {"renameat2", EXDEV},  {"unlinkat", EIO},
+              {"copy_file_range", EXDEV}, {"futimens", EPERM},   {"syncfs", EIO},
+              {"allocation", ENOMEM}};
 
 int armed = -1;
 int countdown;
@@ -157,6 +161,46 @@ int close(int fd) {
 
 int rename(const char *from, const char *to) noexcept {
     return call(Sys::kRename, SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0);
+}
+
+int openat(int at, const char *path, int flags, ...) {
+    mode_t mode = 0;
+    if (flags & (O_CREAT | O_TMPFILE)) {
+        va_list args;
+        va_start(args, flags);
+        mode = va_arg(args, mode_t);
+        va_end(args);
+    }
+    return call(Sys::kOpenat, SYS_openat, at, path, flags | O_LARGEFILE, mode);
+}
+
+int mkdirat(int at, const char *path, mode_t mode) noexcept {
+    return call(Sys::kMkdirat, SYS_mkdirat, at, path, mode);
+}
+
+int renameat2(int from_at, const char *from, int to_at, const char *to, unsigned flags) noexcept {
+    return call(Sys::kRenameat2, SYS_renameat2, from_at, from, to_at, to, flags);
+}
+
+int unlinkat(int at, const char *path, int flags) noexcept {
+    return call(Sys::kUnlinkat, SYS_unlinkat, at, path, flags);
+}
+
+ssize_t copy_file_range(int from, off_t *in, int to, off_t *out, size_t size, unsigned flags) {
+    if (fails(Sys::kCopyFileRange)) return -1;
+    static const auto real =
+        next<ssize_t (*)(int, off_t *, int, off_t *, size_t, unsigned)>({"copy_file_range"});
+    return real(from, in, to, out, size, flags);
+}
+
+int futimens(int fd, const timespec *times) noexcept {
+    if (fails(Sys::kFutimens)) return -1;
+    static const auto real = next<int (*)(int, const timespec *)>({"__futimens64", "futimens"});
+    return real(fd, times);
+}
+
+int syncfs(int fd) noexcept {
+    return call(Sys::kSyncfs, SYS_syncfs, fd);
 }
 
 off_t lseek(int fd, off_t offset, int whence) noexcept {

@@ -28,6 +28,13 @@ enum class Sys {
     kClose,  // closes, and fails
     kRename,
     kLseek,
+    kOpenat,
+    kMkdirat,
+    kRenameat2,  // says EXDEV
+    kUnlinkat,
+    kCopyFileRange,  // says EXDEV
+    kFutimens,
+    kSyncfs,
     kAllocation,  // malloc and its companions, operator new
     kCount
 };

@@ -42,7 +42,7 @@ const Change kChanges[] = {
          const MORVUSER *const users[] = {g.added.get(), g.changed.get(), g.second.get()};
          return MORVUserSetMany(users, 3, nullptr);
      },
-     0},
+     ERR_BAD_PARAMETERS},  // uid 0 by now asks for the superuser's
     {"change", [](auto &g) { return MORVUserSetOne(g.changed.get()); }, 0},
     {"rename", [](auto &g) { return MORVUserSet("alice", g.renamed.get()); }, ERR_NO_SUCH_USER},
     {"password", [](auto &) { return MORVUserSetPasswd("alice", "new"); }, 0},

@@ -169,7 +169,7 @@ bool FileChanges::changes(AccountFile file) const noexcept {
     return f && f->changes;
 }
 
-// All are written before the first is synced: one journal commit then serves them together.
+// All are on their way to the disk before the first is waited for.
 int FileChanges::prepare() noexcept {
     for (int i = 0; i < kFiles; ++i) {
         File *f = files_[i].get();
@@ -177,6 +177,7 @@ int FileChanges::prepare() noexcept {
         f->version.emplace(f->paths.file, kTable[i].suffix);
         if (const int code = f->version->create_like(f->fd.get())) return code;
         if (const int code = f->version->write(f->changed)) return code;
+        f->version->start_sync();
     }
     for (auto &f : files_) {
         if (f && f->version) {

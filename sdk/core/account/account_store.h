@@ -66,12 +66,12 @@ extern const IdRange gid_range;
 // The third field of a line as an id. ERR_FORMAT_ERROR when it is no number.
 int parse_id(std::string_view line, uint32_t *id) noexcept;
 
-// Puts names (with their NUL) under their ids, in the order of the ids. A pair that is there twice is stored once.
+// Puts names (with their NUL) under their ids, in the order of the ids.
 struct IdName {
     IdKey id;
     std::string name;
 };
-int store_ids(MORVBDB *ids, std::vector<IdName> &pairs);
+int store_ids(MORVBDB *ids, const std::vector<IdName> &pairs);
 
 // The upper-cased name of the first account that has an id, by the stores in these slots.
 // ERR_KEY_NOT_FOUND. May throw std::bad_alloc.

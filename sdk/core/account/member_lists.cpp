@@ -1,5 +1,7 @@
 #include "core/account/member_lists.h"
 
+#include <unordered_set>
+
 #include "core/account/group_mirror.h"
 #include "core/account/named_lines.h"
 #include "core/text/lines.h"
@@ -21,12 +23,18 @@ bool MemberEdits::edit(std::string_view line, std::string &out) const {
     }
     std::string key;
     if (!joined.empty() && upper_name(first_field(line), key) && key == joined) {
-        std::set<std::string> there;
+        std::unordered_set<std::string> missing;
+        KeyFilter filter;
+        for (const std::string &name : join) {
+            if (!upper_name(name, key)) continue;
+            filter.add(key);
+            missing.insert(key);
+        }
         for (Items items(list); items.next();) {
-            if (upper_name(items.item, key)) there.insert(key);
+            if (filter.may_have(items.item) && upper_name(items.item, key)) missing.erase(key);
         }
         for (const std::string &name : join) {
-            if (!upper_name(name, key) || !there.insert(key).second) continue;
+            if (!upper_name(name, key) || missing.erase(key) == 0) continue;
             if (!list.empty()) list.push_back(',');
             list.append(name);
             changed = true;
@@ -40,16 +48,13 @@ void edit_members(std::string_view text, const MemberEdits &edits, std::string &
                   std::vector<std::string> &changed) {
     size_t done = 0;
     std::string key;
+    std::string next;
     for (std::string_view whole : Lines(text)) {
         const std::string_view line = without_line_feed(whole);
-        if (!is_system_line(line)) continue;
+        next.clear();
+        if (!is_system_line(line) || !edits.edit(line, next)) continue;
         const auto at = static_cast<size_t>(line.data() - text.data());
-        const size_t keep = out.size();
-        out.append(text, done, at - done);
-        if (!edits.edit(line, out)) {
-            out.resize(keep);
-            continue;
-        }
+        out.append(text, done, at - done).append(next);
         done = at + line.size();
         if (upper_name(first_field(line), key)) changed.push_back(key);
     }
@@ -57,13 +62,13 @@ void edit_members(std::string_view text, const MemberEdits &edits, std::string &
 }
 
 bool names_member(std::string_view text, const Renames &names) {
-    std::string key;
+    ListSearch search(names);
     for (std::string_view line : Lines(text)) {
         std::string_view before;
         std::string_view members;
-        if (!is_system_line(line) || !split_members(without_line_feed(line), &before, &members)) continue;
-        for (Items items(members); items.next();) {
-            if (upper_name(items.item, key) && names.contains(key)) return true;
+        if (is_system_line(line) && split_members(without_line_feed(line), &before, &members) &&
+            search.finds_one_in(members)) {
+            return true;
         }
     }
     return false;

@@ -1,7 +1,6 @@
 // The member lists of "/etc/group". Text in, text out.
 #pragma once
 
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -11,10 +11,6 @@ namespace morv {
 
 namespace {
 
-bool is_ascii(std::string_view text) noexcept {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) > 0; });
-}
-
 size_t count_separators(std::string_view line, size_t enough) noexcept {
     size_t count = 0;
     for (size_t at = line.find(':'); at != line.npos && count < enough; at = line.find(':', at + 1))
@@ -36,12 +32,12 @@ std::string marker_of(std::string_view word) {
 
 bool upper_name(std::string_view name, std::string &key) {
     key.assign(name);
-    if (is_ascii(name)) {
-        for (char &c : key) {
-            if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-        }
-        return true;
+    bool ascii = true;
+    for (char &c : key) {
+        ascii &= static_cast<signed char>(c) > 0;
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
     }
+    if (ascii) return true;
     const std::string source(name);
     if (source.find('\0') != source.npos) return false;
     const int64_t length = upper_length(source.c_str());
@@ -49,6 +45,16 @@ bool upper_name(std::string_view name, std::string &key) {
     key.resize(static_cast<size_t>(length));
     upper_write(source.c_str(), key.data());
     return true;
+}
+
+void KeyFilter::add(std::string_view key) noexcept {
+    if (!key.empty() && static_cast<signed char>(key[0]) >= 0) first_.set(static_cast<size_t>(key[0]));
+}
+
+bool KeyFilter::may_have(std::string_view name) const noexcept {
+    if (name.empty() || static_cast<signed char>(name[0]) < 0) return true;
+    const char c = name[0];
+    return first_.test(static_cast<size_t>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c));
 }
 
 bool is_named_line(std::string_view line) noexcept {
@@ -70,23 +76,28 @@ LinesByName index_lines(std::string_view text, bool (*is_line)(std::string_view)
     return lines;
 }
 
+void LineEdits::enter(std::string_view key, Edit edit) {
+    edits_[std::string(key)] = edit;
+    keys_.add(key);
+}
+
 void LineEdits::put(std::string_view key, std::string_view line) {
-    edits_[std::string(key)] = {static_cast<int>(lines_.size()), false, false};
+    enter(key, {static_cast<int>(lines_.size()), false, false});
     lines_.emplace_back(line);
 }
 
 void LineEdits::rename(std::string_view old_key, std::string_view key, std::string_view line) {
     drop(key);
-    edits_[std::string(old_key)] = {static_cast<int>(lines_.size()), true, false};
+    enter(old_key, {static_cast<int>(lines_.size()), true, false});
     lines_.emplace_back(line);
 }
 
 void LineEdits::keep(std::string_view key) {
-    edits_[std::string(key)] = {-1, false, true};
+    enter(key, {-1, false, true});
 }
 
 void LineEdits::drop(std::string_view key) {
-    edits_[std::string(key)] = {-1, true, false};
+    enter(key, {-1, true, false});
 }
 
 void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), std::string &out) const {
@@ -100,7 +111,9 @@ void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), 
     std::string key;
     for (std::string_view whole : Lines(text)) {
         const std::string_view line = without_line_feed(whole);
-        if (!is_line(line) || !upper_name(first_field(line), key)) continue;
+        const std::string_view name = first_field(line);
+        if (others_ == kStay && !keys_.may_have(name)) continue;
+        if (!is_line(line) || !upper_name(name, key)) continue;
         const auto found = edits_.find(key);
         Edit edit;
         if (found != edits_.end()) {
@@ -133,24 +146,33 @@ void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), 
     }
 }
 
+// Quotes may stand around one item or around the list.
+static std::string_view without_quotes(std::string_view item) noexcept {
+    if (item.starts_with('"')) item.remove_prefix(1);
+    if (item.ends_with('"')) item.remove_suffix(1);
+    return trim_blanks(item);
+}
+
 bool Items::next() noexcept {
     while (!rest_.empty()) {
         const size_t comma = rest_.find(',');
-        item = trim_blanks(rest_.substr(0, comma));
+        item = without_quotes(trim_blanks(rest_.substr(0, comma)));
         rest_ = comma == rest_.npos ? std::string_view() : rest_.substr(comma + 1);
         if (!item.empty()) return true;
     }
     return false;
 }
 
-bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out) {
+bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out,
+               Quotes quotes) {
     bool found = false;
     bool first = true;
     std::string upper;
     for (size_t from = 0; from <= list.size();) {
         const size_t comma = std::min(list.find(',', from), list.size());
         const std::string_view piece = list.substr(from, comma - from);
-        const std::string_view item = trim_blanks(piece);
+        const std::string_view whole = trim_blanks(piece);
+        const std::string_view item = without_quotes(whole);
         from = comma + 1;
         const bool is_it = !item.empty() && upper_name(item, upper) && upper == key;
         found |= is_it;
@@ -162,7 +184,10 @@ bool edit_list(std::string_view list, std::string_view key, std::string_view nam
             continue;
         }
         const auto before = static_cast<size_t>(item.data() - piece.data());
-        out.append(piece, 0, before).append(name).append(piece, before + item.size());
+        const bool adds = quotes == Quotes::kBlanks && item == whole && name.find(' ') != name.npos;
+        const std::string_view quote = adds ? "\"" : "";
+        out.append(piece, 0, before).append(quote).append(name).append(quote);
+        out.append(piece, before + item.size());
     }
     return found;
 }

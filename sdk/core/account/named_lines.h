@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include <bitset>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,6 +14,18 @@ namespace morv {
 
 // Upper-cases a name to `key`. False for one that is not valid UTF-8: no account can be found by it.
 bool upper_name(std::string_view name, std::string &key);
+
+// Some upper-cased names, of which it tells most others apart without upper-casing them.
+class KeyFilter {
+  public:
+    void add(std::string_view key) noexcept;
+
+    // False: none of the keys is this name's.
+    bool may_have(std::string_view name) const noexcept;
+
+  private:
+    std::bitset<128> first_;  // bytes that keys begin with; others than ASCII are let through
+};
 
 // What stands before the first separator.
 inline std::string_view first_field(std::string_view line) noexcept {
@@ -36,7 +49,7 @@ class LineEdits {
     explicit LineEdits(Others others = kStay) : others_(others) {}
 
     // The account's line becomes this one, or it is added at the end. Of several lines with one name the last
-    // counts; the others stay as they are. Domain: no line, nor added.
+    // counts; the others stay as they are.
     void put(std::string_view key, std::string_view line);
 
     // The line of `old_key` becomes this one, under another name.
@@ -57,14 +70,17 @@ class LineEdits {
         bool all = false;  // also of further lines with the name
         bool stays = false;
     };
+    void enter(std::string_view key, Edit edit);
+
     Others others_;
     std::unordered_map<std::string, Edit> edits_;
+    KeyFilter keys_;
     std::vector<std::string> lines_;
 };
 
 // ---- Lists of names: "alice,bob" -------------------------------------------------------------------------------
 
-// The items of a list, without the blanks around them; empty ones are passed over.
+// The items of a list, without the blanks and quotes around them; empty ones are passed over.
 class Items {
   public:
     explicit Items(std::string_view list) noexcept : rest_(list) {}
@@ -76,8 +92,11 @@ class Items {
 };
 
 // Appends `list` to `out` with the item `key` (upper-cased) replaced by `name`, or left out when that is empty.
-// Items that stay are not touched. Answers whether it was there.
-bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out);
+// Items that stay are not touched. With kBlanks a name that holds a blank is put in quotes, for readers that divide lists
+// at blanks. Answers whether it was there.
+enum class Quotes { kNone, kBlanks };
+bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out,
+               Quotes quotes = Quotes::kNone);
 
 // ---- Markers: "#$WORD$number$", the number handed out last -----------------------------------------------------
 

@@ -45,10 +45,8 @@ int make_record(void **block, int32_t *size, size_t header, std::span<const char
             *copies++ = last;
             continue;
         }
-        const size_t bytes = strlen(text) + 1;
-        memcpy(at, text, bytes);
         *copies++ = at;
-        at += bytes;
+        at = stpcpy(at, text) + 1;
     }
     return 0;
 }

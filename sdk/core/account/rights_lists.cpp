@@ -30,7 +30,7 @@ std::string_view rights_list_of(std::string_view line) noexcept {
     const std::string_view key = trim_blanks(text.substr(0, equals));
     const bool is_list = std::any_of(std::begin(kKeys), std::end(kKeys),
                                      [&](std::string_view k) { return equals_lower(key, k); });
-    return is_list ? trim(text.substr(equals + 1)) : std::string_view();
+    return is_list ? trim_blanks(text.substr(equals + 1)) : std::string_view();
 }
 
 void edit_rights(std::string_view text, const Renames &renames, std::string &out) {
@@ -44,7 +44,7 @@ void edit_rights(std::string_view text, const Renames &renames, std::string &out
         bool changed = false;
         for (const auto &[key, name] : renames) {
             next.clear();
-            if (!edit_list(list, key, name, next)) continue;
+            if (!edit_list(list, key, name, next, Quotes::kBlanks)) continue;
             changed = true;
             list.swap(next);
         }
@@ -56,12 +56,23 @@ void edit_rights(std::string_view text, const Renames &renames, std::string &out
     out.append(text, done);
 }
 
+ListSearch::ListSearch(const Renames &names) : names_(names) {
+    for (const auto &[key, name] : names)
+        filter_.add(key);
+}
+
+bool ListSearch::finds_one_in(std::string_view list) {
+    for (Items items(list); items.next();) {
+        if (filter_.may_have(items.item) && upper_name(items.item, key_) && names_.contains(key_))
+            return true;
+    }
+    return false;
+}
+
 bool names_any(std::string_view text, const Renames &names) {
-    std::string key;
+    ListSearch search(names);
     for (std::string_view line : Lines(text)) {
-        for (Items items(rights_list_of(line)); items.next();) {
-            if (upper_name(items.item, key) && names.contains(key)) return true;
-        }
+        if (search.finds_one_in(rights_list_of(line))) return true;
     }
     return false;
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "core/account/named_lines.h"
+
 namespace morv {
 
 // The list in a line, without the blanks around it; empty when the line holds none. Lists are the values of "invalid
@@ -17,7 +19,19 @@ using Renames = std::map<std::string, std::string, std::less<>>;
 // Appends `text` to `out` with all lists changed. All else stays as it is.
 void edit_rights(std::string_view text, const Renames &renames, std::string &out);
 
-// Whether a list names one of these.
+// Looks for some names in lists.
+class ListSearch {
+  public:
+    explicit ListSearch(const Renames &names);
+    bool finds_one_in(std::string_view list);
+
+  private:
+    const Renames &names_;
+    KeyFilter filter_;
+    std::string key_;
+};
+
+// Whether a list in the text names one of these.
 bool names_any(std::string_view text, const Renames &names);
 
 }  // namespace morv

@@ -3,10 +3,12 @@
 
 #include <morvsdk/internal/share.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "core/account/account_store.h"
+#include "core/account/share_text.h"
 #include "core/account/valid_names.h"
 #include "core/store/mirror.h"
 
@@ -23,6 +25,42 @@ inline Mirror *mirror_of(MORVSHAREDB *db) noexcept {
     return reinterpret_cast<Mirror *>(db);
 }
 
+struct ShareFreer {
+    void operator()(MORVSHARE *share) const noexcept { MORVShareFree(share); }
+};
+using SharePtr = std::unique_ptr<MORVSHARE, ShareFreer>;
+
+struct HashFreer {
+    void operator()(MLIBSZHASH *hash) const noexcept { MLIBSzHashFree(hash); }
+};
+struct ListFreer {
+    void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
+};
+
+// Makes of sections what the mirror holds of them; one reader for all. Functions may throw std::bad_alloc.
+class SectionReader {
+  public:
+    int allocate() noexcept;
+
+    // The section's keys, or its lines if it is a reserved one. A section that cannot be understood has none.
+    int read(const ConfSection &section);
+    const MLIBSZHASH *keys() const noexcept { return keys_.get(); }
+    const MLIBSZLIST *lines() const noexcept { return lines_.get(); }
+
+    // The record of the section read last; null when the mirror holds none.
+    int make_share(const ConfSection &section, const Accounts &accounts, SharePtr *share);
+
+    // Stores the list of the section read last.
+    int store_lines(const ConfSection &section, Mirror &mirror) const noexcept;
+
+  private:
+    int push(std::string_view text);
+
+    std::string key_, value_;
+    std::unique_ptr<MLIBSZHASH, HashFreer> keys_;
+    std::unique_ptr<MLIBSZLIST, ListFreer> lines_;
+};
+
 // Fills the store from the text of a configuration.
 int store_sections(Mirror &mirror, std::string_view text) noexcept;
 
@@ -30,13 +68,11 @@ int store_sections(Mirror &mirror, std::string_view text) noexcept;
 // of the mirrors. May throw std::bad_alloc.
 int share_from_keys(const char *name, const MLIBSZHASH *keys, const Accounts &accounts, MORVSHARE **share);
 
+// The key of a reserved section's list, but for its NUL.
+std::string reserved_key(std::string_view section);
+
 // Packs and stores a record. old_key: upper-cased name of the share that it replaces; empty to add, which
 // ERR_SHARE_EXISTS refuses. May throw std::bad_alloc.
 int put_share(Mirror &mirror, const std::string &old_key, const MORVSHARE &spec);
-
-struct ShareFreer {
-    void operator()(MORVSHARE *share) const noexcept { MORVShareFree(share); }
-};
-using SharePtr = std::unique_ptr<MORVSHARE, ShareFreer>;
 
 }  // namespace morv

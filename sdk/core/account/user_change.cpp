@@ -66,14 +66,18 @@ using UserPtr = std::unique_ptr<MORVUSER, UserFreer>;
 
 int make_user_ptr(const UserLines &lines, UserPtr *user) noexcept {
     MORVUSER *made = nullptr;
-    const int code = make_user(lines, &made);
+    const int code = make_user({lines.passwd, lines.shadow, lines.misc}, &made);
     user->reset(made);
     return code;
 }
 
 // All lines that a user has.
 int read_all_lines(Mirror &mirror, const std::string &key, UserLines *lines) {
-    if (const int code = read_user_lines(mirror, key, lines)) return code;
+    UserText text;
+    if (const int code = find_user(mirror, key.c_str(), &text)) return code;
+    lines->passwd = text.passwd;
+    lines->shadow = text.shadow;
+    lines->misc = text.misc;
     std::string_view value;
     const int code = find_record(mirror.store[kUserSmb], store_key(key), &value);
     if (code == 0) lines->smb.assign(stored_text(value));
@@ -405,7 +409,10 @@ class UserChanges {
     // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and its next
     // reader builds it anew.
     void update_mirrors() {
-        if (!rebuild_users_) update_users();
+        if (rebuild_users_ || update_users() != 0) {
+            mirror_.reset();
+            forget_mirror(user_mirror_kind);
+        }
         if (names_new_users_in_groups_) {
             forget_mirror(group_mirror_kind);
         } else if (files_->changes(AccountFile::kGroup)) {
@@ -522,13 +529,16 @@ int dump_users(Mirror &mirror) {
     const struct {
         AccountFile file;
         UserSlot slot;
+        UserSource source;
         bool (*is_account)(std::string_view);
-    } dumps[] = {{AccountFile::kSmbpasswd, kUserSmb, is_named_line},
-                 {AccountFile::kShadow, kUserShadow, is_named_line},
-                 {AccountFile::kPasswd, kUserName, is_system_line},
-                 {AccountFile::kMisc, kUserMisc, is_named_line}};
-    for (const auto &[file, slot, is_account] : dumps) {
+    } dumps[] = {{AccountFile::kSmbpasswd, kUserSmb, kFromSmbpasswd, is_named_line},
+                 {AccountFile::kShadow, kUserShadow, kFromShadow, is_named_line},
+                 {AccountFile::kPasswd, kUserName, kFromPasswd, is_system_line},
+                 {AccountFile::kMisc, kUserMisc, kFromMisc, is_named_line}};
+    for (const auto &[file, slot, source, is_account] : dumps) {
         if (const int code = files.load(file)) return code;
+        // A user whom another tool has added meanwhile would go.
+        if (mirror.source[source] != state_of(files.read_state(file))) return ERR_STORE_INVALID;
         LineEdits edits(LineEdits::kGo);
         Walk walk(mirror.store[slot]);
         while (walk.next()) {

@@ -4,6 +4,7 @@
 #include <morvsdk/file.h>
 #include <morvsdk/internal/user.h>
 #include <morvsdk/string.h>
+#include <stdlib.h>
 #include <string.h>
 #include <time.h>
 #include <unistd.h>
@@ -14,10 +15,12 @@
 #include "core/account/account_files.h"
 #include "core/account/named_lines.h"
 #include "core/account/password.h"
+#include "core/base/guard.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/store/records.h"
+#include "core/store/sorted_records.h"
 #include "core/system/command.h"
 #include "core/text/fields.h"
 #include "core/text/lines.h"
@@ -42,6 +45,23 @@ constexpr size_t kPasswdFields = 7;
 constexpr size_t kShadowFields = 9;
 constexpr size_t kSmbFields = 7;
 
+// One pair for each name of an id: lines may be there twice.
+void drop_repeated(std::vector<IdName> &pairs) {
+    std::stable_sort(pairs.begin(), pairs.end(),
+                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
+    size_t kept = 0;
+    size_t first = 0;  // of those with the same id
+    for (IdName &pair : pairs) {
+        if (kept == first || pairs[first].id.view() != pair.id.view()) first = kept;
+        const bool is_there = std::any_of(pairs.begin() + first, pairs.begin() + kept,
+                                          [&](const IdName &p) { return p.name == pair.name; });
+        if (is_there) continue;
+        if (&pairs[kept] != &pair) pairs[kept] = std::move(pair);
+        ++kept;
+    }
+    pairs.erase(pairs.begin() + kept, pairs.end());
+}
+
 int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_view)) {
     std::vector<IdName> ids;
     const EachLine each = [&](std::string_view key, std::string_view line) {
@@ -52,6 +72,7 @@ int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_vie
     };
     if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each))
         return code;
+    drop_repeated(ids);
     return store_ids(mirror.store[kUserUid], ids);
 }
 
@@ -93,20 +114,42 @@ int build(Mirror &mirror) noexcept {
     });
 }
 
-int read_line(MORVBDB *db, const std::string &key, std::string &line) {
+int find_line(MORVBDB *db, std::string_view key, std::string_view *line) noexcept {
     std::string_view value;
-    const int code = find_record(db, store_key(key), &value);
-    if (code == 0) line.assign(stored_text(value));
+    const int code = find_record(db, key, &value);
+    if (code == 0) *line = stored_text(value);
     return code == ERR_KEY_NOT_FOUND ? 0 : code;
+}
+
+// The fields of a line, each with a NUL behind it: copied to `at`, which is moved behind the copy. Answers how many, as
+// split_fields.
+size_t cut_fields(std::string_view line, char *&at, std::span<const char *> fields) noexcept {
+    memcpy(at, line.data(), line.size());
+    char *const end = at + line.size();
+    *end = '\0';
+    size_t count = 0;
+    char *field = at;
+    at = end + 1;
+    for (;;) {
+        if (count == fields.size()) return count + 1;
+        fields[count++] = field;
+        char *const colon = static_cast<char *>(memchr(field, ':', static_cast<size_t>(end - field)));
+        if (!colon) return count;
+        *colon = '\0';
+        field = colon + 1;
+    }
 }
 
 int put_line(MORVBDB *db, const std::string &key, const std::string &line) noexcept {
     return put_record(db, store_key(key), store_key(line));
 }
 
-bool is_name(std::string_view name, const char *other) noexcept {
+bool is_admin(std::string_view name) noexcept {
+    KeyFilter filter;
+    filter.add("ADMIN");
     std::string key;
-    return no_throw([&] { return upper_name(name, key) && key == other ? 0 : 1; }) == 0;
+    return filter.may_have(name) &&
+           no_throw([&] { return upper_name(name, key) && key == "ADMIN" ? 0 : 1; }) == 0;
 }
 
 // The numbers of shadow lines: an empty field is -1.
@@ -169,88 +212,89 @@ int build_domain_users(Mirror &mirror) noexcept {
         if (access(SysPath(kDomainTool).c_str(), X_OK) != 0) return int{ERR_SYS_UNKNOWN};
         if (const int code = capture_tool(output, "/usr/bin/getent -s winbind passwd", {})) return code;
         std::vector<IdName> ids;
-        // The tool's text is this function's own: its lines are stored where they stand.
+        SortedRecords names;
         std::string key;
         for (std::string_view whole : Lines(output)) {
             const std::string_view line = without_line_feed(whole);
             uint32_t uid;
             if (!is_domain_line(line) || parse_id(line, &uid) != 0 || !upper_name(first_field(line), key))
                 continue;
-            if (const int code = put_line(mirror.store[kUserName], key, std::string(line))) return code;
+            // The tool's text is this function's own: its lines are stored where they stand, a NUL for the line feed.
+            const auto end = static_cast<size_t>(line.data() - output.data()) + line.size();
+            if (end < output.size()) output[end] = '\0';
             key.push_back('\0');
+            names.add(key, {line.data(), line.size() + 1});
             ids.push_back({IdKey(uid), key});
         }
+        if (const int code = names.put_all(mirror.store[kUserName], SortedRecords::kLast)) return code;
         if (const int code = store_ids(mirror.store[kUserUid], ids)) return code;
         return MORVBDbDomainExpireTimeSet(mirror.store[kUserName]) == 0 ? 0 : MLIBErrGet();
     });
 }
 
-int read_user_lines(Mirror &mirror, std::string_view key, UserLines *lines) {
-    const std::string upper(key);
-    if (const int code = need_store(mirror, kUserName)) return code;
-    if (const int code = read_line(mirror.store[kUserName], upper, lines->passwd)) return code;
-    if (lines->passwd.empty()) return ERR_NO_SUCH_USER;
-    if (is_domain_name(first_field(lines->passwd))) return 0;
+int find_user(Mirror &mirror, const char *key, UserText *text) noexcept {
     const struct {
         UserSlot slot;
-        std::string *line;
-    } further[] = {{kUserShadow, &lines->shadow}, {kUserMisc, &lines->misc}};
-    for (const auto &[slot, line] : further) {
+        std::string_view *line;
+    } lines[] = {{kUserName, &text->passwd}, {kUserShadow, &text->shadow}, {kUserMisc, &text->misc}};
+    *text = {};
+    for (const auto &[slot, line] : lines) {
         if (const int code = need_store(mirror, slot)) return code;
-        if (const int code = read_line(mirror.store[slot], upper, *line)) return code;
+        if (const int code = find_line(mirror.store[slot], store_key(key), line)) return code;
+        if (text->passwd.empty()) return ERR_NO_SUCH_USER;
+        if (is_domain_name(first_field(text->passwd))) return 0;
     }
     return 0;
 }
 
-int make_user(const UserLines &lines, MORVUSER **user) noexcept {
-    return no_throw([&]() -> int {
-        std::string_view passwd[kPasswdFields];
-        if (split_fields(lines.passwd, ':', passwd) != kPasswdFields || passwd[0].empty())
-            return ERR_FORMAT_ERROR;
-        const std::string name(passwd[0]);
-        const auto uid = static_cast<uint32_t>(leading_number(passwd[2]));
-        const auto gid = static_cast<uint32_t>(leading_number(passwd[3]));
-        std::string comment(passwd[4]);
-        std::string description(comment.size() + 1, '\0');
-        if (MLIBStrDecodeColon(comment.c_str(), description.data(), static_cast<int>(description.size())) < 0)
-            return ERR_FORMAT_ERROR;
-        const std::string home(passwd[5]);
-        const std::string shell(passwd[6]);
-        if (is_domain_name(name)) {
-            if (MORVUserAlloc(user, name.c_str(), nullptr, uid, gid, description.c_str(), home.c_str(),
-                              shell.c_str(), MORV_USER_NEVER_EXPIRES, 0, nullptr, kDomainPrivilege) != 0) {
-                return MLIBErrGet();
-            }
-            (*user)->szPassword = nullptr;
-            return 0;
+int make_user(const UserText &text, MORVUSER **user) noexcept {
+    const MallocPtr<char> copies(
+        static_cast<char *>(malloc(2 * text.passwd.size() + text.shadow.size() + text.misc.size() + 4)));
+    if (!copies) return ERR_OUT_OF_MEMORY;
+    char *at = copies.get();
+    const char *passwd[kPasswdFields];
+    if (cut_fields(text.passwd, at, passwd) != kPasswdFields || !*passwd[0]) return ERR_FORMAT_ERROR;
+    const char *const name = passwd[0];
+    const auto uid = static_cast<uint32_t>(leading_number(passwd[2]));
+    const auto gid = static_cast<uint32_t>(leading_number(passwd[3]));
+    char *const description = at;
+    const size_t room = strlen(passwd[4]) + 1;
+    if (MLIBStrDecodeColon(passwd[4], description, static_cast<int>(room)) < 0) return ERR_FORMAT_ERROR;
+    at += room;
+    if (is_domain_name(name)) {
+        if (MORVUserAlloc(user, name, nullptr, uid, gid, description, passwd[5], passwd[6],
+                          MORV_USER_NEVER_EXPIRES, 0, nullptr, kDomainPrivilege) != 0) {
+            return MLIBErrGet();
         }
+        (*user)->szPassword = nullptr;
+        return 0;
+    }
 
-        // An account without a shadow line has no password that anybody could give.
-        std::string hash = "*";
-        int32_t expire = MORV_USER_NEVER_EXPIRES;
-        int32_t fixed_password = 0;
-        if (!lines.shadow.empty()) {
-            std::string_view shadow[kShadowFields];
-            if (split_fields(lines.shadow, ':', shadow) != kShadowFields) return ERR_FORMAT_ERROR;
-            hash.assign(shadow[1]);
-            expire = shadow_number(shadow[7]);
-            fixed_password = shadow_number(shadow[3]) < shadow_number(shadow[4]) ? 0 : 1;
-        }
-        int32_t privilege = 0;
-        std::string extra;
-        if (!lines.misc.empty()) {
-            std::string_view misc[4];
-            const size_t count = split_fields(lines.misc, ':', misc);
-            if (count < 2) return ERR_FORMAT_ERROR;
-            privilege = static_cast<int32_t>(leading_number(misc[1]));
-            if (count > 2) extra.assign(misc[2]);
-        }
-        if (is_name(name, "ADMIN")) privilege = kAdminPrivilege;
-        return MORVUserAlloc(user, name.c_str(), hash.c_str(), uid, gid, description.c_str(), home.c_str(),
-                             shell.c_str(), expire, fixed_password, extra.c_str(), privilege) == 0
-                   ? 0
-                   : MLIBErrGet();
-    });
+    // An account without a shadow line has no password that anybody could give.
+    const char *hash = "*";
+    int32_t expire = MORV_USER_NEVER_EXPIRES;
+    int32_t fixed_password = 0;
+    if (!text.shadow.empty()) {
+        const char *shadow[kShadowFields];
+        if (cut_fields(text.shadow, at, shadow) != kShadowFields) return ERR_FORMAT_ERROR;
+        hash = shadow[1];
+        expire = shadow_number(shadow[7]);
+        fixed_password = shadow_number(shadow[3]) < shadow_number(shadow[4]) ? 0 : 1;
+    }
+    int32_t privilege = 0;
+    const char *extra = "";
+    if (!text.misc.empty()) {
+        const char *misc[4];
+        const size_t count = cut_fields(text.misc, at, misc);
+        if (count < 2) return ERR_FORMAT_ERROR;
+        privilege = static_cast<int32_t>(leading_number(misc[1]));
+        if (count > 2) extra = misc[2];
+    }
+    if (is_admin(name)) privilege = kAdminPrivilege;
+    return MORVUserAlloc(user, name, hash, uid, gid, description, passwd[5], passwd[6], expire,
+                         fixed_password, extra, privilege) == 0
+               ? 0
+               : MLIBErrGet();
 }
 
 int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines) {

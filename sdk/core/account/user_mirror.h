@@ -40,11 +40,16 @@ struct UserLines {
     std::string passwd, shadow, misc, smb;
 };
 
-// Reads the lines of a user. ERR_NO_SUCH_USER when there is no passwd line. May throw std::bad_alloc.
-int read_user_lines(Mirror &mirror, std::string_view key, UserLines *lines);
+// The lines that make up a user's record; empty: none. Out of the stores they are good until the next call on these.
+struct UserText {
+    std::string_view passwd, shadow, misc;
+};
+
+// Finds the lines of a user by its upper-cased name. ERR_NO_SUCH_USER when there is no passwd line.
+int find_user(Mirror &mirror, const char *key, UserText *text) noexcept;
 
 // Makes a record of lines. Answers 0, ERR_FORMAT_ERROR or ERR_OUT_OF_MEMORY.
-int make_user(const UserLines &lines, MORVUSER **user) noexcept;
+int make_user(const UserText &text, MORVUSER **user) noexcept;
 
 // Makes the lines of a record. `old`: those that the user has; null for a new user. Answers 0,
 // ERR_FORMAT_ERROR or the codes of hash_password. May throw std::bad_alloc.

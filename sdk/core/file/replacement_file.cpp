@@ -7,7 +7,8 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
+
+#include "core/file/attributes.h"
 
 namespace morv {
 
@@ -15,55 +16,10 @@ int file_durability = MORV_ATOMIC;
 
 namespace {
 
-constexpr char kAccessList[] = "system.posix_acl_access";
-
 // The length of the folder part of a path, its last slash included.
 size_t folder_length(const char *path) noexcept {
     const char *slash = strrchr(path, '/');
     return slash ? size_t(slash - path) + 1 : 0;
-}
-
-bool copy_attribute(int from, int to, const char *name) noexcept {
-    char small[256];
-    ssize_t size = fgetxattr(from, name, small, sizeof small);
-    if (size >= 0) return fsetxattr(to, name, small, size_t(size), 0) == 0;
-    if (errno != ERANGE) return false;
-    size = fgetxattr(from, name, nullptr, 0);
-    if (size < 0) return false;
-    const MallocPtr<void> value(malloc(size_t(size)));
-    if (!value) return false;
-    size = fgetxattr(from, name, value.get(), size_t(size));
-    return size >= 0 && fsetxattr(to, name, value.get(), size_t(size), 0) == 0;
-}
-
-// Gives `to` the extended attributes of `from`, the access list among them. Labels that the kernel's security
-// module keeps for itself are its own to set on the new file.
-bool copy_attributes(int from, int to) noexcept {
-    char small[1024];
-    MallocPtr<char> large;
-    char *names = small;
-    ssize_t size = flistxattr(from, small, sizeof small);
-    if (size < 0 && errno == ERANGE) {
-        size = flistxattr(from, nullptr, 0);
-        if (size < 0) return false;
-        large.reset(static_cast<char *>(malloc(size_t(size))));
-        if (!large) return false;
-        names = large.get();
-        size = flistxattr(from, names, size_t(size));
-    }
-    if (size < 0) return errno == ENOTSUP || errno == ENOSYS;
-
-    bool has_access_list = false;
-    for (const char *name = names; name < names + size; name += strlen(name) + 1) {
-        if (strcmp(name, kAccessList) == 0) has_access_list = true;
-        if (copy_attribute(from, to, name)) continue;
-        if (strncmp(name, "security.", 9) != 0) return false;
-    }
-    // The folder's default access list must not open the new file for more people than the old one.
-    if (!has_access_list && fremovexattr(to, kAccessList) != 0) {
-        return errno == ENODATA || errno == ENOTSUP || errno == ENOSYS;
-    }
-    return true;
 }
 
 }  // namespace
@@ -145,7 +101,7 @@ int ReplacementFile::create_like(int old_fd) noexcept {
     mode_ = st.st_mode & 07777;
     // The owner first: a change of owner clears the set-user-ID bits. The mode last: it would open a list
     // that the folder gave the file to all who are on it.
-    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || !copy_attributes(old_fd, fd_.get()) ||
+    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || !copy_attributes(old_fd, fd_.get(), false) ||
         fchmod(fd_.get(), mode_) != 0) {
         return ERR_WRITE_FAILED;
     }
@@ -174,6 +130,11 @@ int ReplacementFile::write(std::string_view content) noexcept {
     // For all but root writing clears them, too.
     if ((mode_ & (S_ISUID | S_ISGID)) && fchmod(fd_.get(), mode_) != 0) return ERR_WRITE_FAILED;
     return 0;
+}
+
+// A hint: it is complete() that answers for the file.
+void ReplacementFile::start_sync() noexcept {
+    sync_file_range(fd_.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
 }
 
 int ReplacementFile::commit() noexcept {

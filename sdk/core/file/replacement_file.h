@@ -49,6 +49,9 @@ class ReplacementFile {
 
     int write(std::string_view content) noexcept;
 
+    // Has the disk begin with what was written: files that are completed together are then waited for together.
+    void start_sync() noexcept;
+
     // Syncs and closes the temporary file and renames it over the target.
     int commit() noexcept;
 

@@ -80,24 +80,37 @@ int clear_store(MORVBDB *db) noexcept {
     }
 }
 
+Walk::Walk(MORVBDB *db) noexcept : Walk(db, {}) {}
+
+Walk::Walk(MORVBDB *db, std::string_view only) noexcept : db_(db), all_(db->pDb->internal), only_(only) {}
+
 bool Walk::next() noexcept {
-    DBT at = item(only_);
-    DBT found;
-    u_int flag = R_NEXT;
-    if (!started_) flag = only_.empty() ? u_int{R_FIRST} : u_int{R_CURSOR};
-    started_ = true;
-    for (;; flag = R_NEXT) {
-        const int result = db_->pDb->seq(db_->pDb, &at, &found, flag);
-        if (result == RET_SPECIAL) return false;
-        if (result != RET_SUCCESS) {
+    if (!only_.empty()) return next_of_key();
+    for (;;) {
+        const int result = all_.next(&key, &value);
+        if (result == BatchWalk::kEnd) return false;
+        if (result != 0) {
+            errno = result;
             code = read_failure();
             return false;
         }
-        key = bytes_of(at);
-        value = bytes_of(found);
-        if (!only_.empty()) return key == only_;
         if (key.empty() || key[0] != '#') return true;
     }
+}
+
+bool Walk::next_of_key() noexcept {
+    DBT at = item(only_);
+    DBT found;
+    const int result = db_->pDb->seq(db_->pDb, &at, &found, started_ ? u_int{R_NEXT} : u_int{R_CURSOR});
+    started_ = true;
+    if (result == RET_SPECIAL) return false;
+    if (result != RET_SUCCESS) {
+        code = read_failure();
+        return false;
+    }
+    key = bytes_of(at);
+    value = bytes_of(found);
+    return key == only_;
 }
 
 }  // namespace morv

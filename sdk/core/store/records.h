@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+#include "core/store/native_db.h"
+
 namespace morv {
 
 // All answer 0 or an error code. What is found is good until the next call on the same store.
@@ -24,8 +26,8 @@ int erase_pair(MORVBDB *db, std::string_view key, std::string_view value) noexce
 //     if (walk.code) ...
 class Walk {
   public:
-    explicit Walk(MORVBDB *db) noexcept : db_(db) {}
-    Walk(MORVBDB *db, std::string_view only) noexcept : db_(db), only_(only) {}
+    explicit Walk(MORVBDB *db) noexcept;
+    Walk(MORVBDB *db, std::string_view only) noexcept;
     bool next() noexcept;
 
     std::string_view key;
@@ -33,7 +35,10 @@ class Walk {
     int code = 0;
 
   private:
+    bool next_of_key() noexcept;
+
     MORVBDB *db_;
+    BatchWalk all_;
     std::string_view only_;
     bool started_ = false;
 };

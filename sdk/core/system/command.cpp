@@ -47,8 +47,8 @@ void append_word(std::string &command, std::string_view text) {
     command.push_back('\'');
 }
 
-// The signals while a tool runs: interrupts from the terminal go to the tool alone, and its end is not taken for that
-// of one of the caller's own children.
+// The signals while a tool runs: interrupts from the terminal go to the tool alone, and its end is not
+// taken for that of one of the caller's own children.
 class ToolSignals {
   public:
     ToolSignals() noexcept {
@@ -127,7 +127,8 @@ class SpawnPlan {
     bool has_attributes_;
 };
 
-// Starts the shell; `output` becomes its standard output when it is not -1, and is none of the standard descriptors.
+// Starts the shell; `output` becomes its standard output when it is not -1, and is none of the standard
+// descriptors.
 int spawn_shell(const std::string &command, int output, const ToolSignals &signals, pid_t &pid) {
     SpawnPlan plan;
     const sigset_t defaults = signals.defaults();

@@ -2,19 +2,20 @@
 //
 //     if (int code = run_tool("/bin/tar -cf %s -C %s .", {archive, folder})) return code;
 //
-// A command is a template for the shell. What is put into it is only ever one word of the command, or a part of one: it
-// is quoted unless it consists of letters, digits and "_-./:,=+@%". A value at the beginning of a word that a tool
-// would read as an option (it begins with "-") is refused.
+// A command is a template for the shell. What is put into it is only ever one word of the command, or a
+// part of one: it is quoted unless it consists of letters, digits and "_-./:,=+@%". A value at the
+// beginning of a word that a tool would read as an option (it begins with "-") is refused.
 //
 //     %s                     a text
 //     %d %u and %ld %lu ...  an integer
 //     %%                     a per cent sign
 //
-// Names of tools are absolute and are looked for below the system root; so are those behind "|", "&", ";" and "(". Paths
-// among the arguments are used as they are given: those of the library's own have passed through SysPath before.
+// Names of tools are absolute and are looked for below the system root; so are those behind "|", "&", ";"
+// and "(". Paths among the arguments are used as they are given: those of the library's own have passed
+// through SysPath before.
 //
-// Tools do not depend on who calls the library: their environment is a search path, the locale "C" and the system root,
-// they read nothing, and they have none of the caller's descriptors.
+// Tools do not depend on who calls the library: their environment is a search path, the locale "C" and the
+// system root, they read nothing, and they have none of the caller's descriptors.
 //
 // All functions answer 0 or
 //   ERR_BAD_PARAMETERS  the template or a value cannot be used; nothing was run
@@ -58,30 +59,31 @@ class CommandValue {
 
 using CommandValues = std::initializer_list<CommandValue>;
 
-// Runs a command with its output discarded, and waits for its end; interrupts from the terminal are the tool's meanwhile,
-// as with system(3). status: null, or what gets the exit status (128 and the number for an end by a signal) when the
-// command ran, whether it succeeded or not.
+// Runs a command with its output discarded, and waits for its end; interrupts from the terminal are the
+// tool's meanwhile, as with system(3). status: null, or what gets the exit status (128 and the number for
+// an end by a signal) when the command ran, whether it succeeded or not.
 int run_tool(const char *format, CommandValues values, int *status = nullptr) noexcept;
 
-// The same, but answers what the command wrote to its standard output, every byte as it was. Output that exceeds
-// limit bytes ends the command: ERR_READ_FAILED.
+// The same, but answers what the command wrote to its standard output, every byte as it was. Output that
+// exceeds limit bytes ends the command: ERR_READ_FAILED.
 inline constexpr size_t kMostOutput = size_t{64} << 20;
 int capture_tool(std::string &output, const char *format, CommandValues values, int *status = nullptr,
                  size_t limit = kMostOutput) noexcept;
 
 // Work for a process of its own.
 struct BackgroundJob {
-    // Called first, while the starter waits; its code becomes that of start_background. Null: nothing to prepare.
+    // Called first, while the starter waits; its code becomes that of start_background. Null: nothing to
+    // prepare.
     int (*prepare)(void *context) noexcept;
     // Called when `prepare` answered 0; the process ends with its return.
     void (*work)(void *context) noexcept;
     void *context;
 };
 
-// Starts a process that outlives the caller and is nobody's child to wait for. It has a session and a process group of
-// its own (the group's number is the process's), its working folder is "/", its standard streams lead nowhere; of the
-// caller's descriptors it has those in `keep` only, and none of its locks; signals are as at the start of a program, but
-// that broken pipes do not end it.
+// Starts a process that outlives the caller and is nobody's child to wait for. It has a session and a
+// process group of its own (the group's number is the process's), its working folder is "/", its standard
+// streams lead nowhere; of the caller's descriptors it has those in `keep` only, and none of its locks;
+// signals are as at the start of a program, but that broken pipes do not end it.
 int start_background(const BackgroundJob &job, std::initializer_list<int> keep = {}) noexcept;
 
 namespace command_detail {

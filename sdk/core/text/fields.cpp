@@ -14,9 +14,9 @@ size_t split_fields(std::string_view line, char separator, std::span<std::string
 }
 
 int64_t leading_number(std::string_view text) noexcept {
-    const size_t begin = text.find_first_not_of(" \t\n\v\f\r");
-    if (begin == text.npos) return 0;
-    text.remove_prefix(begin);
+    while (!text.empty() && (text.front() == ' ' || (text.front() >= '\t' && text.front() <= '\r')))
+        text.remove_prefix(1);
+    if (text.empty()) return 0;
     const bool negative = text.front() == '-';
     if (negative || text.front() == '+') text.remove_prefix(1);
     const int64_t limit = negative ? int64_t{1} << 31 : UINT32_MAX;
