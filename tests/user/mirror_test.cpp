@@ -51,7 +51,11 @@ TEST(UserMirror, TakesWhatItUnderstandsOfOddFiles) {
         SCOPED_TRACE(c.what);
         root.write("etc/passwd", c.passwd);
         if (c.code) {
+            EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, MORVUserTotalNum(1)));  // built before
+            unlink(store_path(root, ".name.0957").c_str());
             EXPECT_TRUE(gives(-1, c.code, MORVUserTotalNum(1)));
+            root.write("etc/passwd", "x" + line);
+            EXPECT_EQ(MORVUserTotalNum(1), 1);
             EXPECT_EQ(stat_of(store_path(root, ".tmp.name.0957")).st_ino, 0u);
             continue;
         }
@@ -377,6 +381,7 @@ TEST(UserMirror, SaysWhyItCannotBeRead) {
     EXPECT_EQ(MORVUserTotalNum(1), 5);
     root.write("etc/morvuser.conf", "");
     root.write("etc/passwd", "# no uid to go on from\n");
+    unlink(store_path(root, ".name.0957").c_str());
     EXPECT_TRUE(gives(-1, ERR_STORE_READ_FAILED, MORVUserTotalNum(1)));
     root.reset();
     EXPECT_EQ(MORVUserTotalNum(1), 5);

@@ -237,13 +237,12 @@ int FileChanges::commit(Record record) noexcept {
     if (recorded) {
         if (const int code = write_record(path.c_str(), text)) return code;
     }
-    bool first = true;
     int unsynced = 0;
     for (auto &f : files_) {
         if (!f || !f->version) continue;
         const int code = f->version->rename_over();
         if (code == ERR_RENAME_FAILED) {
-            if (!first) {
+            if (decided_) {
                 for (auto &rest : files_) {
                     if (rest && rest->version) rest->version->keep();
                 }
@@ -254,7 +253,7 @@ int FileChanges::commit(Record record) noexcept {
         }
         // The file is in its place all the same, and the others belong to it.
         if (code) unsynced = code;
-        first = false;
+        decided_ = true;
     }
     if (recorded) unlink(path.c_str());
     return unsynced;

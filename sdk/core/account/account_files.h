@@ -70,6 +70,9 @@ class FileChanges {
     // was; after that, ERR_RENAME_FAILED says that finish_interrupted has to do the rest.
     int commit(Record record) noexcept;
 
+    // Whether a commit has put the first new version in place: the others follow, whatever it answered.
+    bool is_decided() const noexcept { return decided_; }
+
     // Writes the new versions, complete and synced, and leaves them for rename_versions. Old versions of the other
     // files that were loaded go.
     int write_versions() noexcept;
@@ -81,6 +84,7 @@ class FileChanges {
     struct File;
     int prepare() noexcept;
 
+    bool decided_ = false;
     std::unique_ptr<File> files_[static_cast<int>(AccountFile::kCount)];
 };
 

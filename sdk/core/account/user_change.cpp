@@ -131,7 +131,7 @@ class UserChanges {
             open_groups();
             const int code = files_->commit(Record::kUser);
             // What is decided and not done yet gets its homes, too.
-            if (code == 0 || is_interrupted(MORV_LOCK_PW)) {
+            if (code == 0 || files_->is_decided()) {
                 for (NewHome &home : homes_)
                     home.path.clear();
             }
