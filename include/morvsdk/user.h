@@ -289,8 +289,9 @@ MORV_API int MORVUserDBDelete(MORVUSERDB *db, const char *upperName) MORV_NOEXCE
  * "/usr/morv/etc/private/smbpasswd.tmp", "/etc/shadow.tmp", "/etc/passwd.tmp", "/etc/morvuser.conf.tmp". Lines
  * that the stores do not hold (comments, "+" lines, too few fields) and the order of all lines are kept. A
  * file that would not change gets no new version.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_OUT_OF_MEMORY, or the
- * record store's codes; no new version is left behind. */
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_STORE_INVALID (a file has changed since the stores were built),
+ * ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_OUT_OF_MEMORY, or the record store's codes; no new version is left
+ * behind. */
 MORV_API int MORVUserDBDump(MORVUSERDB *db) MORV_NOEXCEPT;
 
 /* A uid that no user has, 1024 to 3072, searched for from the one handed out last on.

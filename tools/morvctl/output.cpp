@@ -137,7 +137,7 @@ void print_table(std::vector<std::vector<std::string>> rows) {
         for (size_t i = 0; i < row.size(); ++i) {
             // Blanks only where something follows.
             if (!row[i].empty()) line.append(std::exchange(missing, 0), ' ').append(row[i]);
-            missing += widest[i] - width(row[i]) + 2;
+            if (widest[i] != 0) missing += widest[i] - width(row[i]) + 2;
         }
         print_line(line);
     }

@@ -11,23 +11,20 @@
 
 namespace morv {
 
-int read_members(Mirror &users, Mirror &groups, const std::string &group, std::vector<std::string> &members) {
-    if (const int code = need_store(groups, kGroupName)) return code;
-    std::string_view line;
-    const int code = find_record(groups.store[kGroupName], store_key(group), &line);
-    if (code) return code == ERR_KEY_NOT_FOUND ? int{ERR_NO_SUCH_GROUP} : code;
+int read_members(Mirror *users, Mirror &groups, const std::string &group, std::vector<std::string> &members) {
+    std::string line;
+    if (const int code = read_group_line(groups, group, &line)) return code;
     std::string_view before;
     std::string_view list;
+    if (!split_members(line, &before, &list)) return ERR_FORMAT_ERROR;
     std::unordered_set<std::string> seen;
     std::string key;
-    if (split_members(stored_text(line), &before, &list)) {
-        for (Items items(list); items.next();) {
-            if (upper_name(items.item, key) && seen.insert(key).second) members.emplace_back(items.item);
-        }
+    for (Items items(list); items.next();) {
+        if (upper_name(items.item, key) && seen.insert(key).second) members.emplace_back(items.item);
     }
     if (group != kEverybody) return 0;
-    if (const int failed = need_store(users, kUserName)) return failed;
-    Walk walk(users.store[kUserName]);
+    if (const int failed = need_store(*users, kUserName)) return failed;
+    Walk walk(users->store[kUserName]);
     while (walk.next()) {
         const std::string_view user = stored_text(walk.value);
         if (is_listed_user(user, MORV_USER_LOCAL) && seen.emplace(stored_text(walk.key)).second)

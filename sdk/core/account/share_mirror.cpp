@@ -8,9 +8,7 @@
 #include <new>
 
 #include "core/account/account_files.h"
-#include "core/account/group_mirror.h"
 #include "core/account/named_lines.h"
-#include "core/account/user_mirror.h"
 #include "core/base/guard.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
@@ -50,12 +48,6 @@ int build(Mirror &mirror) noexcept {
 const MirrorKind share_mirror_kind = {
     "/tmp/.db.morvshare.0957", "/tmp/.db.morvshare.tmp", "/tmp/lock/mirror_share", kStores, kSources, build,
     "MORVShareDBRebuild"};
-
-int AccountMirrors::open() noexcept {
-    int code = open_mirror(group_mirror_kind, Extent::kFirst, &groups);
-    if (code == 0) code = open_mirror(user_mirror_kind, Extent::kFirst, &users);
-    return code == 0 || code == ERR_OUT_OF_MEMORY ? code : int{ERR_OPEN_FAILED};
-}
 
 int SectionReader::allocate() noexcept {
     keys_.reset(PshMLIBIHashAllocator(kBuckets, kListSize));

@@ -37,15 +37,6 @@ struct ListFreer {
     void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
 };
 
-// The mirrors that rights lists are looked up in.
-struct AccountMirrors {
-    MirrorPtr users, groups;
-
-    // Answers 0, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY.
-    int open() noexcept;
-    Accounts accounts() const noexcept { return Accounts(users.get(), groups.get()); }
-};
-
 // Makes of sections what the mirror holds of them; one reader for all. Functions may throw std::bad_alloc.
 class SectionReader {
   public:

@@ -9,7 +9,7 @@
 #include "core/account/account_lock.h"
 #include "core/account/group_members.h"
 #include "core/account/named_lines.h"
-#include "core/account/share_mirror.h"
+#include "core/account/valid_names.h"
 #include "core/base/no_throw.h"
 
 namespace morv {
@@ -37,7 +37,7 @@ int members_of(const AccountMirrors &mirrors, std::string_view group, std::vecto
     members.clear();
     std::string key;
     if (!upper_name(group, key)) return 0;
-    const int code = read_members(*mirrors.users, *mirrors.groups, key, members);
+    const int code = read_members(mirrors.users.get(), *mirrors.groups, key, members);
     return code == ERR_NO_SUCH_GROUP ? 0 : code;
 }
 

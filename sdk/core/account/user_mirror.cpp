@@ -45,6 +45,23 @@ constexpr size_t kPasswdFields = 7;
 constexpr size_t kShadowFields = 9;
 constexpr size_t kSmbFields = 7;
 
+// One pair for each name of an id: lines may be there twice.
+void drop_repeated(std::vector<IdName> &pairs) {
+    std::stable_sort(pairs.begin(), pairs.end(),
+                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
+    size_t kept = 0;
+    size_t first = 0;  // of those with the same id
+    for (IdName &pair : pairs) {
+        if (kept == first || pairs[first].id.view() != pair.id.view()) first = kept;
+        const bool is_there = std::any_of(pairs.begin() + first, pairs.begin() + kept,
+                                          [&](const IdName &p) { return p.name == pair.name; });
+        if (is_there) continue;
+        if (&pairs[kept] != &pair) pairs[kept] = std::move(pair);
+        ++kept;
+    }
+    pairs.erase(pairs.begin() + kept, pairs.end());
+}
+
 int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_view)) {
     std::vector<IdName> ids;
     const EachLine each = [&](std::string_view key, std::string_view line) {
@@ -55,6 +72,7 @@ int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_vie
     };
     if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each))
         return code;
+    drop_repeated(ids);
     return store_ids(mirror.store[kUserUid], ids);
 }
 
@@ -235,7 +253,7 @@ int make_user(const UserText &text, MORVUSER **user) noexcept {
     if (!copies) return ERR_OUT_OF_MEMORY;
     char *at = copies.get();
     const char *passwd[kPasswdFields];
-    if (cut_fields(text.passwd, at, passwd) != kPasswdFields) return ERR_FORMAT_ERROR;
+    if (cut_fields(text.passwd, at, passwd) != kPasswdFields || !*passwd[0]) return ERR_FORMAT_ERROR;
     const char *const name = passwd[0];
     const auto uid = static_cast<uint32_t>(leading_number(passwd[2]));
     const auto gid = static_cast<uint32_t>(leading_number(passwd[3]));

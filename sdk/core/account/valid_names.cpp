@@ -56,6 +56,12 @@ int Accounts::normalise(std::string_view list, std::string &out, int *count) con
     return 0;
 }
 
+int AccountMirrors::open() noexcept {
+    int code = open_mirror(group_mirror_kind, Extent::kFirst, &groups);
+    if (code == 0) code = open_mirror(user_mirror_kind, Extent::kFirst, &users);
+    return code == 0 || code == ERR_OUT_OF_MEMORY ? code : int{ERR_OPEN_FAILED};
+}
+
 int valid_names(Mirror *users, Mirror *groups, std::string_view list, char **buffer, int *size,
                 int *count) noexcept {
     return no_throw([&] {

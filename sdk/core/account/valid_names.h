@@ -22,6 +22,15 @@ class Accounts {
     Mirror *groups_;
 };
 
+// The live mirrors, open as far as names need it.
+struct AccountMirrors {
+    MirrorPtr users, groups;
+
+    // Answers 0, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY.
+    int open() noexcept;
+    Accounts accounts() const noexcept { return Accounts(users.get(), groups.get()); }
+};
+
 // The same into a block from malloc that grows as needed.
 int valid_names(Mirror *users, Mirror *groups, std::string_view list, char **buffer, int *size,
                 int *count) noexcept;
