@@ -80,6 +80,7 @@ void write_groups(const AccountRoot &root) {
     }
     write_file(root.path("/etc/group"), group);
     write_file(root.path("/etc/group_desc"), descriptions);
+    write_file(root.path("/usr/morv/etc/private/domain_group"), "");
 }
 
 void write_shares(const AccountRoot &root) {

@@ -73,6 +73,9 @@ WORKS = [
     ("wide_user_build", "build it with 20,000 domain users", [("floor", most(22048 / 2048))]),
     ("user_add", "add a user to 2,048", [("floor", most(2)), ("useradd", SHOWN)]),
     ("user_add_500", "add 500 users at once", [("floor", most(3)), ("useradd", least(50))]),
+    ("group_build", "build the mirror of 300 groups of 20", [("floor", most(2))]),
+    ("share_enum", "list 256 shares", [("floor", most(0.5))]),
+    ("share_get", "look up a share of 256", [("floor", most(0.3))]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -95,6 +98,8 @@ FLOORS = {
     "user_enum": "fgetpwent_r",
     "user_build": "five ready images written, fsync, rename",
     "wide_user_build": "the same without them",
+    "group_build": "bare parse, look-up of members, puts",
+    "share": "bare read and split of the file",
     "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",

@@ -3,8 +3,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "bdb/bdb_error.h"
 #include "core/base/log.h"
+#include "core/store/store_error.h"
 
 extern "C" int MORVBDbClose(MORVBDB *db) noexcept {
     if (!db) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);

@@ -1,8 +1,8 @@
 #include <morvsdk/internal/bdb.h>
 #include <string.h>
 
-#include "bdb/bdb_error.h"
 #include "core/base/log.h"
+#include "core/store/store_error.h"
 
 namespace {
 

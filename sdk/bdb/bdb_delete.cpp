@@ -1,8 +1,8 @@
 #include <morvsdk/internal/bdb.h>
 #include <string.h>
 
-#include "bdb/bdb_error.h"
 #include "core/base/log.h"
+#include "core/store/store_error.h"
 
 extern "C" int MORVBDbDelete(MORVBDB *db, const void *key, int keyLength) noexcept {
     if (!db || !key || keyLength < 1) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);

@@ -1,8 +1,8 @@
 #include <morvsdk/internal/bdb.h>
 #include <string.h>
 
-#include "bdb/bdb_error.h"
 #include "core/base/log.h"
+#include "core/store/store_error.h"
 
 extern "C" int MORVBDbGet(MORVBDB *db, const void *key, int keyLength, void **ppValue, int *pSize) noexcept {
     if (!db || !key || keyLength < 1 || !ppValue || !pSize || *pSize < 0)

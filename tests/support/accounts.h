@@ -1,10 +1,10 @@
-// A scratch root with the accounts of an appliance that has been in use: local users and groups among those of the
-// system, comments, lines that call in other sources, lines that are no account's, and shares that name users and groups.
+// A scratch root with the accounts of an appliance that has been in use: local users and groups among those
+// of the system, comments, lines that call in other sources, lines that are no account's, and shares that
+// name users and groups.
 #pragma once
 
 #include <sys/stat.h>
 
-#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>

@@ -6,8 +6,8 @@ namespace testing_support {
 
 class AllocFault {
   public:
-    // `with_new`: operator new fails too, and the record library is spared, which survives few failures. Only for a stretch in which the library alone allocates: the test's
-    // own containers would throw.
+    // `with_new`: operator new fails too, and the record library is spared, which survives few failures.
+    // Only for a stretch in which the library alone allocates: the test's own containers would throw.
     explicit AllocFault(int nth, bool with_new = false);
     ~AllocFault();
     AllocFault(const AllocFault &) = delete;

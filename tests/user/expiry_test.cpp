@@ -6,14 +6,12 @@
 
 #include "support/outcome.h"
 #include "support/scratch.h"
+#include "user/users.h"
 
 using namespace testing_support;
+using user_test::faked_time;
 
-namespace {
-
-time_t faked_time;
-
-}  // namespace
+time_t user_test::faked_time;
 
 extern "C" __attribute__((visibility("default"))) time_t time(time_t *out) noexcept {
     timespec now = {};

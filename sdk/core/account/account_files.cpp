@@ -188,6 +188,10 @@ int FileChanges::prepare() noexcept {
 }
 
 int FileChanges::write_versions() noexcept {
+    // Whatever somebody left there must not be renamed as if it were ours.
+    for (auto &f : files_) {
+        if (f && unlink(f->paths.version) != 0 && errno != ENOENT) return ERR_WRITE_FAILED;
+    }
     if (const int code = prepare()) return code;
     for (auto &f : files_) {
         if (f && f->version) f->version->keep();

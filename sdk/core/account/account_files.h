@@ -70,7 +70,8 @@ class FileChanges {
     // was; after that, ERR_RENAME_FAILED says that finish_interrupted has to do the rest.
     int commit(Record record) noexcept;
 
-    // Writes the new versions, complete and synced, and leaves them for rename_versions.
+    // Writes the new versions, complete and synced, and leaves them for rename_versions. Old versions of the other
+    // files that were loaded go.
     int write_versions() noexcept;
 
     // What the file is after a commit: what a mirror is to be marked with.

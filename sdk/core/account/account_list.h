@@ -21,8 +21,8 @@ struct Listing {
 extern const Listing user_listing;
 extern const Listing group_listing;
 
-// Calls `see` with the name of each account that is to be listed, in upper-cased order, under the lock. prefix: null,
-// or what the names begin with, in any letter case.
+// Calls `see` with the name of each account that is to be listed, in upper-cased order, under the lock.
+// prefix: null, or what the names begin with, in any letter case.
 using SeeName = std::function<int(std::string_view name)>;
 int for_each_name(const Listing &listing, int mask, const char *prefix, const SeeName &see) noexcept;
 

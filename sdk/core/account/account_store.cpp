@@ -16,6 +16,7 @@
 #include "core/base/log.h"
 #include "core/file/sys_path.h"
 #include "core/store/records.h"
+#include "core/store/sorted_records.h"
 #include "core/system/command.h"
 #include "core/text/fields.h"
 #include "core/text/lines.h"
@@ -50,11 +51,6 @@ int highest_id(MORVBDB *ids, uint32_t *id) noexcept {
     return 0;
 }
 
-struct Entry {
-    std::string key;  // with the NUL
-    std::string_view value;
-};
-
 }  // namespace
 
 IdKey::IdKey(uint32_t id) noexcept {
@@ -74,7 +70,7 @@ int SourceText::load(const char *system_path) noexcept {
 
 int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), const char *file,
                 const char *who, const EachLine &each) {
-    std::vector<Entry> entries;
+    SortedRecords records;
     char *const base = text.data();
     const std::string_view whole = text.view();
     std::string key;
@@ -92,15 +88,9 @@ int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), 
         if (each) {
             if (const int code = each(key, line)) return code;
         }
-        entries.push_back({key, {line.data(), line.size() + 1}});
+        records.add(key, {line.data(), line.size() + 1});
     }
-    std::stable_sort(entries.begin(), entries.end(),
-                     [](const Entry &a, const Entry &b) { return a.key < b.key; });
-    for (size_t i = 0; i < entries.size(); ++i) {
-        if (i + 1 < entries.size() && entries[i + 1].key == entries[i].key) continue;
-        if (const int code = put_record(db, entries[i].key, entries[i].value)) return code;
-    }
-    return 0;
+    return records.put_all(db, SortedRecords::kLast);
 }
 
 int parse_id(std::string_view line, uint32_t *id) noexcept {
@@ -112,13 +102,11 @@ int parse_id(std::string_view line, uint32_t *id) noexcept {
     return 0;
 }
 
-int store_ids(MORVBDB *ids, std::vector<IdName> &pairs) {
-    std::stable_sort(pairs.begin(), pairs.end(),
-                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
-    for (const IdName &pair : pairs) {
-        if (const int code = put_record(ids, pair.id.view(), pair.name)) return code;
-    }
-    return 0;
+int store_ids(MORVBDB *ids, const std::vector<IdName> &pairs) {
+    SortedRecords records;
+    for (const IdName &pair : pairs)
+        records.add(pair.id.view(), pair.name);
+    return records.put_all(ids, SortedRecords::kAll);
 }
 
 int find_id(Mirror &mirror, int names, int ids, uint32_t id, std::string &key) {

@@ -43,9 +43,10 @@ struct SourceText {
     int load(const char *system_path) noexcept;
 };
 
-// Puts the lines of a text that `is_line` accepts under their upper-cased names, in the order of the keys, which is
-// what a btree takes fastest. Of lines with the same name the last one stays. The text's line feeds become NULs.
-// `each`, if there, sees every line that is stored, and ends the work with an error code.
+// Puts the lines of a text that `is_line` accepts under their upper-cased names, in the order of the keys,
+// which is what a btree takes fastest. Of lines with the same name the last one stays. The text's line
+// feeds become NULs. `each`, if there, sees every line that is stored, and ends the work with an error
+// code.
 //
 // file, who: for the log line about one without a name: "FILE format error, WHO name = "
 using EachLine = std::function<int(std::string_view key, std::string_view line)>;
@@ -70,10 +71,10 @@ struct IdName {
     IdKey id;
     std::string name;
 };
-int store_ids(MORVBDB *ids, std::vector<IdName> &pairs);
+int store_ids(MORVBDB *ids, const std::vector<IdName> &pairs);
 
-// The upper-cased name of the first account that has an id, by the stores in these slots. ERR_KEY_NOT_FOUND. May
-// throw std::bad_alloc.
+// The upper-cased name of the first account that has an id, by the stores in these slots.
+// ERR_KEY_NOT_FOUND. May throw std::bad_alloc.
 int find_id(Mirror &mirror, int names, int ids, uint32_t id, std::string &key);
 
 // Puts down the last id handed out: the marker's of `text`, else the highest of the store.
@@ -81,8 +82,8 @@ int store_current_id(MORVBDB *ids, const IdRange &range, std::string_view text) 
 int read_current_id(MORVBDB *ids, const IdRange &range, uint32_t *id) noexcept;
 int write_current_id(MORVBDB *ids, const IdRange &range, uint32_t id) noexcept;
 
-// An id that no account has, searched for behind `last`; null: behind the last one handed out. Answers 0, the range's
-// code or a code of the store.
+// An id that no account has, searched for behind `last`; null: behind the last one handed out. Answers 0,
+// the range's code or a code of the store.
 int find_free_id(MORVBDB *ids, const IdRange &range, const uint32_t *last, uint32_t *id) noexcept;
 
 // The text of a stored line: without the NUL at its end.

@@ -75,8 +75,8 @@ class Change {
             if (const int code = plan()) return code;
             if (const int code = edit_files()) return code;
             if (const int code = files_->commit(record)) return code;
-            // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and
-            // its next reader builds it anew.
+            // The files are what counts by now: a mirror that cannot be brought up to date is not marked as
+            // theirs, and its next reader builds it anew.
             update_mirror();
             if (is_named_in_shares_) forget_mirror(share_mirror_kind);
             return 0;
@@ -269,8 +269,8 @@ class Change {
     bool is_named_in_shares_ = false;
 };
 
-// The edit of a file that makes it hold what a store holds. `wanted` gets a line of the store, and that of the same
-// account in the file or null, and answers the line for the file; empty: what is there stays.
+// The edit of a file that makes it hold what a store holds. `wanted` gets a line of the store, and that of
+// the same account in the file or null, and answers the line for the file; empty: what is there stays.
 template <class F>
 int dump_store(MORVBDB *store, FileChanges &files, AccountFile file, bool (*is_line)(std::string_view),
                F &&wanted) {

@@ -27,8 +27,8 @@ int pack_group(std::string_view name, uint32_t gid, std::string_view members, st
 // std::bad_alloc.
 int put_group(Mirror &mirror, const std::string &old_key, const MORVGROUP &group);
 
-// Writes the stores out to the files, and marks them. ERR_STORE_INVALID when the files are no longer those that the
-// stores were built from. May throw std::bad_alloc.
+// Writes the stores out to the files, and marks them. ERR_STORE_INVALID when the files are no longer those
+// that the stores were built from. May throw std::bad_alloc.
 int dump_groups(Mirror &mirror);
 
 }  // namespace morv

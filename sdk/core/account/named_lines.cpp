@@ -28,11 +28,6 @@ std::string marker_of(std::string_view word) {
     return std::string("#$").append(word).append("$");
 }
 
-std::string_view find_marker_line(std::string_view text, std::string_view marker) noexcept {
-    const size_t at = text.find(marker);
-    return at == text.npos ? std::string_view() : line_around(text, at);
-}
-
 }  // namespace
 
 bool upper_name(std::string_view name, std::string &key) {
@@ -151,24 +146,33 @@ void LineEdits::apply(std::string_view text, bool (*is_line)(std::string_view), 
     }
 }
 
+// Quotes may stand around one item or around the list.
+static std::string_view without_quotes(std::string_view item) noexcept {
+    if (item.starts_with('"')) item.remove_prefix(1);
+    if (item.ends_with('"')) item.remove_suffix(1);
+    return trim_blanks(item);
+}
+
 bool Items::next() noexcept {
     while (!rest_.empty()) {
         const size_t comma = rest_.find(',');
-        item = trim_blanks(rest_.substr(0, comma));
+        item = without_quotes(trim_blanks(rest_.substr(0, comma)));
         rest_ = comma == rest_.npos ? std::string_view() : rest_.substr(comma + 1);
         if (!item.empty()) return true;
     }
     return false;
 }
 
-bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out) {
+bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out,
+               Quotes quotes) {
     bool found = false;
     bool first = true;
     std::string upper;
     for (size_t from = 0; from <= list.size();) {
         const size_t comma = std::min(list.find(',', from), list.size());
         const std::string_view piece = list.substr(from, comma - from);
-        const std::string_view item = trim_blanks(piece);
+        const std::string_view whole = trim_blanks(piece);
+        const std::string_view item = without_quotes(whole);
         from = comma + 1;
         const bool is_it = !item.empty() && upper_name(item, upper) && upper == key;
         found |= is_it;
@@ -180,7 +184,10 @@ bool edit_list(std::string_view list, std::string_view key, std::string_view nam
             continue;
         }
         const auto before = static_cast<size_t>(item.data() - piece.data());
-        out.append(piece, 0, before).append(name).append(piece, before + item.size());
+        const bool adds = quotes == Quotes::kBlanks && item == whole && name.find(' ') != name.npos;
+        const std::string_view quote = adds ? "\"" : "";
+        out.append(piece, 0, before).append(quote).append(name).append(quote);
+        out.append(piece, before + item.size());
     }
     return found;
 }
@@ -198,18 +205,20 @@ int find_marker(std::string_view text, std::string_view word, int least, int mos
     return -1;
 }
 
-void set_marker(std::string_view text, std::string_view word, int number, std::string &out) {
+bool set_marker(std::string_view text, std::string_view word, int number, std::string &out) {
     const std::string marker = marker_of(word);
-    const std::string line = marker + std::to_string(number) + "$";
-    const std::string_view old = find_marker_line(text, marker);
-    if (old.empty()) {
+    const std::string filled = marker + std::to_string(number) + "$";
+    const size_t at = text.find(marker);
+    if (at == text.npos) {
         out.append(text);
-        add_line(out, line);
-        return;
+        add_line(out, filled);
+        return false;
     }
-    const auto at = static_cast<size_t>(old.data() - text.data());
-    out.append(text, 0, at).append(line).push_back('\n');
-    out.append(text, at + old.size());
+    // Not the whole line: it may be somebody's.
+    size_t end = std::min(text.find_first_not_of("0123456789", at + marker.size()), text.size());
+    if (end < text.size() && text[end] == '$') ++end;
+    out.append(text, 0, at).append(filled).append(text, end);
+    return is_named_line(line_around(text, at));
 }
 
 }  // namespace morv

@@ -80,7 +80,7 @@ class LineEdits {
 
 // ---- Lists of names: "alice,bob" -------------------------------------------------------------------------------
 
-// The items of a list, without the blanks around them; empty ones are passed over.
+// The items of a list, without the blanks and quotes around them; empty ones are passed over.
 class Items {
   public:
     explicit Items(std::string_view list) noexcept : rest_(list) {}
@@ -92,8 +92,11 @@ class Items {
 };
 
 // Appends `list` to `out` with the item `key` (upper-cased) replaced by `name`, or left out when that is empty.
-// Items that stay are not touched. Answers whether it was there.
-bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out);
+// Items that stay are not touched. With kBlanks a name that holds a blank is put in quotes, for readers that divide lists
+// at blanks. Answers whether it was there.
+enum class Quotes { kNone, kBlanks };
+bool edit_list(std::string_view list, std::string_view key, std::string_view name, std::string &out,
+               Quotes quotes = Quotes::kNone);
 
 // ---- Markers: "#$WORD$number$", the number handed out last -----------------------------------------------------
 
@@ -103,7 +106,8 @@ inline constexpr std::string_view kGidMarker = "_@GID__INDEX@_";
 // The number of the marker if it lies between least and most, else -1.
 int find_marker(std::string_view text, std::string_view word, int least, int most) noexcept;
 
-// Appends `text` to `out` with the marker's line holding `number`; one is added when there is none.
-void set_marker(std::string_view text, std::string_view word, int number, std::string &out);
+// Appends `text` to `out` with the marker holding `number`; a line is added when there is none. Answers whether the
+// marker stands in the line of an account.
+bool set_marker(std::string_view text, std::string_view word, int number, std::string &out);
 
 }  // namespace morv

@@ -30,7 +30,7 @@ std::string_view rights_list_of(std::string_view line) noexcept {
     const std::string_view key = trim_blanks(text.substr(0, equals));
     const bool is_list = std::any_of(std::begin(kKeys), std::end(kKeys),
                                      [&](std::string_view k) { return equals_lower(key, k); });
-    return is_list ? trim(text.substr(equals + 1)) : std::string_view();
+    return is_list ? trim_blanks(text.substr(equals + 1)) : std::string_view();
 }
 
 void edit_rights(std::string_view text, const Renames &renames, std::string &out) {
@@ -44,7 +44,7 @@ void edit_rights(std::string_view text, const Renames &renames, std::string &out
         bool changed = false;
         for (const auto &[key, name] : renames) {
             next.clear();
-            if (!edit_list(list, key, name, next)) continue;
+            if (!edit_list(list, key, name, next, Quotes::kBlanks)) continue;
             changed = true;
             list.swap(next);
         }

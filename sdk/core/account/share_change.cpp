@@ -469,7 +469,10 @@ class Dump {
         int code = reader_.allocate();
         if (code == 0) code = mirrors_.open();
         if (code == 0) code = files_.load(AccountFile::kSmbConf);
-        if (code == 0) code = read_store();
+        if (code) return code;
+        // What another tool has written since would be undone.
+        if (mirror_.source[0] != state_of(files_.read_state(AccountFile::kSmbConf))) return ERR_STORE_INVALID;
+        code = read_store();
         if (code == 0) code = edit();
         if (code == 0) code = files_.commit(Record::kShare);
         if (code) return code;

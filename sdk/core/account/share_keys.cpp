@@ -175,7 +175,7 @@ KeyEdits edits_of(const MORVSHARE *old, const SettledShare &wanted, const MLIBSZ
     }
 
     // No switch keeps everybody out and lets those of the lists in.
-    const char kOnly[] = "valid users";
+    static constexpr char kOnly[] = "valid users";
     if (wanted.access == MORV_SHARE_NO_ACCESS && by_lists == 0) {
         std::string only(kNobody);
         for (const std::string &list : {wanted.write_list, wanted.read_list}) {

@@ -181,8 +181,6 @@ std::string conf_list(std::string_view list) {
         out.append(items.item);
         if (has_blank) out.push_back('"');
     }
-    // The quotes of the first name and the last are no pair around the value.
-    if (count > 1 && out.front() == '"' && out.back() == '"') out.push_back(',');
     return out;
 }
 

@@ -40,7 +40,7 @@ ConfLine read_conf_line(std::string_view line, std::string_view *key, std::strin
 std::string conf_value(std::string_view text);
 std::string conf_list(std::string_view list);
 
-// What the keys of a section are to say from now on.
+// What the keys of a section are to say from now on. The names of keys are not copied.
 class KeyEdits {
   public:
     void set(std::string_view key, std::string value) { edits_.push_back({key, std::move(value), false}); }

@@ -129,9 +129,13 @@ class UserChanges {
             if (const int code = edit_files()) return code;
             if (const int code = make_homes()) return code;
             open_groups();
-            if (const int code = files_->commit(Record::kUser)) return code;
-            for (NewHome &home : homes_)
-                home.path.clear();
+            const int code = files_->commit(Record::kUser);
+            // What is decided and not done yet gets its homes, too.
+            if (code == 0 || is_interrupted(MORV_LOCK_PW)) {
+                for (NewHome &home : homes_)
+                    home.path.clear();
+            }
+            if (code) return code;
             update_mirrors();
             return 0;
         }
@@ -287,6 +291,7 @@ class UserChanges {
         members_ = MemberEdits();
         Renames rights;
         added_.clear();
+        rebuild_users_ = false;
         for (const Plan &p : plans_) {
             add_edit(passwd, p, p.lines.passwd);
             add_edit(misc, p, p.lines.misc);
@@ -299,6 +304,9 @@ class UserChanges {
             } else if (p.renames() || p.removes()) {
                 members_.renames[p.old_key] = p.name;
                 rights[p.old_key] = p.name;
+                // Lists may name somebody who is only now there.
+                if (!p.removes() && p.key != p.old_key) added_[p.key] = p.name;
+                rebuild_users_ |= has_further_lines(p.old_key);
             }
         }
         apply(AccountFile::kPasswd, passwd, is_system_line);
@@ -307,11 +315,21 @@ class UserChanges {
         apply(AccountFile::kMisc, misc, is_named_line);
         if (last_uid_) {
             std::string text;
-            set_marker(files_->text(AccountFile::kMisc), kUidMarker, static_cast<int>(last_uid_), text);
+            rebuild_users_ |=
+                set_marker(files_->text(AccountFile::kMisc), kUidMarker, static_cast<int>(last_uid_), text);
             files_->set(AccountFile::kMisc, std::move(text));
         }
         if (added_.empty() && rights.empty()) return 0;
         return edit_others(rights);
+    }
+
+    // Whether a user has several passwd lines: the mirror does not tell which uids the others have.
+    bool has_further_lines(const std::string &key) const {
+        int lines = 0;
+        std::string upper;
+        for (std::string_view line : Lines(files_->text(AccountFile::kPasswd)))
+            lines += is_system_line(line) && upper_name(first_field(line), upper) && upper == key;
+        return lines > 1;
     }
 
     static void add_edit(LineEdits &edits, const Plan &p, const std::string &line) {
@@ -372,11 +390,14 @@ class UserChanges {
 
     int make_home(const Plan &p) {
         const SysPath path(p.home.c_str());
+        NewHome home(path.c_str());
+        homes_.reserve(homes_.size() + 1);
         if (mkdir(path.c_str(), 0700) != 0) {
+            home.path.clear();
             if (errno == EEXIST || errno == ENOENT) return 0;
             return errno == ENOSPC || errno == EDQUOT ? ERR_NOT_ENOUGH_SPACE : ERR_CREATE_FAILED;
         }
-        homes_.emplace_back(path.c_str());
+        homes_.push_back(std::move(home));
         const UniqueFd fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         return fd && fchown(fd.get(), p.uid, p.gid) == 0 && fchmod(fd.get(), kHomeMode) == 0
                    ? 0
@@ -388,7 +409,10 @@ class UserChanges {
     // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and its next
     // reader builds it anew.
     void update_mirrors() {
-        update_users();
+        if (rebuild_users_ || update_users() != 0) {
+            mirror_.reset();
+            forget_mirror(user_mirror_kind);
+        }
         if (names_new_users_in_groups_) {
             forget_mirror(group_mirror_kind);
         } else if (files_->changes(AccountFile::kGroup)) {
@@ -399,7 +423,11 @@ class UserChanges {
 
     int update_users() {
         for (const Plan &p : plans_) {
-            if (!p.adds()) {
+            // Of users who share a uid the first one stays so.
+            uint32_t old_uid;
+            const bool in_place =
+                p.key == p.old_key && parse_id(p.old_lines.passwd, &old_uid) == 0 && old_uid == p.uid;
+            if (!p.adds() && !in_place) {
                 const int code = erase_user(*mirror_, p.old_key);
                 if (code && code != ERR_ID_NOT_FOUND) return code;
             }
@@ -451,6 +479,7 @@ class UserChanges {
     std::vector<std::string> changed_groups_;
     bool names_new_users_in_groups_ = false;
     bool names_new_users_in_shares_ = false;
+    bool rebuild_users_ = false;
     std::vector<NewHome> homes_;
 };
 

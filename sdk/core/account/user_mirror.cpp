@@ -20,6 +20,7 @@
 #include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/store/records.h"
+#include "core/store/sorted_records.h"
 #include "core/system/command.h"
 #include "core/text/fields.h"
 #include "core/text/lines.h"
@@ -44,6 +45,23 @@ constexpr size_t kPasswdFields = 7;
 constexpr size_t kShadowFields = 9;
 constexpr size_t kSmbFields = 7;
 
+// One pair for each name of an id: lines may be there twice.
+void drop_repeated(std::vector<IdName> &pairs) {
+    std::stable_sort(pairs.begin(), pairs.end(),
+                     [](const IdName &a, const IdName &b) { return a.id.view() < b.id.view(); });
+    size_t kept = 0;
+    size_t first = 0;  // of those with the same id
+    for (IdName &pair : pairs) {
+        if (kept == first || pairs[first].id.view() != pair.id.view()) first = kept;
+        const bool is_there = std::any_of(pairs.begin() + first, pairs.begin() + kept,
+                                          [&](const IdName &p) { return p.name == pair.name; });
+        if (is_there) continue;
+        if (&pairs[kept] != &pair) pairs[kept] = std::move(pair);
+        ++kept;
+    }
+    pairs.erase(pairs.begin() + kept, pairs.end());
+}
+
 int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_view)) {
     std::vector<IdName> ids;
     const EachLine each = [&](std::string_view key, std::string_view line) {
@@ -54,6 +72,7 @@ int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_vie
     };
     if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each))
         return code;
+    drop_repeated(ids);
     return store_ids(mirror.store[kUserUid], ids);
 }
 
@@ -193,17 +212,21 @@ int build_domain_users(Mirror &mirror) noexcept {
         if (access(SysPath(kDomainTool).c_str(), X_OK) != 0) return int{ERR_SYS_UNKNOWN};
         if (const int code = capture_tool(output, "/usr/bin/getent -s winbind passwd", {})) return code;
         std::vector<IdName> ids;
-        // The tool's text is this function's own: its lines are stored where they stand.
+        SortedRecords names;
         std::string key;
         for (std::string_view whole : Lines(output)) {
             const std::string_view line = without_line_feed(whole);
             uint32_t uid;
             if (!is_domain_line(line) || parse_id(line, &uid) != 0 || !upper_name(first_field(line), key))
                 continue;
-            if (const int code = put_line(mirror.store[kUserName], key, std::string(line))) return code;
+            // The tool's text is this function's own: its lines are stored where they stand, a NUL for the line feed.
+            const auto end = static_cast<size_t>(line.data() - output.data()) + line.size();
+            if (end < output.size()) output[end] = '\0';
             key.push_back('\0');
+            names.add(key, {line.data(), line.size() + 1});
             ids.push_back({IdKey(uid), key});
         }
+        if (const int code = names.put_all(mirror.store[kUserName], SortedRecords::kLast)) return code;
         if (const int code = store_ids(mirror.store[kUserUid], ids)) return code;
         return MORVBDbDomainExpireTimeSet(mirror.store[kUserName]) == 0 ? 0 : MLIBErrGet();
     });
@@ -230,7 +253,7 @@ int make_user(const UserText &text, MORVUSER **user) noexcept {
     if (!copies) return ERR_OUT_OF_MEMORY;
     char *at = copies.get();
     const char *passwd[kPasswdFields];
-    if (cut_fields(text.passwd, at, passwd) != kPasswdFields) return ERR_FORMAT_ERROR;
+    if (cut_fields(text.passwd, at, passwd) != kPasswdFields || !*passwd[0]) return ERR_FORMAT_ERROR;
     const char *const name = passwd[0];
     const auto uid = static_cast<uint32_t>(leading_number(passwd[2]));
     const auto gid = static_cast<uint32_t>(leading_number(passwd[3]));

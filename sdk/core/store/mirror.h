@@ -91,8 +91,8 @@ int build_stores(Mirror &mirror) noexcept;
 // Marks all stores as built from files of these states (by source).
 int mark_stores(Mirror &mirror) noexcept;
 
-// Mark a mirror whose stores were changed as its files were; the second closes it. The changes are written out before
-// the marks, so that a mirror that looks current has all of them.
+// Mark a mirror whose stores were changed as its files were; the second closes it. The changes are written
+// out before the marks, so that a mirror that looks current has all of them.
 int publish_stores(Mirror &mirror) noexcept;
 int publish_mirror(MirrorPtr mirror) noexcept;
 int publish_stores(Mirror &mirror) noexcept;  // without closing it

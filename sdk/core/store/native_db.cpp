@@ -6,6 +6,7 @@
 #include <db.h>
 #include <errno.h>
 #include <stdlib.h>
+#include <string.h>
 
 namespace morv {
 
@@ -97,6 +98,41 @@ int BatchWalk::next(std::string_view *key, std::string_view *value) noexcept {
         at_ = nullptr;
         if (const int result = fetch()) return result;
     }
+}
+
+constexpr uint32_t kPutRoom = 64 * 1024;
+
+int BatchPut::finish() noexcept {
+    if (!at_) return 0;
+    at_ = nullptr;
+    DB *const db = static_cast<DB *>(internal_);
+    DBT batch = batch_of(batch_.get(), kPutRoom);
+    batch.flags |= DB_DBT_BULK;
+    DBT unused = {};
+    return as_errno(db->put(db, nullptr, &batch, &unused, DB_MULTIPLE_KEY));
+}
+
+int BatchPut::put(std::string_view key, std::string_view value) noexcept {
+    if (!batch_) batch_.reset(static_cast<char *>(malloc(kPutRoom)));
+    if (!batch_) return ENOMEM;
+    DBT batch = batch_of(batch_.get(), kPutRoom);
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (!at_) DB_MULTIPLE_WRITE_INIT(at_, &batch);
+        void *const begun = at_;
+        DB_MULTIPLE_KEY_WRITE_NEXT(at_, &batch, key.data(), key.size(), value.data(), value.size());
+        if (at_) return 0;
+        at_ = begun;
+        if (const int failed = finish()) return failed;
+    }
+    // Longer than a batch.
+    DB *const db = static_cast<DB *>(internal_);
+    DBT at = {};
+    at.data = const_cast<char *>(key.data());
+    at.size = static_cast<u_int32_t>(key.size());
+    DBT what = {};
+    what.data = const_cast<char *>(value.data());
+    what.size = static_cast<u_int32_t>(value.size());
+    return as_errno(db->put(db, nullptr, &at, &what, 0));
 }
 
 }  // namespace morv

@@ -44,4 +44,21 @@ class BatchWalk {
     void *at_ = nullptr;  // where the batch is read next; null: at its end
 };
 
+// Puts records into an open store, many at a time.
+class BatchPut {
+  public:
+    explicit BatchPut(void *internal) noexcept : internal_(internal) {}
+    BatchPut(const BatchPut &) = delete;
+    BatchPut &operator=(const BatchPut &) = delete;
+
+    // Both answer 0 or an errno; the records are in the store when finish() has answered 0.
+    int put(std::string_view key, std::string_view value) noexcept;
+    int finish() noexcept;
+
+  private:
+    void *internal_;
+    MallocPtr<char> batch_;
+    void *at_ = nullptr;  // where the next record goes; null: no batch is begun
+};
+
 }  // namespace morv
