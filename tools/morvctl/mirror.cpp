@@ -145,9 +145,9 @@ int status(const Session &session, const Args &) {
 }
 
 // No call builds this one whatever its state is: a sync time that no file has makes the check do it.
-int rebuild_shares() {
+int rebuild_shares(const Session &session) {
     MORVSHAREDB *db = nullptr;
-    if (MORVShareDBOpenFile(&db, kShareStore) < 0) return -1;
+    if (MORVShareDBOpenFile(&db, system_path(session, kShareStore).c_str()) < 0) return -1;
     const int result =
         MORVBDbConfSyncTimeSet(db->pShare, INT32_MIN) != 0 ? -1 : MORVShareDBCheckAndRebuild(&db);
     const int code = MLIBErrGet();
@@ -160,9 +160,9 @@ int rebuild(const Session &session, const Args &args) {
     constexpr struct {
         const char *name;
         uint32_t lock;
-        int (*work)();
-    } kMirrors[] = {{"user", MORV_LOCK_PW, MORVUserDBRebuild},
-                    {"group", MORV_LOCK_GR, MORVGroupDBRebuild},
+        int (*work)(const Session &session);
+    } kMirrors[] = {{"user", MORV_LOCK_PW, [](const Session &) { return MORVUserDBRebuild(); }},
+                    {"group", MORV_LOCK_GR, [](const Session &) { return MORVGroupDBRebuild(); }},
                     {"share", MORV_LOCK_SMB, rebuild_shares}};
     Json done = Json::array();
     for (const auto &[name, lock, work] : kMirrors) {
@@ -172,7 +172,7 @@ int rebuild(const Session &session, const Args &args) {
             fail_library(std::string("lock the mirror ") + name);
         }
         clear_errors();
-        if (work() != 0) fail_account(session, std::string("rebuild the mirror ") + name);
+        if (work(session) != 0) fail_account(session, std::string("rebuild the mirror ") + name);
         ErrMLIBFileUnlock(lock);
         done.push_back(name);
     }
