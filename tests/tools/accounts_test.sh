@@ -314,6 +314,7 @@ test_what_is_wrong_is_said_in_a_sentence() {
 3|cannot delete the group users: *|group delete users
 1|cannot read the group none: *|share rights books --write @none
 3|alice stands in the lists of write and of read|share rights books --read alice
+3|--access none and the list with @users contradict each other|share rights books --access none --read @users
 3|the name homes is kept for the system|share add homes --path /volume1/h
 3|the name photo is that of the folder of a service|share add photo --path /volume1/p
 3|*does not begin with a slash (ERR_PATH_NOT_ABSOLUTE)|share add new --path volume1/new
@@ -360,7 +361,10 @@ guest        none' morvctl share rights books
         morvctl share rights books admin bob
     expect_code 0 morvctl --json share rights public --deny alicia
     expect_value '["alicia"]' conflicts
-    [[ $err == "morvctl: note: alicia has several rights: "* ]] || fail "a conflict is told as $err"
+    [[ $err == "morvctl: note: lists of different rights hold alicia: "* ]] || fail "a conflict is told as $err"
+    expect_code 0 morvctl share add all --path /volume1/all --write @users --json
+    expect_value rw share access
+    expect_code 0 morvctl share delete all
     expect_code 0 morvctl share set books --hidden --ftp-all --ftp-no-list
     expect_code 0 morvctl share show books --json
     expect_value true share hidden

@@ -144,16 +144,16 @@ int status(const Session &session, const Args &) {
     return int(Exit::kDone);
 }
 
-// No call builds this one whatever its state is: a sync time that no file has makes the check do it.
+// No call builds this one whatever its state is: a sync time that no file has makes the next opening do it.
 int rebuild_shares(const Session &session) {
     MORVSHAREDB *db = nullptr;
     if (MORVShareDBOpenFile(&db, system_path(session, kShareStore).c_str()) < 0) return -1;
-    const int result =
-        MORVBDbConfSyncTimeSet(db->pShare, INT32_MIN) != 0 ? -1 : MORVShareDBCheckAndRebuild(&db);
+    const int marked = MORVBDbConfSyncTimeSet(db->pShare, INT32_MIN);
     const int code = MLIBErrGet();
     MORVShareDBClose(db);
     MLIBErrSet(code);
-    return result < 0 ? -1 : 0;
+    if (marked != 0 || !(db = MORVShareDBOpen())) return -1;
+    return MORVShareDBClose(db);
 }
 
 int rebuild(const Session &session, const Args &args) {

@@ -185,11 +185,6 @@ Json check_rights(const Session &session, const Rights &rights) {
             }
         }
     }
-    for (const std::string &user : conflicts) {
-        fprintf(stderr,
-                "morvctl: note: %s has several rights: an entry of the user counts before those of groups\n",
-                escape(user).c_str());
-    }
     return conflicts;
 }
 
@@ -198,6 +193,29 @@ int32_t parse_access(const std::string &text) {
         if (text == access.name) return access.type;
     }
     throw Failure(Exit::kUsage, "--access is ro, rw or none, not '" + escape(text) + "'");
+}
+
+// What the lists say of everybody, who is "@users"; 0 when they do not.
+int32_t access_by_lists(const Rights &rights) {
+    const auto holds_all = [](const std::string &list) {
+        const auto entries = split_list(list);
+        return std::any_of(entries.begin(), entries.end(),
+                           [](const std::string &entry) { return name_key(entry) == "@USERS"; });
+    };
+    return holds_all(rights.deny)    ? MORV_SHARE_NO_ACCESS
+           : holds_all(rights.write) ? MORV_SHARE_READ_WRITE
+           : holds_all(rights.read)  ? MORV_SHARE_READ_ONLY
+                                     : 0;
+}
+
+int32_t access_of(const Args &args, const MORVSHARE *old, const Rights &rights) {
+    const int32_t by_lists = access_by_lists(rights);
+    if (!args.access) return old ? old->accessType : by_lists ? by_lists : int32_t{MORV_SHARE_NO_ACCESS};
+    const int32_t access = parse_access(*args.access);
+    if ((args.deny || args.write || args.read) && by_lists != 0 && by_lists != access) {
+        refuse("--access " + *args.access + " and the list with @users contradict each other");
+    }
+    return access;
 }
 
 void check_share_name(const std::string &name) {
@@ -252,9 +270,7 @@ Json write_share(const Session &session, const MORVSHARE *old, const std::string
     share.szInvalidUsers = rights.deny.data();
     share.szWriteList = rights.write.data();
     share.szReadList = rights.read.data();
-    share.accessType = args.access ? parse_access(*args.access)
-                       : old       ? old->accessType
-                                   : MORV_SHARE_NO_ACCESS;
+    share.accessType = access_of(args, old, rights);
     share.browseable = args.hidden ? 0 : args.visible || !old ? 1 : old->browseable;
     share.ftpFlags = old && !args.ftp_all ? old->ftpFlags : 0;
     for (const auto &ftp : kFtp) {
@@ -264,7 +280,16 @@ Json write_share(const Session &session, const MORVSHARE *old, const std::string
     if (MORVShareSet(old ? old->szName : nullptr, &share) != 0) fail_account(session, what);
     Json document = Json::object();
     if (session.json) document["share"] = share_json(*read_share(session, name));
-    if (!conflicts.empty()) document["conflicts"] = conflicts;
+    if (!conflicts.empty()) {
+        document["conflicts"] = conflicts;
+        std::string some = escape(conflicts[0].get<std::string>());
+        if (conflicts.size() > 1) some += " and " + std::to_string(conflicts.size() - 1) + " more";
+        fprintf(stderr,
+                "morvctl: note: lists of different rights hold %s: an entry of the user counts first, then "
+                "no access "
+                "of a group, then writing, then reading\n",
+                some.c_str());
+    }
     return document;
 }
 

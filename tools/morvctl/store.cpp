@@ -102,6 +102,14 @@ Meaning meaning_of(const Record &record) {
             }
             return {"number", number, std::to_string(number)};
         }
+        if (record.key == "#MORV@SOURCES" && value.size() % sizeof(uint64_t) == 0) {
+            std::vector<uint64_t> numbers(value.size() / sizeof(uint64_t));
+            memcpy(numbers.data(), value.data(), value.size());
+            std::string text;
+            for (const uint64_t each : numbers)
+                text.append(text.empty() ? "" : " ").append(std::to_string(each));
+            return {"numbers", numbers, text};
+        }
         if (MLIBSZLIST *unpacked = MORVListDBUnpack(value.data(), int(value.size()))) {
             const List list(unpacked);
             std::string text;
