@@ -46,7 +46,9 @@ int make_record(void **block, int32_t *size, size_t header, std::span<const char
             continue;
         }
         *copies++ = at;
-        at = stpcpy(at, text) + 1;
+        const size_t length = strlen(text) + 1;
+        memcpy(at, text, length);
+        at += length;
     }
     return 0;
 }

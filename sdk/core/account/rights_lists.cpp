@@ -10,6 +10,7 @@ namespace morv {
 
 namespace {
 
+constexpr std::string_view kLetIn = "valid users";
 constexpr std::string_view kKeys[] = {"invalid users", "valid users", "admin users", "write list",
                                       "read list"};
 
@@ -18,6 +19,14 @@ bool equals_lower(std::string_view text, std::string_view lower) noexcept {
            std::equal(text.begin(), text.end(), lower.begin(), [](char a, char b) {
                return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
            });
+}
+
+std::string_view key_of(std::string_view line) noexcept {
+    return trim_blanks(line.substr(0, line.find('=')));
+}
+
+bool is_key_of(std::string_view line, std::string_view lower) noexcept {
+    return equals_lower(key_of(line), lower);
 }
 
 }  // namespace
@@ -48,7 +57,8 @@ void edit_rights(std::string_view text, const Renames &renames, std::string &out
             changed = true;
             list.swap(next);
         }
-        if (!changed) continue;
+        // An empty list of those who are let in would let everybody in.
+        if (!changed || (trim_blanks(list).empty() && is_key_of(line, kLetIn))) continue;
         const auto at = static_cast<size_t>(value.data() - text.data());
         out.append(text, done, at - done).append(list);
         done = at + value.size();

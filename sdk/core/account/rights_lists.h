@@ -16,7 +16,8 @@ std::string_view rights_list_of(std::string_view line) noexcept;
 // New names by upper-cased old ones ("@" in front of a group's); empty: the name goes.
 using Renames = std::map<std::string, std::string, std::less<>>;
 
-// Appends `text` to `out` with all lists changed. All else stays as it is.
+// Appends `text` to `out` with all lists changed. All else stays as it is, and so does a list of "valid users" that
+// would become empty: it would let everybody in.
 void edit_rights(std::string_view text, const Renames &renames, std::string &out);
 
 // Looks for some names in lists.

@@ -91,6 +91,8 @@ struct Plan {
     uint32_t uid = 0;
     uint32_t gid = 0;
     UserLines old_lines, lines;
+    bool keeps_passwd = false;  // the line in the file is left alone, whatever the mirror says it is
+    bool keeps_misc = false;
     std::string home;
 
     bool adds() const noexcept { return old_key.empty(); }
@@ -222,6 +224,7 @@ class UserChanges {
         if (const int code = make_user_lines(changed, &p.old_lines, &p.lines)) return code;
         p.lines.passwd = p.old_lines.passwd;
         p.lines.misc = p.old_lines.misc;
+        p.keeps_passwd = p.keeps_misc = true;
         return 0;
     }
 
@@ -250,9 +253,10 @@ class UserChanges {
             // A line that says the same in another way stays as somebody wrote it.
             UserLines same;
             const int code = make_user_lines(*old, &p.old_lines, &same);
-            if (code == 0 && same.passwd == p.lines.passwd) p.lines.passwd = p.old_lines.passwd;
-            if (code == 0 && same.misc == p.lines.misc && !p.old_lines.misc.empty())
-                p.lines.misc = p.old_lines.misc;
+            p.keeps_passwd = code == 0 && same.passwd == p.lines.passwd;
+            p.keeps_misc = code == 0 && same.misc == p.lines.misc && !p.old_lines.misc.empty();
+            if (p.keeps_passwd) p.lines.passwd = p.old_lines.passwd;
+            if (p.keeps_misc) p.lines.misc = p.old_lines.misc;
         } else {
             const size_t shell = p.lines.passwd.rfind(':');
             const size_t home = p.lines.passwd.rfind(':', shell - 1) + 1;
@@ -293,8 +297,8 @@ class UserChanges {
         added_.clear();
         rebuild_users_ = false;
         for (const Plan &p : plans_) {
-            add_edit(passwd, p, p.lines.passwd);
-            add_edit(misc, p, p.lines.misc);
+            if (!p.keeps_passwd) add_edit(passwd, p, p.lines.passwd);
+            if (!p.keeps_misc) add_edit(misc, p, p.lines.misc);
             add_edit(shadow, p, p.lines.shadow);
             add_edit(smb, p, p.lines.smb);
             if (p.adds()) {
