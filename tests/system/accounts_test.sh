@@ -40,6 +40,11 @@ refused() { ! "$@"; }
 
 # pwck speaks of folders and shells that this system need not have; all else is a fault of ours.
 sound_passwd() { ! pwck -r </dev/null 2>&1 | grep -vE "(directory|program) '.*' does not exist$|^pwck: no changes$"; }
+# The line that holds the last id is a comment to everybody else but grpck.
+sound_group() {
+    # shellcheck disable=SC2016  # the line as it stands
+    ! grpck -r </dev/null 2>&1 | grep -vE '^(invalid group file entry|delete line .#\$_@GID__INDEX@_\$[0-9]+\$.\? No|grpck: no changes)$'
+}
 ids_once() { ! { cut -d: -f3 /etc/passwd && echo && cut -d: -f3 /etc/group; } | awk 'NF && seen[part, $0]++ {print} !NF {part++}' | grep .; }
 no_secret_for_others() { ! stat -c '%a %n' /etc/shadow $smbpasswd | grep -v '0 '; }
 
@@ -58,7 +63,8 @@ samba_reads_passwords() {
 }
 samba_complains_of_nothing() {
     testparm -s $conf 2>/run/complaints >/run/testparm || return 1
-    ! grep -vE '^(Load smb config|Loaded services file OK|Weak crypto is allowed|Server role: ROLE_STANDALONE|$)' /run/complaints
+    # The keys of FTP are the appliance's own.
+    ! grep -vE '^((Unknown|Ignoring unknown) parameter .*"ftp disable [a-z]+"|Load smb config|Loaded services file OK|Weak crypto is allowed|Server role: ROLE_STANDALONE|$)' /run/complaints
 }
 
 client() { # client NAME PASSWORD SHARE COMMAND; "-" is nobody in particular
@@ -85,7 +91,7 @@ inside() {
     ip link set lo up
     printf 'auth required pam_unix.so nodelay\naccount required pam_unix.so\n' >/etc/pam.d/morv
     expect "pwck finds the accounts sound" sound_passwd
-    expect "grpck finds the groups sound" grpck -r
+    expect "grpck finds the groups sound" sound_group
     expect "no id is given twice" ids_once
     expect "nobody else may read the hashes" no_secret_for_others
 
@@ -178,15 +184,15 @@ make_accounts() {
     cp -r "$source/examples/appliance/." "$root" && chmod 600 "$root/etc/shadow" "$root$smbpasswd" &&
         mkdir -p "$root/tmp" "$root/volume1" "$root/var/services/homes" || return 1
     for name in alice bob; do
-        morvctl user delete "$name" --yes 2>/dev/null
+        morvctl user delete "$name" || return 1
     done
     morvctl user add alice --description 'Alice: of Wonderland' <<<"${password[alicia]}" || return 1
     for name in bob carol dora; do
-        morvctl user add "$name" <<<"first password of $name" && morvctl user passwd "$name" <<<"${password[$name]}" || return 1
+        morvctl user add "$name" --shell /bin/sh <<<"first password of $name" && morvctl user passwd "$name" <<<"${password[$name]}" || return 1
     done
     morvctl user add erik --expire 2001/02/03 <<<"${password[erik]}" && morvctl user add gone <<<gone &&
         morvctl group add band --member alice --member gone &&
-        morvctl share add music --path /volume1/music --access none --read @users --write @band --deny carol,gone &&
+        morvctl share add music --path /volume1/music --read @users --write @band --deny carol,gone &&
         morvctl share add 'two words' --path '/volume1/two words' --access none --write dora --read bob &&
         morvctl user rename alice alicia && morvctl user delete gone && morvctl group rename band players
 }
