@@ -1,7 +1,7 @@
 // A file-sharing configuration somebody else wrote: it is always built, a dump right after that changes
 // nothing, and what a dump writes is read back as it was stored.
 #include <morvsdk/file.h>
-#include <morvsdk/share.h>
+#include <morvsdk/internal/share.h>
 #include <stddef.h>
 #include <string.h>
 #include <sys/stat.h>
