@@ -20,8 +20,8 @@
  * Lines that are not the changed user's stay byte for byte, in their order. No field may hold ":" (but for the
  * description, which is encoded) or a line feed, so that no field becomes another one.
  *
- * Locks (file.h): readers take MORV_LOCK_PW shared, changes take MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB,
- * and every function here waits up to 5 seconds (ERR_LOCK_FAILED). A caller may hold the locks itself around
+ * Locks (file.h): readers take MORV_LOCK_PW shared, changes take MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB
+ * (MORVUserSetPasswd MORV_LOCK_PW alone), and every function here waits up to 5 seconds (ERR_LOCK_FAILED). A caller may hold the locks itself around
  * several calls. The MORVUserDB... functions take none.
  *
  * Codes of all functions that open the mirror, called "the mirror's codes" below: ERR_OPEN_FAILED (a store or
@@ -100,7 +100,7 @@ MORV_API int BlMLIBIsUserName(const char *name) MORV_NOEXCEPT;
 
 /* Reads a user by name. *ppUser: null, or a record to be used again; free it with MORVUserFree.
  *
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (null), ERR_NO_SUCH_USER, ERR_FORMAT_ERROR (a line of the user's is
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS (null), ERR_INVALID_USERNAME (empty), ERR_NO_SUCH_USER, ERR_FORMAT_ERROR (a line of the user's is
  * malformed), ERR_LOCK_FAILED, ERR_UNLOCK_FAILED, or the mirror's codes. */
 MORV_API int MORVUserGet(const char *name, MORVUSER **ppUser) MORV_NOEXCEPT;
 
@@ -159,8 +159,15 @@ MORV_API int MORVUserPrivilegeGet(const char *name) MORV_NOEXCEPT;
  *   ERR_NO_SUCH_USER      there is no user oldName
  *   ERR_TOO_MANY_USERS    the limit of the model is reached, or no uid is free
  *   ERR_FORMAT_ERROR      a line of the user's is malformed
- *   ERR_LOCK_FAILED, ERR_UNLOCK_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED, or the mirror's codes
- * After a failure all files are as they were. */
+ *   ERR_CREATE_FAILED, ERR_NOT_ENOUGH_SPACE  the home cannot be made
+ *   ERR_SYS_UNKNOWN       this system's crypt cannot make MD5 hashes
+ *   ERR_LOCK_FAILED, ERR_WRITE_FAILED, or the mirror's codes
+ * and all files are as they were. After these the change stands, or will:
+ *   ERR_RENAME_FAILED     some files are in place; the next call that gets the locks renames the others
+ *   ERR_WRITE_FAILED      with MORV_DURABLE, when only a folder could not be synced
+ *   ERR_UNLOCK_FAILED     a lock could not be given up
+ * A password is refused (ERR_BAD_PARAMETERS) when it is longer than 511 bytes, is not valid UTF-8 or holds a line
+ * feed. */
 MORV_API int MORVUserSet(const char *oldName, const MORVUSER *user) MORV_NOEXCEPT;
 
 /* Changes the user user->szName, or adds the user when there is none. Result and codes as MORVUserSet. */

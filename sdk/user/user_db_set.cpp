@@ -1,3 +1,5 @@
+#include <string.h>
+
 #include "core/account/user_change.h"
 #include "core/account/user_mirror.h"
 #include "core/base/fail.h"
@@ -9,8 +11,8 @@ extern "C" int MORVUserDBSet(MORVUSERDB *db, const char *oldUpperName, int oldLe
                              const MORVUSER *user) noexcept {
     if (!db || !user || (oldUpperName && oldLength < 1)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     const int code = no_throw([&] {
-        const std::string old(oldUpperName ? oldUpperName : "",
-                              oldUpperName ? static_cast<size_t>(oldLength) : 0);
+        std::string old;
+        if (oldUpperName) old.assign(oldUpperName, strnlen(oldUpperName, static_cast<size_t>(oldLength)));
         return put_user(*mirror_of(db), old, *user);
     });
     return code ? MORV_FAIL(code, -1) : 0;

@@ -9,6 +9,7 @@ using namespace morv;
 
 extern "C" int MORVUserGet(const char *name, MORVUSER **ppUser) noexcept {
     if (!name || !ppUser) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!*name) return MORV_FAIL(ERR_INVALID_USERNAME, -1);
     const int code = read_accounts(user_mirror_kind, MORV_LOCK_PW, [&](Mirror &mirror) {
         std::string key;
         UserText text;

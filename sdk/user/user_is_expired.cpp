@@ -1,23 +1,21 @@
 #include <fcntl.h>
 #include <morvsdk/user.h>
 #include <stdlib.h>
-#include <string.h>
 #include <time.h>
 #include <unistd.h>
 
 #include "core/base/guard.h"
 #include "core/file/sys_path.h"
 
-// Makes the first line of "/etc/TZ" the time zone of the process. One that does not end in a line feed is
-// not whole, and the zone stays.
+// Makes the text of "/etc/TZ" the time zone of the process. One that does not end in a line feed is not whole, and the
+// zone stays.
 static void take_time_zone() noexcept {
     const morv::UniqueFd fd(open(morv::SysPath("/etc/TZ").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (fd) {
         char zone[128];
         const ssize_t length = read(fd.get(), zone, sizeof zone);
-        char *const end = length > 0 ? static_cast<char *>(memchr(zone, '\n', size_t(length))) : nullptr;
-        if (end) {
-            *end = '\0';
+        if (length > 0 && zone[length - 1] == '\n') {
+            zone[length - 1] = '\0';
             setenv("TZ", zone, 1);
         }
     }

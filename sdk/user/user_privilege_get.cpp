@@ -7,8 +7,9 @@
 #include "core/text/case.h"
 
 extern "C" int MORVUserPrivilegeGet(const char *name) noexcept {
+    if (name && morv::case_equal(name, "guest")) return 0;
     MORVUSER *user = nullptr;
     if (MORVUserGet(name, &user) != 0) return MORV_FAIL(MLIBErrGet(), -1);
     const std::unique_ptr<MORVUSER, morv::Releaser<MORVUserFree>> guard(user);
-    return morv::case_equal(user->szName, "guest") ? 0 : user->privilege;
+    return user->privilege;
 }

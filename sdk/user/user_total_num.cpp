@@ -2,7 +2,6 @@
 
 #include "core/account/user_list.h"
 #include "core/base/fail.h"
-#include "core/base/guard.h"
 
 extern "C" int MORVUserTotalNum(int mask) noexcept {
     if (!(mask & (MORV_USER_LOCAL | MORV_USER_DOMAIN))) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);

@@ -23,7 +23,7 @@ MORV_API int MORVUserDBShadowUnpack(const char *line, void **ppBuffer, int *pSiz
  * ERR_BAD_PARAMETERS (null) or ERR_NOT_ENOUGH_MEMORY (buffer too small). */
 MORV_API int MORVUserDBPack(const MORVUSER *user, char *buffer, int size) MORV_NOEXCEPT;
 
-/* The steps of MORVUserDBBuild: the users of "/etc/passwd", and those of the domain. Return 0, or -1 with the
+/* The steps of MORVUserDBBuild, for stores that are empty: the users of "/etc/passwd", and those of the domain. Return 0, or -1 with the
  * mirror's codes. The domain's are asked of "/usr/bin/getent -s winbind passwd"; ERR_SYS_UNKNOWN when that is
  * missing or fails. */
 MORV_API int UserDBPasswdBuild(MORVUSERDB *db) MORV_NOEXCEPT;

@@ -27,7 +27,7 @@ int for_each_name(const Listing &listing, int mask, const char *prefix, const Se
             if (!walk.key.starts_with(begin) || !listing.is_listed(line, mask)) continue;
             if (const int code = see(first_field(line))) return code;
         }
-        return walk.code ? int{ERR_STORE_WALK_FAILED} : 0;
+        return walk.code && walk.code != ERR_OUT_OF_MEMORY ? int{ERR_STORE_WALK_FAILED} : walk.code;
     });
 }
 

@@ -1,10 +1,12 @@
 #include "core/account/account_store.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <morvsdk/error.h>
 #include <morvsdk/group.h>
 #include <morvsdk/user.h>
 #include <stdio.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -63,7 +65,10 @@ IdKey::IdKey(uint32_t id) noexcept {
 int SourceText::load(const char *system_path) noexcept {
     const UniqueFd fd(open(SysPath(system_path).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!fd) return ERR_OPEN_FAILED;
-    if (fstat(fd.get(), &st) != 0) return ERR_STAT_FAILED;
+    if (fstat(fd.get(), &st) != 0) {
+        MORV_LOG(LOG_ERR, "stat [%s] failed!! errno=%d/%s", system_path, errno, strerror(errno));
+        return ERR_STAT_FAILED;
+    }
     if (!S_ISREG(st.st_mode)) return ERR_OPEN_FAILED;
     return text.load(fd.get());
 }
@@ -79,15 +84,19 @@ int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), 
         line = without_line_feed(line);
         if (!line.empty() && line[0] == '#') continue;
         if (line.empty() || line[0] == ':') {
-            MORV_LOG(LOG_NOTICE, "%s format error, %s name = %s", file, who, "");
+            if (who) MORV_LOG(LOG_NOTICE, "%s format error, %s name = %s", file, who, "");
             continue;
         }
-        if (!is_line(line) || !upper_name(first_field(line), key) || key[0] == '#') continue;
+        if (!is_line(line)) continue;
+        // Nobody is found by a name that cannot be upper-cased, but an id that it has is taken.
+        const bool is_key = upper_name(first_field(line), key) && key[0] != '#';
+        if (!is_key) key.assign(first_field(line));
         base[at + line.size()] = '\0';
         key.push_back('\0');
         if (each) {
             if (const int code = each(key, line)) return code;
         }
+        if (!is_key) continue;
         records.add(key, {line.data(), line.size() + 1});
     }
     return records.put_all(db, SortedRecords::kLast);
@@ -112,19 +121,23 @@ int store_ids(MORVBDB *ids, const std::vector<IdName> &pairs) {
 int find_id(Mirror &mirror, int names, int ids, uint32_t id, std::string &key) {
     if (const int code = need_store(mirror, ids)) return code;
     const IdKey wanted(id);
+    constexpr uint32_t kMostExact = 999999;  // ids of more than six digits share keys
+    std::string nameless;
     Walk walk(mirror.store[ids], wanted.view());
     while (walk.next()) {
-        // Ids of more than six digits share keys.
         std::string name(stored_text(walk.value));
         std::string_view line;
         uint32_t found;
-        if (find_record(mirror.store[names], store_key(name), &line) == 0 &&
-            parse_id(line_of(line), &found) == 0 && found == id) {
+        const int code = find_record(mirror.store[names], store_key(name), &line);
+        if (code == ERR_KEY_NOT_FOUND && id <= kMostExact) nameless = name;
+        if (code == 0 && parse_id(line_of(line), &found) == 0 && found == id) {
             key = std::move(name);
             return 0;
         }
     }
-    return walk.code ? walk.code : ERR_KEY_NOT_FOUND;
+    if (walk.code || nameless.empty()) return walk.code ? walk.code : ERR_KEY_NOT_FOUND;
+    key = std::move(nameless);
+    return 0;
 }
 
 int store_current_id(MORVBDB *ids, const IdRange &range, std::string_view text) noexcept {

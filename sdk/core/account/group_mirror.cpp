@@ -43,9 +43,14 @@ int read_groups(std::string_view text, const Accounts &accounts, std::vector<Gro
     std::string members;
     for (std::string_view whole : Lines(text)) {
         const std::string_view line = without_line_feed(whole);
-        if (!is_system_line(line) || !upper_name(first_field(line), key) || key[0] == '#') continue;
+        if (!is_system_line(line)) continue;
         uint32_t gid;
         if (const int code = parse_id(line, &gid)) return code;
+        if (!upper_name(first_field(line), key) || key[0] == '#') {
+            // Nobody finds the group, but its id is taken.
+            groups.push_back({std::string(first_field(line)) + '\0', std::string(), gid});
+            continue;
+        }
         std::string_view before;
         std::string_view list;
         if (!split_members(line, &before, &list)) continue;
@@ -61,6 +66,7 @@ int store_groups(Mirror &mirror, std::vector<Group> &groups) {
     std::stable_sort(groups.begin(), groups.end(),
                      [](const Group &a, const Group &b) { return a.key < b.key; });
     for (const Group &group : groups) {
+        if (group.line.empty()) continue;
         if (const int code = put_record(mirror.store[kGroupName], group.key, group.line)) return code;
     }
     std::vector<IdName> ids;

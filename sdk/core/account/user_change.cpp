@@ -33,6 +33,7 @@ namespace {
 
 constexpr std::string_view kHomes = "/var/services/homes/";
 constexpr std::string_view kUsersGroup = "USERS";
+constexpr mode_t kNewHomeMode = 0700;  // until it is the user's
 constexpr mode_t kHomeMode = 0711;
 constexpr int kRounds = 5;
 
@@ -99,6 +100,13 @@ struct Plan {
     bool removes() const noexcept { return key.empty(); }
     bool renames() const noexcept { return !adds() && !removes() && old_name != name; }
 };
+
+// What a process that was killed between making a home and giving it away has left.
+bool is_unfinished_home(const char *path) noexcept {
+    struct stat st;
+    return lstat(path, &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == geteuid() &&
+           (st.st_mode & 07777) == kNewHomeMode;
+}
 
 // A folder made for a new user, removed again unless the change takes effect.
 struct NewHome {
@@ -188,6 +196,7 @@ class UserChanges {
             if (!taken_names_.insert(p.key).second) return ERR_USER_EXISTS;
         }
         if (change.old_name) {
+            if (!*change.old_name) return ERR_INVALID_USERNAME;
             if (!upper_name(change.old_name, p.old_key)) return ERR_NO_SUCH_USER;
             const int code = read_all_lines(*mirror_, p.old_key, &p.old_lines);
             if (code == ERR_NO_SUCH_USER && change.may_add) {
@@ -396,10 +405,12 @@ class UserChanges {
         const SysPath path(p.home.c_str());
         NewHome home(path.c_str());
         homes_.reserve(homes_.size() + 1);
-        if (mkdir(path.c_str(), 0700) != 0) {
+        if (mkdir(path.c_str(), kNewHomeMode) != 0) {
+            const bool is_there = errno == EEXIST;
             home.path.clear();
-            if (errno == EEXIST || errno == ENOENT) return 0;
-            return errno == ENOSPC || errno == EDQUOT ? ERR_NOT_ENOUGH_SPACE : ERR_CREATE_FAILED;
+            if (errno == ENOENT || (is_there && !is_unfinished_home(path.c_str()))) return 0;
+            if (!is_there)
+                return errno == ENOSPC || errno == EDQUOT ? ERR_NOT_ENOUGH_SPACE : ERR_CREATE_FAILED;
         }
         homes_.push_back(std::move(home));
         const UniqueFd fd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));

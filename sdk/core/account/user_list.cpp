@@ -29,7 +29,17 @@ int list_users(MLIBSZLIST **list, int mask, const char *prefix, int *count) noex
 }
 
 int count_users(int mask, int *count) noexcept {
-    return count_names(user_listing, mask, count);
+    int in_use = 0;
+    int listed = 0;
+    if (mask & MORV_USER_DOMAIN_USED) {
+        MLIBSZLIST *list = PslMLIBSzListAlloc(0);
+        const int code = list ? list_domain_users_in_use(&list, &in_use) : int{ERR_OUT_OF_MEMORY};
+        MLIBSzListFree(list);
+        if (code) return code;
+    }
+    if (const int code = count_names(user_listing, mask, &listed)) return code;
+    *count = in_use + listed;
+    return 0;
 }
 
 int list_domain_users_in_use(MLIBSZLIST **list, int *count) noexcept {

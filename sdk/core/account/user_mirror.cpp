@@ -70,7 +70,7 @@ int store_passwd(Mirror &mirror, FileText &text, bool (*is_line)(std::string_vie
         ids.push_back({IdKey(uid), std::string(key)});
         return 0;
     };
-    if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, "user", each))
+    if (const int code = store_lines(mirror.store[kUserName], text, is_line, kPasswdPath, nullptr, each))
         return code;
     drop_repeated(ids);
     return store_ids(mirror.store[kUserUid], ids);
@@ -154,7 +154,7 @@ bool is_admin(std::string_view name) noexcept {
 
 // The numbers of shadow lines: an empty field is -1.
 int32_t shadow_number(std::string_view field) noexcept {
-    return field.empty() ? -1 : static_cast<int32_t>(leading_number(field));
+    return field.empty() ? -1 : static_cast<int32_t>(std::min<int64_t>(leading_number(field), INT32_MAX));
 }
 
 std::string with_id(uint32_t id) {
@@ -366,8 +366,9 @@ int store_user(Mirror &mirror, const std::string &key, std::optional<uint32_t> u
                 {kUserSmb, lines.smb, "smb"}};
     int code = 0;
     for (const auto &[slot, line, what] : puts) {
-        if (line.empty()) continue;
-        code = put_line(mirror.store[slot], key, line);
+        // A line that somebody else has left under the name must not become the user's.
+        code = line.empty() ? erase_record(mirror.store[slot], store_key(key))
+                            : put_line(mirror.store[slot], key, line);
         if (code) {
             MORV_LOG(LOG_ERR, "writing the %s store failed, morverr=0x%04X", what, unsigned(code));
             return code;

@@ -92,6 +92,13 @@ bool trustworthy(const struct stat &st) noexcept {
     return S_ISREG(st.st_mode) && (st.st_uid == 0 || st.st_uid == geteuid());
 }
 
+bool is_too_small(const StorePath &path, const struct stat &st) noexcept {
+    if (uint64_t(st.st_size) >= kLeastSize) return false;
+    MORV_LOG(LOG_NOTICE, "st_size(%s)=%llu, so rebuild db.", path.text,
+             static_cast<unsigned long long>(st.st_size));
+    return true;
+}
+
 bool is_same_file(const Mirror &mirror, int slot, const struct stat &st) noexcept {
     return mirror.file[slot].device == st.st_dev && mirror.file[slot].inode == st.st_ino;
 }
@@ -100,7 +107,7 @@ int open_one(Mirror &mirror, const MirrorStore &store, const char *prefix) noexc
     const StorePath path(prefix, store);
     struct stat st;
     if (lstat(path.text, &st) != 0) return errno == ENOENT ? kIncomplete : ERR_OPEN_FAILED;
-    if (!trustworthy(st) || uint64_t(st.st_size) < kLeastSize) return kIncomplete;
+    if (!trustworthy(st) || is_too_small(path, st)) return kIncomplete;
     MORVBDB *db;
     const int code = open_store(path.text, O_RDWR, store.duplicates, kModeAsItIs, &db);
     if (code == ERR_STORE_INVALID || code == ERR_FILE_NOT_FOUND) return kIncomplete;
@@ -171,11 +178,7 @@ int look(const Mirror &mirror, Standing *standing) noexcept {
             MORV_LOG(LOG_NOTICE, "stat(%s) failed, so rebuild db. (errno=%s)", path.text, strerror(errno));
             return 0;
         }
-        if (uint64_t(st.st_size) < kLeastSize) {
-            MORV_LOG(LOG_NOTICE, "st_size(%s)=%llu, so rebuild db.", path.text,
-                     static_cast<unsigned long long>(st.st_size));
-            return 0;
-        }
+        if (is_too_small(path, st)) return 0;
         if (!trustworthy(st)) {
             MORV_LOG(LOG_NOTICE, "%s is not root's, so rebuild db.", path.text);
             return 0;
