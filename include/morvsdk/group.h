@@ -117,7 +117,8 @@ MORV_API int MORVGroupDescSet(const char *name, const char *text) MORV_NOEXCEPT;
  * The groups that the system has by itself (gid below 65536) keep their name and gid.
  *
  * Returns 0, or -1 with
- *   ERR_BAD_PARAMETERS     a null record; ":" or a line feed in a field; a gid that another group has, or that a
+ *   ERR_BAD_PARAMETERS     a null record; ":" or a line feed in a field; a gid that another group has or that
+ *                          lies outside 65536 to 95536, or that a
  *                          group of the system is to get
  *   ERR_INVALID_GROUPNAME  the name is not valid, or renames a group that must keep it
  *   ERR_GROUP_EXISTS       another group has the new name

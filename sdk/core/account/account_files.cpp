@@ -14,10 +14,13 @@
 #include <optional>
 
 #include "core/base/guard.h"
+#include "core/base/log.h"
 #include "core/base/no_throw.h"
+#include "core/file/aside.h"
 #include "core/file/file_text.h"
 #include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
+#include "core/text/fields.h"
 #include "core/text/lines.h"
 
 namespace morv {
@@ -53,6 +56,7 @@ constexpr RecordEntry kRecords[] = {
 };
 
 constexpr std::string_view kRecordEnd = "end";
+constexpr off_t kMostRecord = 64 * 1024;
 
 const FileEntry &entry_of(AccountFile file) noexcept {
     return kTable[static_cast<int>(file)];
@@ -75,22 +79,40 @@ bool parse_number(std::string_view text, unsigned long long *number) noexcept {
     return error == std::errc() && end == text.data() + text.size();
 }
 
-// Renames the version that a line of a record names, if it is the one that was decided on.
+// A record's line: the path, then inode and size of the new version, inode, seconds and nanoseconds of the old file.
+constexpr size_t kNumbers = 5;
+
+void append_line(std::string &out, const char *path, const struct stat &fresh, const struct stat &old) {
+    const unsigned long long numbers[kNumbers] = {fresh.st_ino,
+                                                  static_cast<unsigned long long>(fresh.st_size), old.st_ino,
+                                                  static_cast<unsigned long long>(old.st_mtim.tv_sec),
+                                                  static_cast<unsigned long long>(old.st_mtim.tv_nsec)};
+    out.append(path);
+    for (const unsigned long long number : numbers)
+        out.append(" ").append(std::to_string(number));
+    out.append("\n");
+}
+
+// Renames the version that a line of a record names, if it is the one that was decided on and nobody else has changed
+// the file since.
 bool finish_line(std::string_view line) noexcept {
-    const size_t first = line.find(' ');
-    const size_t second = line.find(' ', first + 1);
-    unsigned long long inode;
-    unsigned long long size;
-    if (second == line.npos || !parse_number(line.substr(first + 1, second - first - 1), &inode) ||
-        !parse_number(line.substr(second + 1), &size)) {
-        return true;
+    std::string_view fields[kNumbers + 1];
+    unsigned long long numbers[kNumbers];
+    if (split_fields(line, ' ', fields) != kNumbers + 1) return true;
+    for (size_t i = 0; i < kNumbers; ++i) {
+        if (!parse_number(fields[i + 1], &numbers[i])) return true;
     }
     for (int i = 0; i < kFiles; ++i) {
-        if (line.substr(0, first) != kTable[i].path) continue;
+        if (fields[0] != kTable[i].path) continue;
         VersionPaths paths;
         struct stat st;
         if (!paths.find(AccountFile(i)) || lstat(paths.version, &st) != 0) return true;  // done already
-        if (!S_ISREG(st.st_mode) || st.st_ino != inode || uint64_t(st.st_size) != size) return true;
+        if (!S_ISREG(st.st_mode) || st.st_ino != numbers[0] || uint64_t(st.st_size) != numbers[1])
+            return true;
+        if (lstat(paths.file, &st) != 0 || st.st_ino != numbers[2] ||
+            uint64_t(st.st_mtim.tv_sec) != numbers[3] || uint64_t(st.st_mtim.tv_nsec) != numbers[4]) {
+            return true;  // what another tool has written there stays
+        }
         return rename(paths.version, paths.file) == 0;
     }
     return true;
@@ -104,9 +126,13 @@ bool is_complete(std::string_view record) noexcept {
 
 int finish_record(const char *path) noexcept {
     FileText text;
-    const int code = text.load(path);
-    if (code == ERR_OUT_OF_MEMORY) return code;
-    if (code) return errno == ENOENT ? 0 : code;
+    const UniqueFd fd(open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat st;
+    if (!fd && errno == ENOENT) return 0;
+    // What is no record of ours says nothing.
+    if (!fd || fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size > kMostRecord)
+        return move_aside(path) ? 0 : ERR_ACCESS_DENIED;
+    if (const int code = text.load(fd.get())) return code;
     if (is_complete(text.view())) {
         for (std::string_view line : Lines(text.view())) {
             if (!finish_line(without_line_feed(line))) return ERR_RENAME_FAILED;
@@ -223,8 +249,7 @@ int FileChanges::commit(Record record) noexcept {
             if (!files_[i] || !files_[i]->version) continue;
             struct stat &st = files_[i]->new_st;
             if (lstat(files_[i]->version->temporary(), &st) != 0) return int{ERR_STAT_FAILED};
-            text.append(kTable[i].path).append(" ").append(std::to_string(st.st_ino)).append(" ");
-            text.append(std::to_string(st.st_size)).append("\n");
+            append_line(text, kTable[i].path, st, files_[i]->st);
             ++count;
         }
         text.append(kRecordEnd).append("\n");
@@ -242,6 +267,8 @@ int FileChanges::commit(Record record) noexcept {
         if (!f || !f->version) continue;
         const int code = f->version->rename_over();
         if (code == ERR_RENAME_FAILED) {
+            MORV_LOG(LOG_ERR, "Rename [%s]->[%s] fail, errno=%d/%s", f->version->temporary(), f->paths.file,
+                     errno, strerror(errno));
             if (decided_) {
                 for (auto &rest : files_) {
                     if (rest && rest->version) rest->version->keep();

@@ -74,11 +74,12 @@ class Change {
             plan_ = Plan();
             if (const int code = plan()) return code;
             if (const int code = edit_files()) return code;
+            // Before the files change: a process killed in between leaves a mirror that is built once too often.
+            if (is_named_in_shares_) forget_mirror(share_mirror_kind);
             if (const int code = files_->commit(record)) return code;
             // The files are what counts by now: a mirror that cannot be brought up to date is not marked as
             // theirs, and its next reader builds it anew.
             update_mirror();
-            if (is_named_in_shares_) forget_mirror(share_mirror_kind);
             return 0;
         }
         return ERR_OPEN_FAILED;
@@ -151,6 +152,7 @@ class Change {
             if (old_gid == wanted) return 0;
             if (is_system_group(p.old_line)) return ERR_BAD_PARAMETERS;
         }
+        if (wanted < gid_range.first || wanted > gid_range.last) return ERR_BAD_PARAMETERS;
         std::string other;
         const int code = find_gid(*mirror_, wanted, other);
         return code == ERR_NO_SUCH_GROUP ? 0 : code ? code : int{ERR_BAD_PARAMETERS};
@@ -226,7 +228,10 @@ class Change {
         if (!p.removes())
             is_named_in_shares_ = names_any(files_->text(AccountFile::kSmbConf), {{"@" + p.key, {}}});
         if (p.adds()) return 0;
-        const Renames renames = {{"@" + p.old_key, p.removes() ? std::string() : "@" + p.name}};
+        // Samba has further marks for where it looks a group up.
+        Renames renames;
+        for (const char *mark : {"@", "+", "&"})
+            renames[mark + p.old_key] = p.removes() ? std::string() : mark + p.name;
         for (const AccountFile file : {AccountFile::kSmbConf, AccountFile::kAfp}) {
             std::string text;
             edit_rights(files_->text(file), renames, text);
@@ -283,6 +288,7 @@ int dump_store(MORVBDB *store, FileChanges &files, AccountFile file, bool (*is_l
         const auto there = lines.find(key);
         const std::string_view *const old = there == lines.end() ? nullptr : &there->second;
         line.clear();
+        if (!is_line_of(key, line_of(walk.value))) return ERR_FORMAT_ERROR;
         if (const int code = wanted(line_of(walk.value), old, line)) return code;
         if (line.empty() || (old && *old == line)) {
             edits.keep(key);
@@ -343,6 +349,7 @@ int put_group(Mirror &mirror, const std::string &old_key, const MORVGROUP &group
     }
     uint32_t gid = group.gid;
     const bool takes_gid = old_key.empty() && gid == 0;
+    if (gid > kMostId) return ERR_BAD_PARAMETERS;
     if (takes_gid) {
         if (const int code = find_free_id(mirror.store[kGroupId], gid_range, nullptr, &gid)) return code;
     }

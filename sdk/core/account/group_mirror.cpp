@@ -152,6 +152,7 @@ int read_group_line(Mirror &mirror, const std::string &key, std::string *line) {
     std::string_view value;
     const int code = find_record(mirror.store[kGroupName], store_key(key), &value);
     if (code == 0) line->assign(stored_text(value));
+    if (code == 0 && !is_line_of(key, *line)) return ERR_FORMAT_ERROR;
     return code == ERR_KEY_NOT_FOUND ? int{ERR_NO_SUCH_GROUP} : code;
 }
 
@@ -161,6 +162,7 @@ int read_description(Mirror &mirror, const std::string &key, std::string *line) 
     std::string_view value;
     const int code = find_record(mirror.store[kGroupDescription], store_key(key), &value);
     if (code == 0) line->assign(stored_text(value));
+    if (code == 0 && !is_line_of(key, *line)) return ERR_FORMAT_ERROR;
     return code == ERR_KEY_NOT_FOUND ? 0 : code;
 }
 

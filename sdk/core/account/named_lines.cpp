@@ -66,6 +66,12 @@ bool is_system_line(std::string_view line) noexcept {
     return is_named_line(line) && count_separators(line, 3) == 3;
 }
 
+bool is_line_of(std::string_view key, std::string_view line) {
+    std::string name;
+    return line.find_first_of(std::string_view("\n\0", 2)) == line.npos &&
+           upper_name(first_field(line), name) && name == key;
+}
+
 LinesByName index_lines(std::string_view text, bool (*is_line)(std::string_view)) {
     LinesByName lines;
     std::string key;

@@ -38,6 +38,9 @@ inline std::string_view first_field(std::string_view line) noexcept {
 bool is_system_line(std::string_view line) noexcept;
 bool is_named_line(std::string_view line) noexcept;
 
+// Whether a stored text is one line, of the account with this upper-cased name. May throw std::bad_alloc.
+bool is_line_of(std::string_view key, std::string_view line);
+
 // The last line, without its line feed, of each account, by upper-cased name.
 using LinesByName = std::unordered_map<std::string, std::string_view>;
 LinesByName index_lines(std::string_view text, bool (*is_line)(std::string_view));

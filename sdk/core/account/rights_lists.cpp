@@ -14,11 +14,18 @@ constexpr std::string_view kLetIn = "valid users";
 constexpr std::string_view kKeys[] = {"invalid users", "valid users", "admin users", "write list",
                                       "read list"};
 
+// Keys count regardless of letter case and blanks.
 bool equals_lower(std::string_view text, std::string_view lower) noexcept {
-    return text.size() == lower.size() &&
-           std::equal(text.begin(), text.end(), lower.begin(), [](char a, char b) {
-               return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
-           });
+    size_t at = 0;
+    for (const char c : text) {
+        if (is_blank(c)) continue;
+        while (at < lower.size() && lower[at] == ' ')
+            ++at;
+        if (at == lower.size() ||
+            (c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c) != lower[at++])
+            return false;
+    }
+    return at == lower.size();
 }
 
 std::string_view key_of(std::string_view line) noexcept {

@@ -138,6 +138,7 @@ class UserChanges {
             if (const int code = plan_all()) return code;
             if (const int code = edit_files()) return code;
             if (const int code = make_homes()) return code;
+            forget_dependents();
             open_groups();
             const int code = files_->commit(Record::kUser);
             // What is decided and not done yet gets its homes, too.
@@ -428,11 +429,13 @@ class UserChanges {
             mirror_.reset();
             forget_mirror(user_mirror_kind);
         }
-        if (names_new_users_in_groups_) {
-            forget_mirror(group_mirror_kind);
-        } else if (files_->changes(AccountFile::kGroup)) {
-            update_groups();
-        }
+        update_groups();
+    }
+
+    // Lists that name who is to be added become longer. Before the files change: a process killed in between leaves
+    // mirrors that are built once too often, not ones that are never built again.
+    void forget_dependents() {
+        if (names_new_users_in_groups_) forget_mirror(group_mirror_kind);
         if (names_new_users_in_shares_) forget_mirror(share_mirror_kind);
     }
 
@@ -516,8 +519,9 @@ int change_users(std::span<const UserChange> changes, int *failed) noexcept {
 
 int put_user(Mirror &mirror, const std::string &old_key, const MORVUSER &user) {
     std::string key;
-    if (!BlMLIBIsUserName(user.szName) || !upper_name(user.szName, key)) return ERR_INVALID_USERNAME;
-    if (!has_sound_fields(user)) return ERR_BAD_PARAMETERS;
+    if (!BlMLIBIsUserName(user.szName) || is_dots(user.szName) || !upper_name(user.szName, key))
+        return ERR_INVALID_USERNAME;
+    if (!has_sound_fields(user) || user.uid > kMostId || user.gid > kMostId) return ERR_BAD_PARAMETERS;
     UserLines old;
     UserLines lines;
     if (!old_key.empty()) {

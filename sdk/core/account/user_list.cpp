@@ -18,14 +18,18 @@ namespace morv {
 int list_users(MLIBSZLIST **list, int mask, const char *prefix, int *count) noexcept {
     if (!list || !*list || !(mask & (MORV_USER_LOCAL | MORV_USER_DOMAIN | MORV_USER_DOMAIN_USED)))
         return ERR_BAD_PARAMETERS;
-    int in_use = 0;
-    int listed = 0;
-    if (mask & MORV_USER_DOMAIN_USED) {
-        if (const int code = list_domain_users_in_use(list, &in_use)) return code;
-    }
-    if (const int code = list_names(user_listing, list, mask, prefix, &listed)) return code;
-    *count = in_use + listed;
-    return 0;
+    return no_throw([&] {
+        // The prefix may lie in the list, which may move.
+        const std::string begin = prefix ? prefix : "";
+        int in_use = 0;
+        int listed = 0;
+        if (mask & MORV_USER_DOMAIN_USED) {
+            if (const int code = list_domain_users_in_use(list, begin, &in_use)) return code;
+        }
+        if (const int code = list_names(user_listing, list, mask, begin.c_str(), &listed)) return code;
+        *count = in_use + listed;
+        return 0;
+    });
 }
 
 int count_users(int mask, int *count) noexcept {
@@ -33,7 +37,7 @@ int count_users(int mask, int *count) noexcept {
     int listed = 0;
     if (mask & MORV_USER_DOMAIN_USED) {
         MLIBSZLIST *list = PslMLIBSzListAlloc(0);
-        const int code = list ? list_domain_users_in_use(&list, &in_use) : int{ERR_OUT_OF_MEMORY};
+        const int code = list ? list_domain_users_in_use(&list, {}, &in_use) : int{ERR_OUT_OF_MEMORY};
         MLIBSzListFree(list);
         if (code) return code;
     }
@@ -42,15 +46,17 @@ int count_users(int mask, int *count) noexcept {
     return 0;
 }
 
-int list_domain_users_in_use(MLIBSZLIST **list, int *count) noexcept {
+int list_domain_users_in_use(MLIBSZLIST **list, std::string_view prefix, int *count) noexcept {
     return no_throw([&] {
+        std::string begin;
+        if (!upper_name(prefix, begin)) return int{ERR_BAD_PARAMETERS};
         std::unordered_set<std::string> seen;
         std::string key;
         const auto see = [&](std::string_view items) {
             for (Items names(items); names.next();) {
                 if (names.item[0] == '@' || !is_domain_name(names.item) || !upper_name(names.item, key))
                     continue;
-                if (!seen.insert(key).second) continue;
+                if (!key.starts_with(begin) || !seen.insert(key).second) continue;
                 if (const int code = push_name(list, names.item)) return code;
             }
             return 0;

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "core/base/guard.h"
+#include "core/file/aside.h"
 #include "core/file/sys_path.h"
 
 namespace morv {
@@ -37,6 +38,10 @@ static LockEntry rgslckList[] = {
     {-1, nullptr, 0, 0, 0},
 };
 
+static bool is_own_folder(const struct stat &st) noexcept {
+    return S_ISDIR(st.st_mode) && (st.st_uid == 0 || st.st_uid == geteuid());
+}
+
 std::span<LockEntry> lock_table() noexcept {
     return {rgslckList, std::size(rgslckList) - 1};
 }
@@ -44,6 +49,8 @@ std::span<LockEntry> lock_table() noexcept {
 int make_lock_files() noexcept {
     const SysPath folder(kLockFolder);
     struct stat st;
+    // Who owns the folder could take a lock file away while it is held, and let a second holder in.
+    if (lstat(folder.c_str(), &st) == 0 && !is_own_folder(st)) move_aside(folder.c_str());
     // Not through a link: who made it could point it elsewhere while locks are held.
     if (lstat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
         if (mkdir(folder.c_str(), 0700) == 0) {
@@ -55,6 +62,7 @@ int make_lock_files() noexcept {
     }
     for (const LockEntry &entry : lock_table()) {
         const SysPath path(entry.path);
+        move_aside_unless_regular(path.c_str());
         if (lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) continue;
         // No truncation: there is nothing in a lock file, and a link put here must not empty what it leads
         // to.

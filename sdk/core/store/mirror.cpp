@@ -16,6 +16,7 @@
 #include "core/base/bytes.h"
 #include "core/base/guard.h"
 #include "core/base/log.h"
+#include "core/file/aside.h"
 #include "core/file/lock_table.h"
 #include "core/file/sys_path.h"
 #include "core/store/mirror_mode.h"
@@ -228,8 +229,10 @@ int lock_builders(const MirrorKind &kind, UniqueFd *lock) noexcept {
 }
 
 void remove_stores(const MirrorKind &kind, const char *prefix) noexcept {
-    for (const MirrorStore &store : kind.stores)
-        unlink(StorePath(prefix, store).text);
+    for (const MirrorStore &store : kind.stores) {
+        const StorePath path(prefix, store);
+        if (unlink(path.text) != 0) move_aside_unless_regular(path.text);
+    }
 }
 
 int create_stores(const MirrorKind &kind, const char *prefix, MirrorPtr *mirror) noexcept {
@@ -261,6 +264,7 @@ int rename_stores(const MirrorKind &kind, const char *from, const char *to) noex
     for (const MirrorStore &store : kind.stores) {
         const StorePath old_path(from, store);
         const StorePath new_path(to, store);
+        move_aside_unless_regular(new_path.text);
         if (rename(old_path.text, new_path.text) == 0) continue;
         const int error = errno;
         MORV_LOG(LOG_ERR, "rename(%s, %s) = (%d)/%s", old_path.text, new_path.text, -1, strerror(error));

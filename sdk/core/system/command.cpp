@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <morvsdk/errcodes.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <string.h>
@@ -10,6 +11,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <syslog.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -171,9 +173,24 @@ int wait_for_tool(pid_t pid, int *status) noexcept {
 }
 
 // Reads to the end of a pipe.
+constexpr time_t kMostSeconds = 30;
+
+time_t seconds_now() noexcept {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec;
+}
+
 int read_output(int fd, std::string &output, size_t limit) {
     char piece[16 * 1024];
+    const time_t end = seconds_now() + kMostSeconds;
     for (;;) {
+        pollfd waiting = {fd, POLLIN, 0};
+        const time_t left = end - seconds_now();
+        const int ready = left > 0 ? poll(&waiting, 1, static_cast<int>(left * 1000)) : 0;
+        if (ready < 0 && errno != EINTR) return ERR_READ_FAILED;
+        if (ready < 0) continue;
+        if (ready == 0) return ERR_TIMER_EXPIRED;
         const ssize_t got = read(fd, piece, sizeof piece);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return ERR_READ_FAILED;
