@@ -81,7 +81,8 @@ TEST(UserMirror, FindsUsersByNameInAnyCaseAndByUid) {
         EXPECT_STREQ(get(name)->szName, "Straße");
     EXPECT_STREQ(get("STRASSE")->szDescription, "a:b");
     MORVUSER *user = nullptr;
-    for (const char *name : {"", "nobody", "+nis", "# people", "\xff", "#CURRENT_UID", "alice:x", "broken"})
+    EXPECT_TRUE(gives(-1, ERR_INVALID_USERNAME, MORVUserGet("", &user)));
+    for (const char *name : {"nobody", "+nis", "# people", "\xff", "#CURRENT_UID", "alice:x", "broken"})
         EXPECT_TRUE(gives(-1, ERR_NO_SUCH_USER, MORVUserGet(name, &user))) << name;
     EXPECT_TRUE(gives(-1, ERR_FORMAT_ERROR, MORVUserGet("short", &user)));
     const struct {

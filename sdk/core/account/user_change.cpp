@@ -82,7 +82,12 @@ int read_all_lines(Mirror &mirror, const std::string &key, UserLines *lines) {
     std::string_view value;
     const int code = find_record(mirror.store[kUserSmb], store_key(key), &value);
     if (code == 0) lines->smb.assign(stored_text(value));
-    return code == ERR_KEY_NOT_FOUND ? 0 : code;
+    if (code && code != ERR_KEY_NOT_FOUND) return code;
+    // Everybody may be able to write the stores: what becomes a line of a file must be one, and the user's.
+    for (const std::string *line : {&lines->passwd, &lines->shadow, &lines->misc, &lines->smb}) {
+        if (!line->empty() && !is_line_of(key, *line)) return ERR_FORMAT_ERROR;
+    }
+    return 0;
 }
 
 // One change, worked out.
@@ -564,6 +569,8 @@ int dump_users(Mirror &mirror) {
             const std::string_view line = line_of(walk.value);
             if (is_domain_name(first_field(line))) {
                 edits.keep(stored_text(walk.key));
+            } else if (!is_line_of(stored_text(walk.key), line)) {
+                return ERR_FORMAT_ERROR;
             } else {
                 edits.put(stored_text(walk.key), line);
             }

@@ -216,7 +216,8 @@ int lock_builders(const MirrorKind &kind, UniqueFd *lock) noexcept {
     const SysPath path(kind.lock);
     constexpr int kFlags = O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     lock->reset(open(path.c_str(), kFlags, 0600));
-    if (!*lock && errno == ENOENT) {
+    if (!*lock) {
+        move_aside_unless_regular(path.c_str());
         if (const int code = make_lock_files()) return code;
         lock->reset(open(path.c_str(), kFlags, 0600));
     }
