@@ -1,5 +1,5 @@
-// The accounts of the comparisons: 2,048 local users, 300 groups of 20 members and 256 shares in a system root of
-// their own, written without the library.
+// The accounts of the comparisons: 2,048 local users, 300 groups of 20 members and 256 shares in a system
+// root of their own, written without the library.
 #pragma once
 
 #include <pwd.h>

@@ -1,5 +1,5 @@
-// libuser, its modules reading the same files. Its context is what a program makes for each look-up that is not to see
-// old files.
+// libuser, its modules reading the same files. Its context is what a program makes for each look-up that is
+// not to see old files.
 #include <libuser/user.h>
 #include <stdlib.h>
 

@@ -1,4 +1,5 @@
-// SQLite: the four files read into five tables without row ids, in one transaction, durable as it is by default.
+// SQLite: the four files read into five tables without row ids, in one transaction, durable as it is by
+// default.
 #include <sqlite3.h>
 #include <unistd.h>
 

@@ -107,8 +107,8 @@ class Comparison {
         return *this;
     }
 
-    // For a peer that does the work in `steps` equal steps, too slow to be waited for: one of them is measured, and
-    // stands for all.
+    // For a peer that does the work in `steps` equal steps, too slow to be waited for: one of them is
+    // measured, and stands for all.
     template <class Prepare, class Work>
     Comparison &one_step_of(int steps, std::string_view who, Prepare prepare, Work work) {
         auto once = timed(prepare, work);

@@ -51,8 +51,8 @@ std::string text_of(const LineCounts &counts) {
     return all;
 }
 
-// A root whose four files are put back before each call. So the next call finds the mirror stale, and builds it off
-// the clock.
+// A root whose four files are put back before each call. So the next call finds the mirror stale, and
+// builds it off the clock.
 class Fresh {
   public:
     explicit Fresh(const char *name) : root_(name, Mirrors::kInMemory, 0) {
@@ -82,8 +82,9 @@ class Fresh {
     std::vector<std::pair<std::string, std::string>> files_;
 };
 
-// The least that adds users: their lines at the end of the four files. The new files are complete before the first is
-// synced, and all are synced before the first is renamed. The password has to be hashed here, too.
+// The least that adds users: their lines at the end of the four files. The new files are complete before
+// the first is synced, and all are synced before the first is renamed. The password has to be hashed here,
+// too.
 void add_bare(const std::string &folder, const NewUsers &users) {
     std::string lines[4];
     for (const MORVUSER &user : users.records) {

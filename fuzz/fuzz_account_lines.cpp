@@ -1,5 +1,5 @@
-// A line of an account file that somebody else wrote: whatever is in it, an unpacked record is made of the line's
-// own fields, and a user's record packs to a line that unpacks to the same.
+// A line of an account file that somebody else wrote: whatever is in it, an unpacked record is made of the
+// line's own fields, and a user's record packs to a line that unpacks to the same.
 #include <morvsdk/internal/group.h>
 #include <morvsdk/internal/user.h>
 #include <morvsdk/string.h>

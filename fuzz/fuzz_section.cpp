@@ -1,5 +1,5 @@
-// A sectioned file somebody else wrote, below three lines with a section's name, a key and its value: the other
-// sections and the comments survive every change of that one.
+// A sectioned file somebody else wrote, below three lines with a section's name, a key and its value: the
+// other sections and the comments survive every change of that one.
 #include <morvsdk/file.h>
 #include <stddef.h>
 #include <string.h>

@@ -17,12 +17,12 @@
  * Changes (MORVUserSet, MORVUserSetMany, MORVUserSetPasswd, MORVUserDelete) take effect in all files or in
  * none: the new files are complete and on disk before the first of them is renamed into place, and what a
  * crash or a power loss interrupted between two renames is finished by the next call that takes the lock.
- * Lines that are not the changed user's stay byte for byte, in their order. No field may hold ":" (but for the
- * description, which is encoded) or a line feed, so that no field becomes another one.
+ * Lines that are not the changed user's stay byte for byte, in their order. No field may hold ":" (but for
+ * the description, which is encoded) or a line feed, so that no field becomes another one.
  *
  * Locks (file.h): readers take MORV_LOCK_PW shared, changes take MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB
- * (MORVUserSetPasswd MORV_LOCK_PW alone), and every function here waits up to 5 seconds (ERR_LOCK_FAILED). A caller may hold the locks itself around
- * several calls. The MORVUserDB... functions take none.
+ * (MORVUserSetPasswd MORV_LOCK_PW alone), and every function here waits up to 5 seconds (ERR_LOCK_FAILED).
+ * A caller may hold the locks itself around several calls. The MORVUserDB... functions take none.
  *
  * Codes of all functions that open the mirror, called "the mirror's codes" below: ERR_OPEN_FAILED (a store or
  * a file of the users cannot be opened), ERR_ACCESS_DENIED, ERR_PATH_NOT_FOUND and ERR_STAT_FAILED (a file of
@@ -87,8 +87,8 @@ MORV_API int MORVUserAlloc(MORVUSER **ppUser, const char *name, const char *pass
                            int32_t expireDay, int32_t noPasswordChange, const char *extra,
                            int32_t privilege) MORV_NOEXCEPT;
 
-/* Frees a record; null is ignored. The block is overwritten first, for the password in it; what the caller let
- * szPassword point to elsewhere is the caller's. */
+/* Frees a record; null is ignored. The block is overwritten first, for the password in it; what the caller
+ * let szPassword point to elsewhere is the caller's. */
 MORV_API void MORVUserFree(MORVUSER *user) MORV_NOEXCEPT;
 
 /* Answers 1 for a valid user name: 1 to 64 UTF-8 characters; ASCII letters, digits, ".", "-", "_" and blanks
@@ -100,16 +100,17 @@ MORV_API int BlMLIBIsUserName(const char *name) MORV_NOEXCEPT;
 
 /* Reads a user by name. *ppUser: null, or a record to be used again; free it with MORVUserFree.
  *
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (null), ERR_INVALID_USERNAME (empty), ERR_NO_SUCH_USER, ERR_FORMAT_ERROR (a line of the user's is
- * malformed), ERR_LOCK_FAILED, ERR_UNLOCK_FAILED, or the mirror's codes. */
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS (null), ERR_INVALID_USERNAME (empty), ERR_NO_SUCH_USER,
+ * ERR_FORMAT_ERROR (a line of the user's is malformed), ERR_LOCK_FAILED, ERR_UNLOCK_FAILED, or the mirror's
+ * codes. */
 MORV_API int MORVUserGet(const char *name, MORVUSER **ppUser) MORV_NOEXCEPT;
 
 /* The same by user id; the first one where several users have it. */
 MORV_API int MORVUserGetByUID(uint32_t uid, MORVUSER **ppUser) MORV_NOEXCEPT;
 
-/* Pushes the names of users, in upper-cased order, onto a list, as they are spelled in the files. Left out are
- * local users with a uid below 1024 (the system's), and the guest account, uid 1025, when guest support is
- * off ("guestsupport" in "/etc.defaults/morvinfo.conf" is "no"; read once per process).
+/* Pushes the names of users, in upper-cased order, onto a list, as they are spelled in the files. Left out
+ * are local users with a uid below 1024 (the system's), and the guest account, uid 1025, when guest support
+ * is off ("guestsupport" in "/etc.defaults/morvinfo.conf" is "no"; read once per process).
  *
  * ppList: address of a list, which may move.
  * mask:   of MORV_USER_...; the domain users in use are pushed first.
@@ -166,8 +167,8 @@ MORV_API int MORVUserPrivilegeGet(const char *name) MORV_NOEXCEPT;
  *   ERR_RENAME_FAILED     some files are in place; the next call that gets the locks renames the others
  *   ERR_WRITE_FAILED      with MORV_DURABLE, when only a folder could not be synced
  *   ERR_UNLOCK_FAILED     a lock could not be given up
- * A password is refused (ERR_BAD_PARAMETERS) when it is longer than 511 bytes, is not valid UTF-8 or holds a line
- * feed. */
+ * A password is refused (ERR_BAD_PARAMETERS) when it is longer than 511 bytes, is not valid UTF-8 or holds
+ * a line feed. */
 MORV_API int MORVUserSet(const char *oldName, const MORVUSER *user) MORV_NOEXCEPT;
 
 /* Changes the user user->szName, or adds the user when there is none. Result and codes as MORVUserSet. */
@@ -196,7 +197,8 @@ MORV_API int MORVUserDelete(const char *name) MORV_NOEXCEPT;
 
 /* Turns a date "yyyy/mm/dd" into a day number (days since 1970-01-01).
  * Month and day may be of one digit, as MORVUserExpiredDateGet prints them.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (null; or, which is logged too, no such date, or one before 1970). */
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS (null; or, which is logged too, no such date, or one before
+ * 1970). */
 MORV_API int MORVUserExpiredDateFill(const char *text, int32_t *pDay) MORV_NOEXCEPT;
 
 /* Prints a day number as "yyyy/m/d" into buffer of size bytes; 16 are enough for every day.
@@ -205,8 +207,8 @@ MORV_API int MORVUserExpiredDateFill(const char *text, int32_t *pDay) MORV_NOEXC
 MORV_API int MORVUserExpiredDateGet(int32_t day, char *buffer, int size) MORV_NOEXCEPT;
 
 /* Answers 1 when an account that expires on that day is expired now: from local midnight at the end of the
- * day. Else 0, as for every day below 0. The time zone is the one of "/etc/TZ", which becomes the process's (environment variable
- * "TZ"). */
+ * day. Else 0, as for every day below 0. The time zone is the one of "/etc/TZ", which becomes the process's
+ * (environment variable "TZ"). */
 MORV_API int MORVUserIsExpired(int32_t expireDay) MORV_NOEXCEPT;
 
 /* The same for a user by name; 0 for one without an expiry day. -1 with the codes of MORVUserGet. */
@@ -247,13 +249,14 @@ MORV_API MORVUSERDB *MORVUserDBOpen(void) MORV_NOEXCEPT;
 
 /* Opens the stores prefix + suffix, and builds them when one is missing or damaged. *ppDb: null, or a handle,
  * which is closed and replaced on success.
- * Returns 1 when they were built, 0 when they were there, -1 with ERR_BAD_PARAMETERS or the mirror's codes. */
+ * Returns 1 when they were built, 0 when they were there, -1 with ERR_BAD_PARAMETERS or the mirror's codes.
+ * */
 MORV_API int MORVUserDBOpenFile(MORVUSERDB **ppDb, const char *prefix) MORV_NOEXCEPT;
 
 /* Looks whether an open mirror still agrees with the files, and replaces the handle when not, or when another
  * process has replaced the stores.
- * Returns 1 when the mirror was built anew or opened again, 0 when it was current, -1 with ERR_BAD_PARAMETERS,
- * ERR_KEY_NOT_FOUND (a store has lost its marks), or the mirror's codes. */
+ * Returns 1 when the mirror was built anew or opened again, 0 when it was current, -1 with
+ * ERR_BAD_PARAMETERS, ERR_KEY_NOT_FOUND (a store has lost its marks), or the mirror's codes. */
 MORV_API int MORVUserDBCheckAndRebuild(MORVUSERDB **ppDb) MORV_NOEXCEPT;
 
 /* Builds the mirror anew beside the live one and renames it over that. Returns 0, or -1 with the mirror's
@@ -278,12 +281,13 @@ MORV_API int MORVUserDBGetByCursor(MORVUSERDB *db, MORVUSER **ppUser) MORV_NOEXC
 
 /* Writes a user into the stores; the files are written by MORVUserDBDump and MORVUserRenameTmpFiles.
  *
- * oldUpperName: null for a new user, else the upper-cased name of the user to replace; oldLength is its length
+ * oldUpperName: null for a new user, else the upper-cased name of the user to replace; oldLength is its
+ * length
  *               in bytes without the NUL
  *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_INVALID_USERNAME, ERR_NO_SUCH_USER, ERR_USER_EXISTS,
- * ERR_FORMAT_ERROR, or the record store's codes. After a failure some stores may be written: close the handle,
- * and have the mirror built anew. */
+ * ERR_FORMAT_ERROR, or the record store's codes. After a failure some stores may be written: close the
+ * handle, and have the mirror built anew. */
 MORV_API int MORVUserDBSet(MORVUSERDB *db, const char *oldUpperName, int oldLength,
                            const MORVUSER *user) MORV_NOEXCEPT;
 
@@ -293,12 +297,12 @@ MORV_API int MORVUserDBSet(MORVUSERDB *db, const char *oldUpperName, int oldLeng
 MORV_API int MORVUserDBDelete(MORVUSERDB *db, const char *upperName) MORV_NOEXCEPT;
 
 /* Writes what the stores hold as new versions of the four files, beside them and with their owner and mode:
- * "/usr/morv/etc/private/smbpasswd.tmp", "/etc/shadow.tmp", "/etc/passwd.tmp", "/etc/morvuser.conf.tmp". Lines
- * that the stores do not hold (comments, "+" lines, too few fields) and the order of all lines are kept. A
- * file that would not change gets no new version.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_STORE_INVALID (a file has changed since the stores were built),
- * ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_OUT_OF_MEMORY, or the record store's codes; no new version is left
- * behind. */
+ * "/usr/morv/etc/private/smbpasswd.tmp", "/etc/shadow.tmp", "/etc/passwd.tmp", "/etc/morvuser.conf.tmp".
+ * Lines that the stores do not hold (comments, "+" lines, too few fields) and the order of all lines are
+ * kept. A file that would not change gets no new version.
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_STORE_INVALID (a file has changed since the stores were
+ * built), ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_OUT_OF_MEMORY, or the record store's codes; no new version
+ * is left behind. */
 MORV_API int MORVUserDBDump(MORVUSERDB *db) MORV_NOEXCEPT;
 
 /* A uid that no user has, 1024 to 3072, searched for from the one handed out last on.

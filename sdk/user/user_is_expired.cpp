@@ -7,8 +7,8 @@
 #include "core/base/guard.h"
 #include "core/file/sys_path.h"
 
-// Makes the text of "/etc/TZ" the time zone of the process. One that does not end in a line feed is not whole, and the
-// zone stays.
+// Makes the text of "/etc/TZ" the time zone of the process. One that does not end in a line feed is not
+// whole, and the zone stays.
 static void take_time_zone() noexcept {
     const morv::UniqueFd fd(open(morv::SysPath("/etc/TZ").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (fd) {

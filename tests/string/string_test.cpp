@@ -134,7 +134,8 @@ TEST(CaseLower, MapsBytesInPlaceOrIntoABuffer) {
 }
 
 // Every edit beside a plain string: in place and into every position that overlaps the text, with the room
-// that it needs and a byte less. Nothing but the result and its terminator is written, and that only if it fits.
+// that it needs and a byte less. Nothing but the result and its terminator is written, and that only if it
+// fits.
 TEST(Edit, ChangesTheFirstOccurrenceWhereverItWrites) {
     enum { replace, remove, after, before };
     std::mt19937 random(5);

@@ -1,4 +1,5 @@
-// Failing system calls and allocations: the program defines the libc functions itself, and the library under test uses them.
+// Failing system calls and allocations: the program defines the libc functions itself, and the library
+// under test uses them.
 #pragma once
 
 #include <errno.h>

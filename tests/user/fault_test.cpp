@@ -87,7 +87,8 @@ struct UserFaultTest : testing::Test {
 };
 
 TEST_F(UserFaultTest, AFailureLeavesAllFilesOldOrAllNew) {
-    // With the stronger promise, which makes every system call of the weaker one and those of the folders' sync.
+    // With the stronger promise, which makes every system call of the weaker one and those of the folders'
+    // sync.
     MORVFileDurabilitySet(MORV_DURABLE);
     for (const Change &change : kChanges) {
         const Files done = after(change);

@@ -15,8 +15,8 @@ std::string number(int i) {
     return std::to_string(10000 + i);
 }
 
-// Stores are filled and walked many records at a time; these are more than fit at once, in descending order, and one of
-// them is longer than all that is done at a time.
+// Stores are filled and walked many records at a time; these are more than fit at once, in descending
+// order, and one of them is longer than all that is done at a time.
 TEST(UserMirror, HoldsManyUsersAndVeryLongLines) {
     const AccountRoot root;
     constexpr int kMany = 3000;

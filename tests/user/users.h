@@ -1,4 +1,5 @@
-// What the tests of users share: records and handles that free themselves, and mirrors compared record by record.
+// What the tests of users share: records and handles that free themselves, and mirrors compared record by
+// record.
 #pragma once
 
 #include <fcntl.h>

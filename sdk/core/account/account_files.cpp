@@ -79,7 +79,8 @@ bool parse_number(std::string_view text, unsigned long long *number) noexcept {
     return error == std::errc() && end == text.data() + text.size();
 }
 
-// A record's line: the path, then inode and size of the new version, inode, seconds and nanoseconds of the old file.
+// A record's line: the path, then inode and size of the new version, inode, seconds and nanoseconds of the
+// old file.
 constexpr size_t kNumbers = 5;
 
 void append_line(std::string &out, const char *path, const struct stat &fresh, const struct stat &old) {
@@ -93,8 +94,8 @@ void append_line(std::string &out, const char *path, const struct stat &fresh, c
     out.append("\n");
 }
 
-// Renames the version that a line of a record names, if it is the one that was decided on and nobody else has changed
-// the file since.
+// Renames the version that a line of a record names, if it is the one that was decided on and nobody else
+// has changed the file since.
 bool finish_line(std::string_view line) noexcept {
     std::string_view fields[kNumbers + 1];
     unsigned long long numbers[kNumbers];

@@ -66,15 +66,15 @@ class FileChanges {
     void set(AccountFile file, std::string text) noexcept;
     bool changes(AccountFile file) const noexcept;
 
-    // Writes the new versions and puts them in place. A failure before the first rename leaves every file as it
-    // was; after that, ERR_RENAME_FAILED says that finish_interrupted has to do the rest.
+    // Writes the new versions and puts them in place. A failure before the first rename leaves every file
+    // as it was; after that, ERR_RENAME_FAILED says that finish_interrupted has to do the rest.
     int commit(Record record) noexcept;
 
     // Whether a commit has put the first new version in place: the others follow, whatever it answered.
     bool is_decided() const noexcept { return decided_; }
 
-    // Writes the new versions, complete and synced, and leaves them for rename_versions. Old versions of the other
-    // files that were loaded go.
+    // Writes the new versions, complete and synced, and leaves them for rename_versions. Old versions of
+    // the other files that were loaded go.
     int write_versions() noexcept;
 
     // What the file is after a commit: what a mirror is to be marked with.
@@ -88,18 +88,19 @@ class FileChanges {
     std::unique_ptr<File> files_[static_cast<int>(AccountFile::kCount)];
 };
 
-// Finishes what a killed process has decided and not done, and drops what it had not decided. The locks of all
-// account families must be held exclusively. Answers 0 or an error code.
+// Finishes what a killed process has decided and not done, and drops what it had not decided. The locks of
+// all account families must be held exclusively. Answers 0 or an error code.
 int finish_interrupted() noexcept;
 
-// Removes new versions that nobody decided on, of the files under these locks, which must be held exclusively.
+// Removes new versions that nobody decided on, of the files under these locks, which must be held
+// exclusively.
 void drop_undecided(uint32_t locks) noexcept;
 
 // Whether there is something to finish that concerns the files under these locks.
 bool is_interrupted(uint32_t locks) noexcept;
 
-// Renames the new versions that exist over their files, in the order given. Answers 0 or ERR_RENAME_FAILED, and
-// then which file it was.
+// Renames the new versions that exist over their files, in the order given. Answers 0 or ERR_RENAME_FAILED,
+// and then which file it was.
 int rename_versions(std::span<const AccountFile> files, AccountFile *failed) noexcept;
 
 // Removes the new versions that exist. Answers 0 or ERR_ACCESS_DENIED, and then the last file it failed on.

@@ -48,7 +48,8 @@ struct SourceText {
 // feeds become NULs. `each`, if there, sees every line that is stored, and ends the work with an error
 // code.
 //
-// file, who: for the log line about one without a name: "FILE format error, WHO name = "; a null `who` logs nothing
+// file, who: for the log line about one without a name: "FILE format error, WHO name = "; a null `who` logs
+// nothing
 using EachLine = std::function<int(std::string_view key, std::string_view line)>;
 int store_lines(MORVBDB *db, FileText &text, bool (*is_line)(std::string_view), const char *file,
                 const char *who, const EachLine &each);

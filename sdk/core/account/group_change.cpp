@@ -74,7 +74,8 @@ class Change {
             plan_ = Plan();
             if (const int code = plan()) return code;
             if (const int code = edit_files()) return code;
-            // Before the files change: a process killed in between leaves a mirror that is built once too often.
+            // Before the files change: a process killed in between leaves a mirror that is built once too
+            // often.
             if (is_named_in_shares_) forget_mirror(share_mirror_kind);
             if (const int code = files_->commit(record)) return code;
             // The files are what counts by now: a mirror that cannot be brought up to date is not marked as

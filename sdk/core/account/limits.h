@@ -3,8 +3,8 @@
 
 namespace morv {
 
-// The number under a key of "/etc.defaults/morvinfo.conf", and whether the value is empty, which allows none. Answers 0,
-// ERR_KEY_NOT_FOUND or ERR_OPEN_FAILED.
+// The number under a key of "/etc.defaults/morvinfo.conf", and whether the value is empty, which allows
+// none. Answers 0, ERR_KEY_NOT_FOUND or ERR_OPEN_FAILED.
 struct Limit {
     int most;
     bool is_empty;

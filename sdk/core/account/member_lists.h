@@ -19,8 +19,8 @@ struct MemberEdits {
     bool edit(std::string_view line, std::string &out) const;
 };
 
-// Appends `text` to `out` with the member lists changed, and the upper-cased names of the groups that changed to
-// `changed`.
+// Appends `text` to `out` with the member lists changed, and the upper-cased names of the groups that
+// changed to `changed`.
 void edit_members(std::string_view text, const MemberEdits &edits, std::string &out,
                   std::vector<std::string> &changed);
 

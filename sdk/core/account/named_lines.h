@@ -110,8 +110,8 @@ inline constexpr std::string_view kGidMarker = "_@GID__INDEX@_";
 // The number of the marker if it lies between least and most, else -1.
 int find_marker(std::string_view text, std::string_view word, int least, int most) noexcept;
 
-// Appends `text` to `out` with the marker holding `number`; a line is added when there is none. Answers whether the
-// marker stands in the line of an account.
+// Appends `text` to `out` with the marker holding `number`; a line is added when there is none. Answers
+// whether the marker stands in the line of an account.
 bool set_marker(std::string_view text, std::string_view word, int number, std::string &out);
 
 }  // namespace morv

@@ -19,8 +19,8 @@ char salt_character(int64_t number) noexcept;
 //   an MD5 hash ("$1$" and more than 12 characters)  the same salt
 //   1 to 8 characters of the salt's alphabet         these; they are a salt without a hash
 //   anything else                                    a fresh salt, two characters from the time. That is an empty
-//                                                    field, a lock ("*", "!", also before a hash), and the hash of
-//                                                    another method
+//                                                    field, a lock ("*", "!", also before a hash), and the
+//                                                    hash of another method
 //
 // Answers 0, ERR_BAD_PARAMETERS (a password longer than crypt takes, 511 bytes) or ERR_SYS_UNKNOWN (this
 // machine's crypt does not have the method).

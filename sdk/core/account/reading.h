@@ -7,8 +7,8 @@
 
 namespace morv {
 
-// Runs `work` on the mirror, of which it opens what it needs (need_store). Stores that turn out to be of another
-// building are opened again, all of them. Answers what `work` answers, or why it could not be run, or
+// Runs `work` on the mirror, of which it opens what it needs (need_store). Stores that turn out to be of
+// another building are opened again, all of them. Answers what `work` answers, or why it could not be run, or
 // ERR_UNLOCK_FAILED.
 template <class F>
 int read_accounts(const MirrorKind &kind, uint32_t lock_bit, F &&work) noexcept {

@@ -427,8 +427,8 @@ class UserChanges {
 
     // ---- The mirrors -----------------------------------------------------------------------------------
 
-    // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs, and its next
-    // reader builds it anew.
+    // The files are what counts by now: a mirror that cannot be brought up to date is not marked as theirs,
+    // and its next reader builds it anew.
     void update_mirrors() {
         if (rebuild_users_ || update_users() != 0) {
             mirror_.reset();
@@ -437,8 +437,8 @@ class UserChanges {
         update_groups();
     }
 
-    // Lists that name who is to be added become longer. Before the files change: a process killed in between leaves
-    // mirrors that are built once too often, not ones that are never built again.
+    // Lists that name who is to be added become longer. Before the files change: a process killed in
+    // between leaves mirrors that are built once too often, not ones that are never built again.
     void forget_dependents() {
         if (names_new_users_in_groups_) forget_mirror(group_mirror_kind);
         if (names_new_users_in_shares_) forget_mirror(share_mirror_kind);

@@ -18,8 +18,8 @@ struct UserChange {
     bool may_add;          // when there is no user of the old name
 };
 
-// Makes all changes, or none. failed: null, or receives the index of the change that was refused, -1 for none in
-// particular. Takes the locks. Answers 0 or an error code.
+// Makes all changes, or none. failed: null, or receives the index of the change that was refused, -1 for
+// none in particular. Takes the locks. Answers 0 or an error code.
 int change_users(std::span<const UserChange> changes, int *failed) noexcept;
 
 // Writes a user into the stores of an open mirror. old_key: upper-cased; empty for a new user. May throw

@@ -49,7 +49,8 @@ class ReplacementFile {
 
     int write(std::string_view content) noexcept;
 
-    // Has the disk begin with what was written: files that are completed together are then waited for together.
+    // Has the disk begin with what was written: files that are completed together are then waited for
+    // together.
     void start_sync() noexcept;
 
     // Syncs and closes the temporary file and renames it over the target.

@@ -10,8 +10,8 @@
 
 namespace morv {
 
-// Makes an empty btree at `path`, of this mode less the umask, or empties the file that is there. Answers 0 or
-// an errno.
+// Makes an empty btree at `path`, of this mode less the umask, or empties the file that is there. Answers 0
+// or an errno.
 int create_btree(const char *path, bool duplicates, int mode) noexcept;
 
 // Keeps a handle's messages off the caller's standard error. `internal` is the field of that name of a 1.85
@@ -21,8 +21,8 @@ void silence_btree(void *internal) noexcept;
 // Whether an open store may hold several records with one key.
 bool btree_has_duplicates(void *internal) noexcept;
 
-// All records of an open store in their order, fetched many at a time: one by one, each would cost a search for the
-// place where the last one was.
+// All records of an open store in their order, fetched many at a time: one by one, each would cost a search
+// for the place where the last one was.
 class BatchWalk {
   public:
     explicit BatchWalk(void *internal) noexcept : internal_(internal) {}

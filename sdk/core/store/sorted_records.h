@@ -1,4 +1,5 @@
-// Filling a store with many records, in the order of their keys: what a btree takes fastest and packs tightest.
+// Filling a store with many records, in the order of their keys: what a btree takes fastest and packs
+// tightest.
 //
 //     SortedRecords records;
 //     for (...) records.add(key, value);

@@ -64,8 +64,8 @@ using CommandValues = std::initializer_list<CommandValue>;
 // an end by a signal) when the command ran, whether it succeeded or not.
 int run_tool(const char *format, CommandValues values, int *status = nullptr) noexcept;
 
-// The same, but answers what the command wrote to its standard output, every byte as it was. One that takes longer than 30
-// seconds is ended: ERR_TIMER_EXPIRED. Output that
+// The same, but answers what the command wrote to its standard output, every byte as it was. One that takes
+// longer than 30 seconds is ended: ERR_TIMER_EXPIRED. Output that
 // exceeds limit bytes ends the command: ERR_READ_FAILED.
 inline constexpr size_t kMostOutput = size_t{64} << 20;
 int capture_tool(std::string &output, const char *format, CommandValues values, int *status = nullptr,
