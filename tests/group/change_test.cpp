@@ -316,7 +316,7 @@ TEST(GroupChange, ThatFailsHasChangedAllOrNothing) {
                 reached = fault.reached();
             }
             EXPECT_EQ(open_descriptors(), descriptors);
-            bool done;
+            bool done = false;
             EXPECT_TRUE(is_whole(root, before, after, &done));
             EXPECT_TRUE(done || result == -1);
             EXPECT_EQ(done ? 0 : c.change(), 0) << "a retry works";

@@ -372,8 +372,8 @@ struct Bins : ScratchRoot {
         write("vol/homes/ann/#recycle/letter", "text");
         write("vol/homes/ben/letter", "text");
         write("outside/#recycle/precious", "text");
-        symlink(path("outside").c_str(), path("vol/homes/eve").c_str());
-        symlink(path("outside").c_str(), path("vol/homes/ben/#recycle").c_str());
+        EXPECT_EQ(symlink(path("outside").c_str(), path("vol/homes/eve").c_str()), 0);
+        EXPECT_EQ(symlink(path("outside").c_str(), path("vol/homes/ben/#recycle").c_str()), 0);
         chmod(path("vol/music/#recycle").c_str(), 01777);
         write("etc/passwd", "root:x:0:0:::\n");
         write("etc/group", "root:x:0:\n");

@@ -56,7 +56,7 @@ constexpr RecordEntry kRecords[] = {
 };
 
 constexpr std::string_view kRecordEnd = "end";
-constexpr off_t kMostRecord = 64 * 1024;
+constexpr off_t kMostRecord = off_t{64} * 1024;
 
 const FileEntry &entry_of(AccountFile file) noexcept {
     return kTable[static_cast<int>(file)];

@@ -95,7 +95,6 @@ int mark_stores(Mirror &mirror) noexcept;
 // out before the marks, so that a mirror that looks current has all of them.
 int publish_stores(Mirror &mirror) noexcept;
 int publish_mirror(MirrorPtr mirror) noexcept;
-int publish_stores(Mirror &mirror) noexcept;  // without closing it
 
 // Makes sure that nobody takes the live mirror for current.
 void forget_mirror(const MirrorKind &kind) noexcept;
