@@ -93,9 +93,8 @@ int mark_stores(Mirror &mirror) noexcept;
 
 // Mark a mirror whose stores were changed as its files were; the second closes it. The changes are written
 // out before the marks, so that a mirror that looks current has all of them.
-int publish_stores(Mirror &mirror) noexcept;
-int publish_mirror(MirrorPtr mirror) noexcept;
 int publish_stores(Mirror &mirror) noexcept;  // without closing it
+int publish_mirror(MirrorPtr mirror) noexcept;
 
 // Makes sure that nobody takes the live mirror for current.
 void forget_mirror(const MirrorKind &kind) noexcept;
