@@ -134,8 +134,8 @@ MORV_API int MORVSharePathGet(const char *name, char *buffer, int size) MORV_NOE
 MORV_API int MORVShareVolumeMap(MLIBSZHASH **ppHash) MORV_NOEXCEPT;
 
 /* Formats the rights of a user in a share: "NAME - RW", "NAME - RO" or "NAME - NA", into buffer of size
- * bytes. The user's own entry in the lists decides before entries of groups, and among several no access
- * before read-write before read-only; without an entry the access type of the share does.
+ * bytes. Entries of the user and of the groups that the user is in count alike: no access before read-write
+ * before read-only; without an entry the access type of the share decides.
  * Returns the access as MORV_SHARE_..., or -1 with ERR_BAD_PARAMETERS, ERR_NOT_ENOUGH_MEMORY, or the codes
  * of the group database. */
 MORV_API int ParseRights(const MORVSHARE *share, const char *userName, char *buffer, int size) MORV_NOEXCEPT;
@@ -154,14 +154,15 @@ MORV_API int UserCheckRights(const char *noAccess, const char *readWrite, const 
  * MORVShareRSectionGetValue  copies one value to buffer of size bytes; the key in any case, cut off at the
  *                            first occurrence of cutAt when that is not null
  * MORVShareRSectionSet       replaces the whole section by the pairs of a hash, also in the file; comments
- *                            of its own go
+ *                            of its own go. The mirror then holds the pairs alone; built anew, also the
+ *                            comments and blank lines that stand before the next section
  * MORVShareRSectionRemove    removes the section, also from the file
  *
  * Get answers 0, GetValue the value's length (0: no such key, the buffer is as it was), Set 1, Remove 0; or
  * -1 with
  *   ERR_BAD_PARAMETERS     null; a key or value that could not be read back: empty key, "=" in a key or a
- *                          mark of a comment or section before it, a line feed, a backslash at the end of a
- *                          value
+ *                          mark of a comment or section before it, a line feed; in a value blanks or
+ *                          quotes around it or a backslash at its end
  *   ERR_INVALID_SHARENAME  the section is not reserved (Set, Remove)
  *   ERR_KEY_NOT_FOUND      there is no such section
  *   ERR_NOT_ENOUGH_SPACE   the buffer is too small
@@ -177,9 +178,10 @@ MORV_API int MORVShareRSectionRemove(const char *section) MORV_NOEXCEPT;
 /* Adds a share, or changes one. Takes MORV_LOCK_SMB and MORV_LOCK_EXPORTS.
  *
  * oldName: null to add; else the name of the share to change. A new name renames it, and a new path moves
- *          the folder and its lines in "/etc/exports".
+ *          the folder and its lines in "/etc/exports". Paths are kept without "//", "/./" and "/" at the
+ *          end; links on the way are followed when folders are compared.
  * share:   all that the share is to be. Entries of the rights lists that are no existing users or groups
- *          are left out. When adding, the folder is made (0777) if it does not exist; so it is when the one
+ *          are left out; a list as MORVShareGet gives it stays as the file has it. When adding, the folder is made (0777) if it does not exist; so it is when the one
  *          to be moved is missing.
  *
  * "@users" in a list says what everybody may do, and so does accessType. Where the two contradict each
@@ -188,8 +190,11 @@ MORV_API int MORVShareRSectionRemove(const char *section) MORV_NOEXCEPT;
  * and no access lets in who is in the write list or the read list, and nobody else.
  *
  * Returns 0, or -1 with
- *   ERR_BAD_PARAMETERS     a null record, a line feed in a text, numbers out of range, a path with ".." or
- *                          of the root folder; or the folder to be moved holds that of another share
+ *   ERR_BAD_PARAMETERS     a null record, a line feed in a text, numbers out of range, a path with "..", or
+ *                          what the file could not say; a folder that is the system's ("/", "/etc",
+ *                          "/usr"...; those in "/var/services" are not), or lies in or holds one; or the
+ *                          folder to be moved is such a one, "/var/services/homes" or a mount point, or
+ *                          another section of the file has its path there
  *   ERR_INVALID_SHARENAME  the name is not valid, or kept for the system
  *   ERR_PATH_NOT_ABSOLUTE  the path does not begin with "/"
  *   ERR_SHARE_EXISTS       another share has the new name, or a section of the file that is no share
@@ -203,8 +208,8 @@ MORV_API int MORVShareRSectionRemove(const char *section) MORV_NOEXCEPT;
 MORV_API int MORVShareSet(const char *oldName, const MORVSHARE *share) MORV_NOEXCEPT;
 
 /* Removes a share, its folder and its lines in "/etc/exports". The folder is moved into "@tmp" of its
- * volume and removed there by a process in the background. A folder that is also another share's, or holds
- * that of another share, stays, and so do its exports.
+ * volume and removed there by a process in the background. A folder that MORVShareSet would not move stays;
+ * so do its exports when another section of the file has its path there.
  *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_NO_SUCH_SHARE, or the codes of MORVShareSet: nothing was
  * changed then; or with the codes of MORVShareMove2Tmp: the share is gone, but the folder is where it
@@ -309,8 +314,8 @@ MORV_API int MORVShareDBDelete(MORVSHAREDB *db, const char *upperName) MORV_NOEX
 MORV_API int MORVShareDBCheckExists(MORVSHAREDB *db, const char *upperName) MORV_NOEXCEPT;
 
 /* Writes a share into the store. oldUpperName: null to add, else the upper-cased name of the share to
- * replace. Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_SHARE_EXISTS, ERR_NO_SUCH_SHARE, the codes of
- * MORVShareAlloc, or the record store's codes. */
+ * replace. Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_SHARE_EXISTS (another share has the name of
+ * spec), ERR_NO_SUCH_SHARE, the codes of MORVShareAlloc, or the record store's codes. */
 MORV_API int MORVShareDBSet(MORVSHAREDB *db, const char *oldUpperName, const MORVSHARE *spec) MORV_NOEXCEPT;
 
 /* Writes what the store holds to "/usr/morv/etc/smb.conf" and marks the store as built from it. Sections

@@ -165,7 +165,7 @@ int move_share_folder(const char *from, const char *to) noexcept {
     return code;
 }
 
-int VolumeTmp::open(int folder_on_volume) noexcept {
+int VolumeTmp::open(int folder_on_volume, Missing missing) noexcept {
     UniqueFd at = open_folder(folder_on_volume, ".");
     struct stat st, root;
     if (!at || fstat(at.get(), &st) != 0) return ERR_PATH_NOT_FOUND;
@@ -179,6 +179,8 @@ int VolumeTmp::open(int folder_on_volume) noexcept {
         at = std::move(above);
         st = above_st;
     }
+    if (missing == kLeave && faccessat(at.get(), "@tmp", F_OK, AT_SYMLINK_NOFOLLOW) != 0)
+        return ERR_PATH_NOT_FOUND;
     // For its owner alone: what was out of others' reach by the folder that it lay in stays so.
     if (mkdirat(at.get(), "@tmp", 0700) != 0 && errno != EEXIST) return ERR_CREATE_FAILED;
     folder = open_folder(at.get(), "@tmp");

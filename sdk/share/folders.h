@@ -15,8 +15,10 @@ int move_share_folder(const char *from, const char *to) noexcept;
 struct VolumeTmp {
     UniqueFd folder;  // "@tmp"
 
-    // Finds the volume that the open folder lies on, and makes its "@tmp" if need be: ERR_CREATE_FAILED.
-    int open(int folder_on_volume) noexcept;
+    // Finds the volume that the open folder lies on, and makes its "@tmp" if need be: ERR_CREATE_FAILED. Or
+    // leaves one that is missing: ERR_PATH_NOT_FOUND.
+    enum Missing { kMake, kLeave };
+    int open(int folder_on_volume, Missing missing = kMake) noexcept;
 
     // Moves `name` of the open folder `at` in here: as `stem`, shortened if need be, and ".%ld" with a
     // number that makes it unique. `moved` gets that name. Answers 0, ERR_PATH_NOT_FOUND or

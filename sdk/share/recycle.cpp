@@ -67,6 +67,11 @@ struct Cleaning {
     const std::vector<std::string> &homes;
     int pid_file;
     std::vector<std::string> tmp_paths;  // of the volumes that were met
+
+    void add(std::string path) {
+        if (!path.empty() && std::find(tmp_paths.begin(), tmp_paths.end(), path) == tmp_paths.end())
+            tmp_paths.push_back(std::move(path));
+    }
 };
 
 // Makes the bin anew that was moved away, for the same people as before.
@@ -104,8 +109,14 @@ void move_bin(Cleaning &cleaning, int folder) {
         return;
     }
     renew_bin(folder, bin.get());
-    auto &paths = cleaning.tmp_paths;
-    if (std::find(paths.begin(), paths.end(), tmp_path) == paths.end()) paths.push_back(std::move(tmp_path));
+    cleaning.add(std::move(tmp_path));
+}
+
+// What a process that was ended has left on the folder's volume is to be removed, whether or not a bin is moved
+// there.
+void note_tmp(Cleaning &cleaning, int folder) {
+    VolumeTmp tmp;
+    if (tmp.open(folder, VolumeTmp::kLeave) == 0) cleaning.add(path_of(tmp.folder.get()));
 }
 
 void move_home_bins(Cleaning &cleaning, const std::string &homes) {
@@ -113,6 +124,7 @@ void move_home_bins(Cleaning &cleaning, const std::string &homes) {
     const UniqueFd all(open(homes.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     std::vector<TreeLevel> levels;
     if (!all || open_level(all.get(), "", levels) != 0) return;
+    note_tmp(cleaning, all.get());
     while (const char *name = levels[0].take()) {
         const UniqueFd home = open_folder(all.get(), name);
         if (home) move_bin(cleaning, home.get());
@@ -162,7 +174,9 @@ void clean(void *context) noexcept {
     no_throw([&] {
         for (const std::string &path : cleaning.folders) {
             const UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-            if (folder) move_bin(cleaning, folder.get());
+            if (!folder) continue;
+            note_tmp(cleaning, folder.get());
+            move_bin(cleaning, folder.get());
         }
         for (const std::string &path : cleaning.homes)
             move_home_bins(cleaning, path);

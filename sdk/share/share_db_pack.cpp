@@ -12,6 +12,8 @@ using namespace morv;
 extern "C" void *MORVShareDBPack(const MORVSHARE *share, int *pSize) noexcept {
     // Without a name there might be no text at all, and no byte that an empty one could be.
     if (!share || !share->szName || !*share->szName || !pSize) return MORV_FAIL(ERR_BAD_PARAMETERS, nullptr);
+    if (share->accessType < 0 || share->browseable < 0 || share->ftpFlags < 0)
+        return MORV_FAIL(ERR_BAD_PARAMETERS, nullptr);
     const char *const texts[packed_text_count] = {share->szName,      share->szComment,
                                                   share->szPath,      share->szInvalidUsers,
                                                   share->szWriteList, share->szReadList};

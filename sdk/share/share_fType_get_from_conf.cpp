@@ -37,7 +37,7 @@ extern "C" int ShareFTypeGetFromConf(const MLIBSZHASH *keys, const char *invalid
     const char *const guest = SzMLIBSzHashGetValue(keys, "guest ok");
     const char *const writeable = SzMLIBSzHashGetValue(keys, "writeable");
     const auto are = [&](const char *guest_is, const char *writeable_is) {
-        return guest && writeable && case_equal(guest, guest_is) && case_equal(writeable, writeable_is);
+        return guest && writeable && ascii_equal(guest, guest_is) && ascii_equal(writeable, writeable_is);
     };
     if (are("yes", "yes")) return MORV_SHARE_READ_WRITE;
     if (are("yes", "no")) return MORV_SHARE_READ_ONLY;

@@ -1,10 +1,10 @@
 #include <limits.h>
 #include <morvsdk/share.h>
-#include <strings.h>
 
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
+#include "core/text/case.h"
 #include "share/recycle.h"
 
 using namespace morv;
@@ -30,7 +30,7 @@ int clean_all() {
         // One that was removed meanwhile has no bin to empty.
         if (MORVSharePathGet(names->pszItem[i], path, int(sizeof path)) != 0) continue;
         folders.emplace_back(SysPath(path).c_str());
-        if (strcasecmp(names->pszItem[i], "homes") == 0) homes.push_back(folders.back());
+        if (ascii_equal(names->pszItem[i], "homes")) homes.push_back(folders.back());
     }
     return start_cleaning(folders, homes);
 }

@@ -8,7 +8,7 @@
 extern "C" int ShareSectionTypeGet(const char *name) noexcept {
     if (!name) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     for (const char *reserved : {"global", "home", "printers"}) {
-        if (morv::case_equal(name, reserved)) return MORV_SECTION_RESERVED;
+        if (morv::ascii_equal(name, reserved)) return MORV_SECTION_RESERVED;
     }
     return MORV_SECTION_SHARE;
 }

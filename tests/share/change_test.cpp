@@ -146,6 +146,11 @@ TEST(ShareChange, KeepsTheLineEndsAndFormsOfTheFile) {
     EXPECT_EQ(
         root.read(kConf),
         "[a]\npath=/volume1/public\nguest ok=no\nwriteable=no\nwrite list=alice\nvalid users=nobody,alice\n");
+    root.write(kConf,
+               "[a]\npath=/volume1/public\nguest ok=no\nwriteable = Yes\nguest ok = yes\npublic=no\nread "
+               "only=yes\n");
+    EXPECT_EQ(set("a", {"a", "/volume1/public", "", "", "", "", 1}), 0);
+    EXPECT_EQ(root.read(kConf), "[a]\npath=/volume1/public\nwriteable = no\nguest ok = yes\n");
 }
 
 TEST(ShareChange, KeepsTheAccessOfEverybodyInStepWithTheLists) {
@@ -173,6 +178,7 @@ TEST(ShareChange, KeepsTheAccessOfEverybodyInStepWithTheLists) {
          {"a", "/a", "", "@users", "", "", 2},
          "|@users||2",
          "no no"},
+        {"guest ok=Yes\nwriteable=yes\n", {"a", "/a", "", "", "", "@users"}, "||@users|1", "Yes no"},
         // Without a list the switches say it.
         {"guest ok=no\nwriteable=no\n", {"a", "/a", "", "", "", "", 2}, "|||2", "yes yes"},
         {"guest ok=yes\nwriteable=yes\n", {"a", "/a", "", "", "", "", 1}, "|||1", "yes no"},
@@ -225,6 +231,65 @@ TEST(ShareChange, NeverTakesTheFolderOfAnotherShareAway) {
     EXPECT_EQ(root.read("volume1/plans/inner/file") + root.read("volume1/public/file"), "texttext");
     EXPECT_EQ(root.read(kExports), before.at(kExports)) << "the folder is still there";
     EXPECT_EQ(all_shares(), (std::vector<std::string>{"inner", "same"}));
+
+    // However the section spells it, and whether or not it is a share's.
+    symlink("volume1", root.path("volume2").c_str());
+    symlink("plans/inner", root.path("volume1/way").c_str());
+    for (const char *section :
+         {"[x]\npath=/volume1//plans/inner\n", "[x]\npath=/volume1/./plans/\n",
+          "[x]\npath=/volume2/plans/new\n", "[x]\nDirectory = /volume1/way\n",
+          "[x]\nno pair\npath=/volume1/plans\n", "[homes]\npath=/volume2/plans/%U\n",
+          "[global]\npath=/volume1/plans\n", "[usb@]\npath=\"/volume1/plans/inner\"\n"}) {
+        root.reset();
+        root.write(kConf, root.read(kConf) + section);
+        EXPECT_TRUE(gives(-1, ERR_BAD_PARAMETERS, set("plans", {"plans", "/volume1/moved"}))) << section;
+        EXPECT_EQ(MORVShareDelete("plans"), 0) << section;
+        EXPECT_EQ(root.read("volume1/plans/inner/file"), "text") << section;
+        EXPECT_EQ(root.read(kExports), before.at(kExports)) << section;
+    }
+    remove(root.path("volume1/way").c_str());
+    root.reset();
+    EXPECT_EQ(set("plans", {"plans", "/volume2//./plans/"}), 0);
+    EXPECT_EQ(seen("plans"), "plans|/volume2/plans|||||1|1|0") << "the same place";
+    EXPECT_EQ(MORVShareDelete("plans"), 0);
+    EXPECT_EQ(stat_of(root.dir() + "/volume1/plans").st_ino, 0u) << "the next share is a stranger";
+    EXPECT_EQ(root.read(kExports), "");
+}
+
+TEST(ShareChange, NeverTakesTheFoldersOfTheSystemAway) {
+    const Root root;
+    symlink("../etc", root.path("volume1/link").c_str());
+    symlink("/", root.path("volume1/out").c_str());
+    const Files before = root.files();
+    for (const char *path : {"/etc", "/etc/new", "/usr/morv", "/var", "/var/services", "/tmp/new", "/lib64",
+                             "/etc.defaults/", "/volume1/link", "/volume1/link/new", "/volume1/out/srv"})
+        EXPECT_TRUE(gives(-1, ERR_BAD_PARAMETERS, set(nullptr, {"new", path}))) << path;
+    EXPECT_TRUE(is(root, before));
+    root.write("var/services/homes/file", "text");
+    for (const char *path : {"/var/services/homes", "/etc", "/volume1/../etc", "/volume1/link/../etc"}) {
+        root.write(kConf, std::string("[a]\npath=") + path + "\n");
+        EXPECT_TRUE(refuses(-1, set("a", {"a", "/volume1/moved"}))) << path;
+        EXPECT_EQ(MORVShareDelete("a"), 0) << path;
+        EXPECT_EQ(seen("a"), "-");
+    }
+    EXPECT_EQ(root.read("var/services/homes/file"), "text");
+    EXPECT_EQ(root.read("etc/passwd"), before.at("etc/passwd"));
+    EXPECT_EQ(set(nullptr, {"own", "/var/services/own"}), 0);
+    EXPECT_EQ(MORVShareDelete("own"), 0);
+    EXPECT_EQ(stat_of(root.dir() + "/var/services/own").st_ino, 0u);
+}
+
+TEST(ShareChange, KeepsTheRightsOfAccountsThatCameSince) {
+    const Root root;
+    root.write(kConf, "[a]\npath=/volume1/public\nwrite list = alice,carol\nread list = zoë, carol\n");
+    const std::string known = seen("a");
+    root.write("etc/passwd", root.read("etc/passwd") + "carol:x:1050:100::/home:/bin/sh\n");
+    root.write("etc/shadow", root.read("etc/shadow") + "carol:*:::::::\n", 0600);
+    EXPECT_EQ(known, "a|/volume1/public|||alice|zoë|1|1|0");
+    EXPECT_EQ(set("a", {"a", "/volume1/public", "c", "", "alice", "alice"}), 0);
+    EXPECT_EQ(root.read(kConf),
+              "[a]\npath=/volume1/public\nwrite list = alice,carol\nread list = alice\ncomment = c\n");
+    EXPECT_EQ(seen("a"), "a|/volume1/public|c||alice,carol|alice|1|1|0");
 }
 
 TEST(ShareChange, RefusesWhatCannotBeAndDoesNothing) {
@@ -336,14 +401,14 @@ TEST(ShareDump, ChangesTheSectionsOfWhatChangedOnly) {
     MORVSHARE share = Spec{"team", "/volume1/plans", "Plans of the team", "", "@staff"}.record();
     EXPECT_EQ(MORVShareDBSet(db.get(), "PLANS", &share), 0);
     EXPECT_EQ(MORVShareDBDelete(db.get(), "GONE"), 0);
-    List lines({"Global", "workgroup = HOME", "\tlog level=3", "[x]", "", "; shared by the team"});
+    List lines({"Global", "workgroup = HOME", "\tlog level=3", "", "; shared by the team"});
     EXPECT_EQ(MORVListDBSet(db->pShare, "Global", lines.get()), 0);
     List home({"home", "a=b"});
     EXPECT_EQ(MORVListDBSet(db->pShare, "home", home.get()), 0);
     EXPECT_EQ(MORVShareDBDump(db.get()), 0);
     db.reset();
     Files after = conf_with(before, "[plans]", "[team]");
-    after = conf_with(after, "workgroup = HOME\n", "workgroup = HOME\n\tlog level=3\n\t[x]\n");
+    after = conf_with(after, "workgroup = HOME\n", "workgroup = HOME\n\tlog level=3\n");
     after = conf_with(after, "[gone]\npath=/gone\n# its own\n\n; kept\n", "; kept\n\n[home]\n\ta=b\n");
     for (const auto &[name, text] : root.files())
         EXPECT_EQ(text, after.at(name));
@@ -354,6 +419,9 @@ TEST(ShareDump, ChangesTheSectionsOfWhatChangedOnly) {
     EXPECT_EQ(MORVShareDBSet(db.get(), nullptr, &share), 0);
     EXPECT_TRUE(refuses(-1, MORVShareDBDump(db.get())));
     EXPECT_EQ(MORVShareDBDelete(db.get(), "A"), 0);
+    List header({"Global", " [public]"});
+    EXPECT_EQ(MORVListDBSet(db->pShare, "Global", header.get()), 0);
+    EXPECT_TRUE(gives(-1, ERR_BAD_PARAMETERS, MORVShareDBDump(db.get()))) << "a line would open a section";
     root.write(kConf, root.read(kConf) + "[added]\npath=/added\n");
     EXPECT_TRUE(gives(-1, ERR_STORE_INVALID, MORVShareDBDump(db.get())))
         << "what another tool has done is not undone";
@@ -372,6 +440,20 @@ TEST(ReservedSection, IsReplacedOrRemovedInTheFile) {
     EXPECT_TRUE(text.ends_with(rest)) << text;
     Files after = before;
     after[kConf] = text;
+    {
+        const Mirror db = open_mirror();
+        void *image = nullptr;
+        int size = 0;
+        ASSERT_EQ(MORVBDbGet(db->pShare, "#GLOBAL", 8, &image, &size), 0);
+        MLIBSZLIST *stored = MORVListDBUnpack(image, size);
+        free(image);
+        ASSERT_EQ(stored->nItem, 3);
+        EXPECT_STREQ(stored->pszItem[0], "global") << "as the file spells it";
+        const bool in_order = std::string_view(stored->pszItem[1]) == "workgroup=WORK";
+        EXPECT_STREQ(stored->pszItem[in_order ? 1 : 2], "workgroup=WORK");
+        EXPECT_STREQ(stored->pszItem[in_order ? 2 : 1], "os level=20");
+        MLIBSzListFree(stored);
+    }
     EXPECT_TRUE(is(root, after));
 
     EXPECT_EQ(MORVShareRSectionSet("printers", Hash{{"path", "/p"}}.get()), 1);
@@ -384,8 +466,19 @@ TEST(ReservedSection, IsReplacedOrRemovedInTheFile) {
     EXPECT_TRUE(gives(-1, ERR_KEY_NOT_FOUND, MORVShareRSectionRemove("global")));
     EXPECT_TRUE(gives(-1, ERR_INVALID_SHARENAME, MORVShareRSectionRemove("plans")));
     EXPECT_TRUE(gives(-1, ERR_INVALID_SHARENAME, MORVShareRSectionSet("plans", pairs.get())));
-    for (const auto &[key, value] : std::initializer_list<std::pair<const char *, const char *>>{
-             {"a\nb", ""}, {"a", "b\n[plans]"}, {"", "a"}, {"[a]", ""}, {"a=b", ""}, {"a", "b\\"}})
+    for (const auto &[key, value] :
+         std::initializer_list<std::pair<const char *, const char *>>{{"a\nb", ""},
+                                                                      {"a", "b\n[plans]"},
+                                                                      {"", "a"},
+                                                                      {"   ", "a"},
+                                                                      {"[a]", ""},
+                                                                      {" [a", "b]"},
+                                                                      {" ;a", ""},
+                                                                      {"\t#a", ""},
+                                                                      {"a=b", ""},
+                                                                      {"a", "b\\"},
+                                                                      {"a", " b"},
+                                                                      {"a", "\"b\""}})
         EXPECT_TRUE(refuses(-1, MORVShareRSectionSet("global", Hash{{key, value}}.get()))) << key;
     EXPECT_TRUE(is(root, after));
 }

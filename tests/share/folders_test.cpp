@@ -408,6 +408,11 @@ TEST(RecycleBins, AreEmptiedInTheBackground) {
     EXPECT_EQ(bins.read("outside/#recycle/precious"), "text") << "reached through a link";
     EXPECT_EQ(bins.read("vol/music/song") + bins.read("vol/homes/ben/letter"), "texttext");
     EXPECT_EQ(bins.read("tmp/cleanrecycle.pid"), "");
+
+    bins.write("@tmp/recycle.18/left over", "text");
+    EXPECT_TRUE(starts_cleaning());
+    EXPECT_TRUE(comes_to_be([] { return MORVShareRecycleCleanStatusGet() == 0; }));
+    EXPECT_EQ(bins.names("@tmp"), std::vector<std::string>{"recycle.17a"}) << "although the bins are empty";
 }
 
 TEST(RecycleBins, AreEmptiedByOneProcessThatCanBeStopped) {

@@ -26,6 +26,7 @@ TEST(ShareMirror, HoldsWhatASectionSays) {
         {"invalid users=@users\nwrite list=@users\n", "|/p||@users|@users||4|1|0"},
         {"browseable = no\nftp disable list=yes\nftp disable modify=no\nftp disable download=yes\n",
          "|/p|||||1|0|5"},
+        {"browseable = No\nftp disable list=YES\nftp disable download=Yes\n", "|/p|||||1|0|5"},
         {"comment=\"  two  \"\n", "|/p|  two  ||||1|1|0"},
         {"comment=a=b\n", "|/p|a=b||||1|1|0"},
         {"invalid users= ALICE ,, alice,gone,@GRÖSSE,nobody,@none\n", "|/p||alice,@Größe|||1|1|0"},
@@ -157,6 +158,8 @@ TEST(ShareStore, AddsReplacesAndRemoves) {
     share = Spec{"Größe", "/g"}.record();
     EXPECT_EQ(MORVShareDBSet(db.get(), "NEW", &share), 0);
     EXPECT_TRUE(gives(-1, ERR_NO_SUCH_SHARE, MORVShareDBSet(db.get(), "NEW", &share)));
+    EXPECT_TRUE(gives(-1, ERR_SHARE_EXISTS, MORVShareDBSet(db.get(), "PLANS", &share)));
+    EXPECT_EQ(MORVShareDBCheckExists(db.get(), "PLANS"), 1);
     EXPECT_EQ(MORVShareDBCheckExists(db.get(), "NEW"), 0);
     EXPECT_EQ(MORVShareDBCheckExists(db.get(), "GRÖSSE"), 1);
     share = Spec{"Global", "/n"}.record();

@@ -95,6 +95,13 @@ TEST(PackedShare, HasTheLayoutOfAMachineWithPointersOf4Bytes) {
     MORVSHARE unnamed = spec_of("", "/x");
     int size = 0;
     EXPECT_TRUE(refuses(nullptr, MORVShareDBPack(&unnamed, &size)));
+    for (int32_t MORVSHARE::*number :
+         {&MORVSHARE::accessType, &MORVSHARE::browseable, &MORVSHARE::ftpFlags}) {
+        MORVSHARE below = spec_of("a", "/x");
+        below.*number = -1;
+        EXPECT_TRUE(gives(nullptr, ERR_BAD_PARAMETERS, MORVShareDBPack(&below, &size)))
+            << "Unpack refuses it";
+    }
 }
 
 TEST(PackedShare, IsUnpackedIntoARecordUsedAgain) {
@@ -212,7 +219,7 @@ TEST(Section, HasANameAndAType) {
         EXPECT_TRUE(refuses(-1, ShareParseSectionName(line, name, sizeof name)));
     for (const char *reserved : {"global", "GLOBAL", "Home", "printers"})
         EXPECT_EQ(ShareSectionTypeGet(reserved), MORV_SECTION_RESERVED) << reserved;
-    for (const char *share : {"", "homes", "globe", "printer\xFF"})
+    for (const char *share : {"", "homes", "globe", "printer\xFF", "printer\u017F"})
         EXPECT_EQ(ShareSectionTypeGet(share), MORV_SECTION_SHARE) << share;
     EXPECT_TRUE(refuse_nulls(-1, ShareParseSectionName, ShareSectionTypeGet, ShareNameCheck,
                              ShareFTypeGetFromConf, MORVShareDBUnpack));

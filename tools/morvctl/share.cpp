@@ -161,8 +161,8 @@ struct Rights {
     std::string read;
 };
 
-// Nobody can have two rights by name. By a group somebody may have others than by name, and the name counts: that
-// is said, in case it is not meant.
+// Nobody can have two rights by name. By a group somebody may have others than by name: that is said, in case it is
+// not meant.
 Json check_rights(const Session &session, const Rights &rights) {
     clear_errors();
     const int answer = UserCheckRights(rights.deny.c_str(), rights.write.c_str(), rights.read.c_str());
@@ -285,9 +285,8 @@ Json write_share(const Session &session, const MORVSHARE *old, const std::string
         std::string some = escape(conflicts[0].get<std::string>());
         if (conflicts.size() > 1) some += " and " + std::to_string(conflicts.size() - 1) + " more";
         fprintf(stderr,
-                "morvctl: note: lists of different rights hold %s: an entry of the user counts first, then "
-                "no access "
-                "of a group, then writing, then reading\n",
+                "morvctl: note: lists of different rights hold %s: no access counts first, then writing, "
+                "then reading\n",
                 some.c_str());
     }
     return document;

@@ -28,7 +28,7 @@ MORV_API int ShareFTypeGetFromConf(const MLIBSZHASH *keys, const char *invalidUs
 MORV_API MORVSHARE *ShareAllocFromConf(const char *name, const MLIBSZHASH *keys) MORV_NOEXCEPT;
 
 /* Packs a record for the store; null texts count as empty ones. Returns the packed value from malloc, its bytes in
- * *pSize; or null with ERR_BAD_PARAMETERS (null, or no name) or ERR_OUT_OF_MEMORY. */
+ * *pSize; or null with ERR_BAD_PARAMETERS (null, no name, or a number below 0) or ERR_OUT_OF_MEMORY. */
 MORV_API void *MORVShareDBPack(const MORVSHARE *share, int *pSize) MORV_NOEXCEPT;
 
 /* Unpacks a packed value of size bytes into *ppShare (null, or a record to be used again, in which the value must not

@@ -17,6 +17,7 @@
 #include "core/account/account_lock.h"
 #include "core/account/limits.h"
 #include "core/account/named_lines.h"
+#include "core/account/share_folders.h"
 #include "core/account/share_keys.h"
 #include "core/account/share_list.h"
 #include "core/account/share_mirror.h"
@@ -38,16 +39,9 @@ bool is_line(const char *text) noexcept {
     return !text || !strpbrk(text, "\n\r");
 }
 
-// A folder's path without slashes at its end.
-std::string_view folder_of(std::string_view path) noexcept {
-    while (!path.empty() && path.back() == '/')
-        path.remove_suffix(1);
-    return path;
-}
-
 // Whether a path names one folder below the root, whatever the folders on the way are.
-bool is_plain_path(std::string_view path) noexcept {
-    if (!path.starts_with('/') || folder_of(path).empty() || path.size() >= PATH_MAX) return false;
+bool names_folder(std::string_view path) {
+    if (!path.starts_with('/') || plain_path(path).empty() || path.size() >= PATH_MAX) return false;
     for (size_t at = 0; at < path.size();) {
         const size_t slash = std::min(path.find('/', at), path.size());
         if (path.substr(at, slash - at) == "..") return false;
@@ -61,7 +55,7 @@ bool has_lines(const MORVSHARE &share) noexcept {
            is_line(share.szInvalidUsers) && is_line(share.szWriteList) && is_line(share.szReadList);
 }
 
-int check_share(const MORVSHARE &share) noexcept {
+int check_share(const MORVSHARE &share) {
     if (!has_lines(share)) return ERR_BAD_PARAMETERS;
     const bool is_type = share.accessType == MORV_SHARE_READ_ONLY ||
                          share.accessType == MORV_SHARE_READ_WRITE ||
@@ -69,7 +63,7 @@ int check_share(const MORVSHARE &share) noexcept {
     if (!is_type || (share.browseable & ~1) || (share.ftpFlags & ~7)) return ERR_BAD_PARAMETERS;
     if (!BlMLIBIsShareName(share.szName)) return ERR_INVALID_SHARENAME;
     if (*share.szPath != '/') return ERR_PATH_NOT_ABSOLUTE;
-    return is_plain_path(share.szPath) ? 0 : ERR_BAD_PARAMETERS;
+    return names_folder(share.szPath) ? 0 : ERR_BAD_PARAMETERS;
 }
 
 // Names that are kept for the system in any letter case, as readers of the configuration take them.
@@ -99,8 +93,8 @@ class FolderChange {
         if (!moved_to_.empty()) ShareMove(moved_to_.c_str(), moved_from_.c_str());
     }
 
-    int make(std::string_view folder) {
-        std::string path = SysPath(std::string(folder).c_str()).c_str();
+    int make(const std::string &folder) {
+        std::string path = SysPath(folder.c_str()).c_str();
         if (mkdir(path.c_str(), 0700) != 0) {
             if (errno == ENOSPC || errno == EDQUOT) return ERR_NOT_ENOUGH_SPACE;
             return errno == EEXIST && is_folder(path.c_str()) ? 0 : ERR_CREATE_FAILED;
@@ -110,9 +104,9 @@ class FolderChange {
         return fd && fchmod(fd.get(), kFolderMode) == 0 ? 0 : ERR_CREATE_FAILED;
     }
 
-    int move(std::string_view old_folder, std::string_view folder) {
-        std::string from = SysPath(std::string(old_folder).c_str()).c_str();
-        std::string to = SysPath(std::string(folder).c_str()).c_str();
+    int move(const std::string &old_folder, const std::string &folder) {
+        std::string from = SysPath(old_folder.c_str()).c_str();
+        std::string to = SysPath(folder.c_str()).c_str();
         // Without a folder to move there may be one that was moved by a process that was killed.
         if (is_missing(from.c_str())) return make(folder);
         if (ShareMove(from.c_str(), to.c_str()) != 0) return MLIBErrGet();
@@ -215,7 +209,9 @@ class ShareChange : ConfChange {
         AccountMirrors mirrors;
         if (const int code = mirrors.open()) return code;
         if (const int code = find_old(share)) return code;
-        if (const int code = wanted_.take(share, old_.get(), mirrors.accounts())) return code;
+        if (const int code = find_there(mirrors.accounts())) return code;
+        if (const int code = check_path(share.szPath)) return code;
+        if (const int code = wanted_.take(rebase(share), there_.get(), mirrors.accounts())) return code;
         if (const int code = edit_sections(mirrors.accounts())) return code;
         FolderChange folder;
         if (const int code = change_folder(folder)) return code;
@@ -237,16 +233,17 @@ class ShareChange : ConfChange {
                 change.replace(sections.section, rest_of_section(sections.section.text));
         }
         files_->set(AccountFile::kSmbConf, change.finish());
-        bool is_shared;
-        if (const int code = holds_others(old_->szPath, &is_shared)) return code;
-        if (!is_shared) {
+        const bool is_ours =
+            names_folder(old_->szPath) && !is_needed_by_others(old_->szPath, text(), old_key_);
+        if (is_ours) {
             if (const int code = edit_exports_to({})) return code;
         }
+        const bool goes = is_ours && may_be_taken_away(old_->szPath);
         bool in_effect;
         if (const int code = commit(&in_effect)) return code;
         update_mirror(
             [&](Mirror &mirror) { return erase_record(mirror.store[kShares], store_key(old_key_)); });
-        const int code = is_shared || !is_plain_path(old_->szPath) ? 0 : discard_folder();
+        const int code = goes ? discard_folder() : 0;
         const int released = lock_.release();
         return code ? code : released;
     }
@@ -289,8 +286,41 @@ class ShareChange : ConfChange {
         return exceeds_limit("maxshares", there, 1) ? int{ERR_TOO_MANY_SHARES} : 0;
     }
 
+    const std::string &section_key() const noexcept { return old_ ? old_key_ : key_; }
+
+    // The share as its section says it today: there may be accounts by now that the mirror has left out.
+    int find_there(const Accounts &accounts) {
+        if (!old_) return 0;
+        for (ConfSections sections(text()); sections.next() && !there_;) {
+            if (!is_named(sections.section, old_key_)) continue;
+            int code = reader_.read(sections.section);
+            if (code == 0) code = reader_.make_share(sections.section, accounts, &there_);
+            if (code) return code;
+        }
+        return there_ ? 0 : int{ERR_NO_SUCH_SHARE};
+    }
+
+    int check_path(const char *path) const {
+        if (old_ && plain_path(path) == plain_path(old_->szPath)) return 0;
+        return may_be_shared(path) ? 0 : ERR_BAD_PARAMETERS;
+    }
+
+    // What the caller has not changed is to be what it is today.
+    MORVSHARE rebase(const MORVSHARE &share) {
+        MORVSHARE today = share;
+        path_ = plain_path(share.szPath);
+        today.szPath = path_.data();
+        if (!old_) return today;
+        for (char *MORVSHARE::*text : {&MORVSHARE::szPath, &MORVSHARE::szInvalidUsers,
+                                       &MORVSHARE::szWriteList, &MORVSHARE::szReadList}) {
+            if (strcmp(share.*text ? share.*text : "", (*old_).*text) == 0) today.*text = (*there_).*text;
+        }
+        if (share.accessType == old_->accessType) today.accessType = there_->accessType;
+        return today;
+    }
+
     int edit_sections(const Accounts &accounts) {
-        const std::string &key = old_ ? old_key_ : key_;
+        const std::string &key = section_key();
         TextChange change(text());
         bool is_done = false;
         for (ConfSections sections(text()); sections.next();) {
@@ -298,6 +328,7 @@ class ShareChange : ConfChange {
             // One by the new name that the mirror could not hold would become a part of the share.
             if (key != key_ && is_named(section, key_)) return ERR_SHARE_EXISTS;
             if (!is_named(section, key)) continue;
+            was_there_ = true;
             SharePtr there;
             int code = reader_.read(section);
             if (code == 0 && !is_done) code = reader_.make_share(section, accounts, &there);
@@ -334,49 +365,42 @@ class ShareChange : ConfChange {
             if (read && wanted_.equals(*read)) return 0;
             break;
         }
-        return old_ ? ERR_BAD_PARAMETERS : ERR_SHARE_EXISTS;
-    }
-
-    // Whether another share lies in the folder.
-    int holds_others(std::string_view folder, bool *result) {
-        *result = false;
-        std::string key;
-        return walk_shares(*mirror_, [&](const PackedShare &share) {
-            if (upper_name(share.name(), key) && key != old_key_ && lies_below(share.path(), folder))
-                *result = true;
-            return 0;
-        });
+        return old_ || !was_there_ ? ERR_BAD_PARAMETERS : ERR_SHARE_EXISTS;
     }
 
     int edit_exports_to(std::string_view folder) {
         if (const int code = files_->load(AccountFile::kExports)) return code;
         std::string exports;
-        edit_exports(files_->text(AccountFile::kExports), folder_of(old_->szPath), folder, exports);
+        edit_exports(files_->text(AccountFile::kExports), plain_path(old_->szPath), folder, exports);
         files_->set(AccountFile::kExports, std::move(exports));
         return 0;
     }
 
     int change_folder(FolderChange &folder) {
-        const std::string_view wanted = folder_of(wanted_.path);
+        const std::string wanted = plain_path(wanted_.path);
         if (!old_) return folder.make(wanted);
-        const std::string_view old = folder_of(old_->szPath);
+        const std::string old = plain_path(old_->szPath);
         if (old == wanted) return 0;
-        bool is_shared;
-        if (const int code = holds_others(old, &is_shared)) return code;
-        if (is_shared || !is_plain_path(old)) return ERR_BAD_PARAMETERS;
+        if (!names_folder(old_->szPath)) return ERR_BAD_PARAMETERS;
+        const bool is_same = is_same_place(old, wanted);
+        if (!is_same && (is_needed_by_others(old, text(), old_key_) || !may_be_taken_away(old)))
+            return ERR_BAD_PARAMETERS;
         if (const int code = edit_exports_to(wanted)) return code;
-        return folder.move(old, wanted);
+        return is_same ? folder.make(wanted) : folder.move(old, wanted);
     }
 
     int discard_folder() const {
-        const SysPath folder(std::string(folder_of(old_->szPath)).c_str());
+        const SysPath folder(plain_path(old_->szPath).c_str());
         if (is_missing(folder.c_str()) || MORVShareMove2Tmp(folder.c_str()) == 0) return 0;
         return MLIBErrGet();
     }
 
     std::string key_, old_key_;  // empty: none
-    SharePtr old_;
+    SharePtr old_;               // as the mirror holds it, and the caller knows it
+    SharePtr there_;             // the same with today's accounts
     SettledShare wanted_;
+    std::string path_;
+    bool was_there_ = false;  // a section by the name
 };
 
 // ---- Reserved sections ----------------------------------------------------------------------------------
@@ -385,10 +409,22 @@ bool is_reserved(const ConfSection &section, const std::string &key) {
     return section.type == MORV_SECTION_RESERVED && reserved_key(section.name) == key;
 }
 
-bool is_pair(const MLIBSZHASHBUCKET &pair) noexcept {
-    const std::string_view key = pair.pszKey;
-    return !key.empty() && !strpbrk(pair.pszKey, "=\n\r") && !is_comment(key) && key[0] != '[' &&
-           is_line(pair.pszValue) && !std::string_view(pair.pszValue).ends_with('\\');
+// Other readers take a line for the beginning of a section also behind blanks.
+bool may_be_line(std::string_view line) noexcept {
+    return !trim_blanks(line).starts_with('[') && line.find('\n') == line.npos;
+}
+
+std::string line_of(const MLIBSZHASHBUCKET &pair) {
+    return std::string(trim_blanks(pair.pszKey)) + "=" + pair.pszValue;
+}
+
+bool is_pair(const MLIBSZHASHBUCKET &pair) {
+    if (!is_line(pair.pszKey) || !is_line(pair.pszValue)) return false;
+    const std::string line = line_of(pair);
+    std::string_view key;
+    std::string_view value;
+    return may_be_line(line) && read_conf_line(line, &key, &value) == ConfLine::kPair &&
+           key == trim_blanks(pair.pszKey) && value == pair.pszValue && !value.ends_with('\\');
 }
 
 // The new text of a configuration in which a reserved section has other lines, or none. Of several sections
@@ -415,43 +451,46 @@ std::string edit_reserved(std::string_view text, const std::string &key,
 class ReservedChange : ConfChange {
   public:
     int run(const char *name, const MLIBSZHASH *pairs) {
-        std::vector<std::string> texts;
+        std::vector<std::string> lines;
         for (int i = 0; pairs && i < pairs->nBucket; ++i) {
             const MLIBSZHASHBUCKET &pair = pairs->bucket[i];
             if (!pair.pszKey) continue;
             if (!is_pair(pair)) return ERR_BAD_PARAMETERS;
-            texts.push_back(std::string(pair.pszKey) + "=" + pair.pszValue);
+            lines.push_back(line_of(pair));
         }
-        std::vector<std::string_view> lines;
-        for (const std::string &line : texts)
-            lines.push_back(trim_blanks(line));
+        const std::vector<std::string_view> views(lines.begin(), lines.end());
 
         if (const int code = open()) return code;
         const std::string key = reserved_key(name);
         std::string_view image;
         const int found = find_record(mirror_->store[kShares], store_key(key), &image);
         if (found && (found != ERR_KEY_NOT_FOUND || !pairs)) return found;
-        std::string text = edit_reserved(ConfChange::text(), key, pairs ? &lines : nullptr);
-        if (found && pairs) append_lines(name, lines, text);
+        std::string text = edit_reserved(ConfChange::text(), key, pairs ? &views : nullptr);
+        if (found && pairs) append_lines(name, views, text);
         files_->set(AccountFile::kSmbConf, std::move(text));
         bool in_effect;
         if (const int code = commit(&in_effect)) return code;
         update_mirror([&](Mirror &mirror) {
-            return pairs ? store(mirror, key) : erase_record(mirror.store[kShares], store_key(key));
+            if (!pairs) return erase_record(mirror.store[kShares], store_key(key));
+            return store(mirror, name, lines);
         });
         return lock_.release();
     }
 
   private:
-    // As it is read from the file.
-    int store(Mirror &mirror, const std::string &key) {
+    // The pairs alone: comments before the next section are not the section's own.
+    int store(Mirror &mirror, std::string name, const std::vector<std::string> &lines) {
         for (ConfSections sections(text()); sections.next();) {
-            if (!is_reserved(sections.section, key)) continue;
-            int code = reader_.read(sections.section);
-            if (code == 0) code = reader_.store_lines(sections.section, mirror);
-            if (code) return code;
+            if (is_reserved(sections.section, reserved_key(name))) name = sections.section.name;
         }
-        return 0;
+        MLIBSZLIST *list = PslMLIBSzListAlloc(1024);
+        if (!list) return ERR_OUT_OF_MEMORY;
+        bool is_full = MLIBSzListPush(&list, name.c_str()) >= 0;
+        for (const std::string &line : lines)
+            is_full = is_full && MLIBSzListPush(&list, line.c_str()) >= 0;
+        const std::unique_ptr<MLIBSZLIST, ListFreer> owned(list);
+        if (!is_full) return ERR_OUT_OF_MEMORY;
+        return MORVListDBSet(mirror.store[kShares], name.c_str(), list) == 0 ? 0 : MLIBErrGet();
     }
 };
 
@@ -584,17 +623,19 @@ class Dump {
     int edit_lines(const std::string &key, const MLIBSZLIST &list, std::string &text) {
         bool is_there = false;
         bool is_same = false;
+        std::set<std::string, std::less<>> known;
         for (ConfSections sections(text); sections.next();) {
             if (!is_reserved(sections.section, key)) continue;
             if (const int code = reader_.read(sections.section)) return code;
             is_there = true;
             is_same = equals(*reader_.lines(), list);
+            known.insert(reader_.lines()->pszItem + 1, reader_.lines()->pszItem + reader_.lines()->nItem);
         }
         if (is_same) return 0;
         std::vector<std::string_view> lines;
         for (int i = 1; i < list.nItem; ++i) {
             const std::string_view line = trim_blanks(list.pszItem[i]);
-            if (line.find('\n') != line.npos) return ERR_BAD_PARAMETERS;
+            if (!may_be_line(line) && !known.contains(line)) return ERR_BAD_PARAMETERS;
             lines.push_back(line);
         }
         if (is_there) {

@@ -5,6 +5,7 @@
 #include "core/account/named_lines.h"
 #include "core/account/share_rights.h"
 #include "core/base/log.h"
+#include "core/text/case.h"
 #include "core/text/trim.h"
 
 namespace morv {
@@ -55,6 +56,14 @@ class EditList {
         if (!there ? !value.empty() : value != there) edits_.set(key, conf_value(value));
     }
 
+    // What contradicts it under another spelling goes, also when the key says it already.
+    void say_switch(const char *key, bool yes) {
+        if (ascii_equal(there(key), yes_or_no(yes)))
+            edits_.keep(key);
+        else
+            edits_.set(key, std::string(yes_or_no(yes)));
+    }
+
     void say_list(const char *key, const std::string &list) {
         const char *const there = keys_ ? SzMLIBSzHashGetValue(keys_, key) : nullptr;
         const std::string value = conf_list(list);
@@ -73,15 +82,13 @@ void say_access(EditList &section, const SettledShare &wanted, bool by_lists) {
     const bool is_open = wanted.access != MORV_SHARE_NO_ACCESS;
     const bool is_writable = wanted.access == MORV_SHARE_READ_WRITE;
     if (!by_lists) {
-        section.say("guest ok", yes_or_no(is_open));
-        section.say("writeable", yes_or_no(is_writable));
+        section.say_switch("guest ok", is_open);
+        section.say_switch("writeable", is_writable);
         return;
     }
     // Guests are in no list: they keep what they may do if everybody may do that.
-    const std::string_view guest = section.there("guest ok");
-    const std::string_view writeable = section.there("writeable");
-    section.say("guest ok", yes_or_no(is_open && guest == "yes"));
-    section.say("writeable", yes_or_no(is_writable && writeable == "yes"));
+    section.say_switch("guest ok", is_open && ascii_equal(section.there("guest ok"), "yes"));
+    section.say_switch("writeable", is_writable && ascii_equal(section.there("writeable"), "yes"));
 }
 
 }  // namespace
@@ -159,7 +166,7 @@ KeyEdits edits_of(const MORVSHARE *old, const SettledShare &wanted, const MLIBSZ
     if (differs(&MORVSHARE::szComment, wanted.comment)) section.say("comment", wanted.comment);
     if (differs(&MORVSHARE::szPath, wanted.path)) section.say("path", wanted.path);
     if (!old || old->browseable != wanted.browseable)
-        section.say("browseable", yes_or_no(wanted.browseable != 0));
+        section.say_switch("browseable", wanted.browseable != 0);
 
     const int by_lists = access_by(wanted.invalid_users, wanted.write_list, wanted.read_list);
     const bool changes_access = !old || old->accessType != wanted.access || access_by(*old) != by_lists;
@@ -200,7 +207,7 @@ KeyEdits edits_of(const MORVSHARE *old, const SettledShare &wanted, const MLIBSZ
     for (const auto &flag : flags) {
         const bool is_set = (wanted.ftp & flag.flag) != 0;
         if (old && is_set == ((old->ftpFlags & flag.flag) != 0)) continue;
-        if (is_set || *section.there(flag.key)) section.say(flag.key, yes_or_no(is_set));
+        if (is_set || *section.there(flag.key)) section.say_switch(flag.key, is_set);
     }
     return edits;
 }

@@ -13,6 +13,7 @@
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/store/records.h"
+#include "core/text/case.h"
 #include "core/text/lines.h"
 #include "core/text/trim.h"
 
@@ -32,7 +33,7 @@ const char *value_of(const MLIBSZHASH *keys, const char *key) noexcept {
 }
 
 bool is_value(const MLIBSZHASH *keys, const char *key, std::string_view value) noexcept {
-    return value == value_of(keys, key);
+    return ascii_equal(value_of(keys, key), value);
 }
 
 int build(Mirror &mirror) noexcept {
@@ -188,12 +189,15 @@ int put_share(Mirror &mirror, const std::string &old_key, const MORVSHARE &spec)
     if (!packed) return MLIBErrGet();
     std::string_view there;
     if (!old_key.empty()) {
-        int code = find_record(store, store_key(old_key), &there);
+        const int code = find_record(store, store_key(old_key), &there);
         if (code) return code == ERR_KEY_NOT_FOUND ? int{ERR_NO_SUCH_SHARE} : code;
-        if ((code = erase_record(store, store_key(old_key)))) return code;
-    } else {
+    }
+    if (key != old_key) {
         const int code = find_record(store, store_key(key), &there);
         if (code != ERR_KEY_NOT_FOUND) return code ? code : int{ERR_SHARE_EXISTS};
+    }
+    if (!old_key.empty()) {
+        if (const int code = erase_record(store, store_key(old_key))) return code;
     }
     return put_record(store, store_key(key),
                       {static_cast<const char *>(packed.get()), static_cast<size_t>(size)});

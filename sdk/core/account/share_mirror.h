@@ -72,8 +72,8 @@ int share_from_keys(const char *name, const MLIBSZHASH *keys, const Accounts &ac
 // The key of a reserved section's list, but for its NUL.
 std::string reserved_key(std::string_view section);
 
-// Packs and stores a record. old_key: upper-cased name of the share that it replaces; empty to add, which
-// ERR_SHARE_EXISTS refuses. May throw std::bad_alloc.
+// Packs and stores a record. old_key: upper-cased name of the share that it replaces; empty to add.
+// ERR_SHARE_EXISTS when there is another one by its name. May throw std::bad_alloc.
 int put_share(Mirror &mirror, const std::string &old_key, const MORVSHARE &spec);
 
 }  // namespace morv

@@ -86,13 +86,10 @@ int find_access(const MORVSHARE &share, const char *user, int *access) noexcept 
         std::string key;
         if (!upper_name(user, key)) return 0;
         for (const auto &right : rights) {
-            if (!names_user(right.list, key)) continue;
-            *access = right.access;
-            return 0;
-        }
-        for (const auto &right : rights) {
-            bool found = false;
-            if (const int code = names_group_of(right.list, key, mirrors, &found)) return code;
+            bool found = names_user(right.list, key);
+            if (!found) {
+                if (const int code = names_group_of(right.list, key, mirrors, &found)) return code;
+            }
             if (!found) continue;
             *access = right.access;
             return 0;

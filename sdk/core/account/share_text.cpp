@@ -50,16 +50,6 @@ bool is_spelled(std::string_view key, std::string_view name) noexcept {
     return at == name.size();
 }
 
-bool is_same_setting(std::string_view key, std::string_view wanted) noexcept {
-    if (is_spelled(key, wanted)) return true;
-    for (const auto &spellings : kSpellings) {
-        if (spellings[0] != wanted) continue;
-        return std::any_of(std::begin(spellings), std::end(spellings),
-                           [&](std::string_view s) { return !s.empty() && is_spelled(key, s); });
-    }
-    return false;
-}
-
 std::string_view end_of(std::string_view line) noexcept {
     return line.ends_with("\r\n") ? "\r\n" : "\n";
 }
@@ -153,6 +143,16 @@ bool ConfSections::next() {
     return true;
 }
 
+bool is_same_setting(std::string_view key, std::string_view wanted) noexcept {
+    if (is_spelled(key, wanted)) return true;
+    for (const auto &spellings : kSpellings) {
+        if (spellings[0] != wanted) continue;
+        return std::any_of(std::begin(spellings), std::end(spellings),
+                           [&](std::string_view s) { return !s.empty() && is_spelled(key, s); });
+    }
+    return false;
+}
+
 ConfLine read_conf_line(std::string_view line, std::string_view *key, std::string_view *value) noexcept {
     const std::string_view text = trim_blanks(up_to_nul(line));
     if (text.empty() || is_comment(text)) return ConfLine::kNothing;
@@ -161,6 +161,17 @@ ConfLine read_conf_line(std::string_view line, std::string_view *key, std::strin
     *key = trim(text.substr(0, equals));
     *value = trim(text.substr(equals + 1));
     return key->empty() ? ConfLine::kMalformed : ConfLine::kPair;
+}
+
+std::string plain_path(std::string_view path) {
+    std::string plain;
+    for (size_t at = 0; at < path.size();) {
+        const size_t slash = std::min(path.find('/', at), path.size());
+        const std::string_view name = path.substr(at, slash - at);
+        if (!name.empty() && name != ".") plain.append("/").append(name);
+        at = slash + 1;
+    }
+    return plain;
 }
 
 // ---- Writing --------------------------------------------------------------------------------------------
@@ -204,7 +215,7 @@ void KeyEdits::apply(std::string_view section, std::string &out) const {
     if (!last_pair.empty()) form.take(last_pair);
     const auto add_missing = [&] {
         for (size_t i = 0; i < edits_.size(); ++i) {
-            if (!last[i].empty() || edits_[i].drops) continue;
+            if (!last[i].empty() || edits_[i].kind != kSet) continue;
             end_line(out, form.end);
             form.write(out, edits_[i].key, edits_[i].value);
         }
@@ -221,9 +232,9 @@ void KeyEdits::apply(std::string_view section, std::string &out) const {
             edit = &edits_[i];
             counts = last[i].data() == line.data();
         }
-        if (!edit || (!edit->drops && !counts && is_key_of(key, edit->key))) {
+        if (!edit || (counts && edit->kind == kKeep)) {
             out.append(line);
-        } else if (!edit->drops && counts) {
+        } else if (counts && edit->kind == kSet) {
             const std::string_view raw = raw_value(line);
             const auto at = static_cast<size_t>(raw.data() - line.data());
             out.append(line, 0, at).append(edit->value).append(line.substr(at + raw.size()));
@@ -236,7 +247,7 @@ void KeyEdits::append(std::string_view name, std::string &text) const {
     PairForm form;
     form.end = open_at_end(name, text);
     for (const Edit &edit : edits_) {
-        if (!edit.drops) form.write(text, edit.key, edit.value);
+        if (edit.kind == kSet) form.write(text, edit.key, edit.value);
     }
 }
 
@@ -366,10 +377,8 @@ void edit_exports(std::string_view text, std::string_view path, std::string_view
         if (!continues) {
             const size_t indent = indent_of(line).size();
             size_t length;
-            std::string found = exported_path(line.substr(indent), &length);
-            while (found.size() > 1 && found.back() == '/')
-                found.pop_back();
-            const bool is_it = length > 0 && found == path;
+            const std::string found = exported_path(line.substr(indent), &length);
+            const bool is_it = length > 0 && plain_path(found) == path;
             goes = is_it && new_path.empty();
             if (is_it && !goes) {
                 out.append(line, 0, indent);

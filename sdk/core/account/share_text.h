@@ -36,6 +36,12 @@ enum class ConfLine { kNothing, kPair, kMalformed };
 // it.
 ConfLine read_conf_line(std::string_view line, std::string_view *key, std::string_view *value) noexcept;
 
+// Whether other readers take a key for the setting `wanted`, which is in lower case.
+bool is_same_setting(std::string_view key, std::string_view wanted) noexcept;
+
+// A path without "//", "/./" and slashes at the end; empty for the root.
+std::string plain_path(std::string_view path);
+
 // A text, and a list of names, as values that are read back as the same. Names with a blank are quoted:
 // other readers of the file divide lists at blanks.
 std::string conf_value(std::string_view text);
@@ -44,12 +50,16 @@ std::string conf_list(std::string_view list);
 // What the keys of a section are to say from now on. The names of keys are not copied.
 class KeyEdits {
   public:
-    void set(std::string_view key, std::string value) { edits_.push_back({key, std::move(value), false}); }
-    void drop(std::string_view key) { edits_.push_back({key, std::string(), true}); }
+    void set(std::string_view key, std::string value) { edits_.push_back({key, std::move(value), kSet}); }
+    void drop(std::string_view key) { edits_.push_back({key, std::string(), kDrop}); }
+
+    // The key is there and its value is right.
+    void keep(std::string_view key) { edits_.push_back({key, std::string(), kKeep}); }
+
     bool empty() const noexcept { return edits_.empty(); }
 
     // Appends the section with the changes made. Of a key that is there several times the last one counts;
-    // another spelling of the same setting would undo the change, and goes. New keys follow the last one,
+    // the others and other spellings of the same setting might undo the change, and go. New keys follow the last one,
     // in its form.
     void apply(std::string_view section, std::string &out) const;
 
@@ -57,10 +67,11 @@ class KeyEdits {
     void append(std::string_view name, std::string &text) const;
 
   private:
+    enum Kind { kSet, kKeep, kDrop };
     struct Edit {
         std::string_view key;  // lower case
         std::string value;
-        bool drops;
+        Kind kind;
     };
     std::vector<Edit> edits_;
 };

@@ -5,6 +5,8 @@
 #include <unicode/ustring.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
+
 namespace morv {
 
 namespace {
@@ -145,6 +147,12 @@ int case_compare_all(const char *a, const char *b) noexcept {
     const bool valid_b = utf8_valid(b);
     if (valid_a != valid_b) return valid_a ? -1 : 1;
     return strcmp(a, b);
+}
+
+bool ascii_equal(std::string_view a, std::string_view b) noexcept {
+    const auto upper = [](char c) { return ascii_upper(static_cast<unsigned char>(c)); };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [&](char x, char y) { return upper(x) == upper(y); });
 }
 
 bool case_equal(const char *a, const char *b) noexcept {

@@ -4,6 +4,8 @@
 
 #include <stdint.h>
 
+#include <string_view>
+
 namespace morv {
 
 // What case_compare answers when a text is not valid UTF-8.
@@ -27,6 +29,9 @@ int case_compare_all(const char *a, const char *b) noexcept;
 
 // case_compare(a, b) == 0, without looking at what stands behind the first difference.
 bool case_equal(const char *a, const char *b) noexcept;
+
+// The same for words of a format: only the letters of ASCII have two cases.
+bool ascii_equal(std::string_view a, std::string_view b) noexcept;
 
 // A hash that equal texts share. False when the text is not valid UTF-8.
 bool case_hash(const char *text, uint64_t *hash) noexcept;
