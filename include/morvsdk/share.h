@@ -181,8 +181,8 @@ MORV_API int MORVShareRSectionRemove(const char *section) MORV_NOEXCEPT;
  *          the folder and its lines in "/etc/exports". Paths are kept without "//", "/./" and "/" at the
  *          end; links on the way are followed when folders are compared.
  * share:   all that the share is to be. Entries of the rights lists that are no existing users or groups
- *          are left out; a list as MORVShareGet gives it stays as the file has it. When adding, the folder is made (0777) if it does not exist; so it is when the one
- *          to be moved is missing.
+ *          are left out; a list as MORVShareGet gives it stays as the file has it. When adding, the folder
+ *          is made (0777) if it does not exist; so it is when the one to be moved is missing.
  *
  * "@users" in a list says what everybody may do, and so does accessType. Where the two contradict each
  * other the list counts, unless accessType alone was changed: then "@users" goes to the list that says the

@@ -211,7 +211,7 @@ class ShareChange : ConfChange {
         if (const int code = find_old(share)) return code;
         if (const int code = find_there(mirrors.accounts())) return code;
         if (const int code = check_path(share.szPath)) return code;
-        if (const int code = wanted_.take(rebase(share), there_.get(), mirrors.accounts())) return code;
+        if (const int code = wanted_.take(rebase(share), today(), mirrors.accounts())) return code;
         if (const int code = edit_sections(mirrors.accounts())) return code;
         FolderChange folder;
         if (const int code = change_folder(folder)) return code;
@@ -286,8 +286,6 @@ class ShareChange : ConfChange {
         return exceeds_limit("maxshares", there, 1) ? int{ERR_TOO_MANY_SHARES} : 0;
     }
 
-    const std::string &section_key() const noexcept { return old_ ? old_key_ : key_; }
-
     // The share as its section says it today: there may be accounts by now that the mirror has left out.
     int find_there(const Accounts &accounts) {
         if (!old_) return 0;
@@ -297,8 +295,10 @@ class ShareChange : ConfChange {
             if (code == 0) code = reader_.make_share(sections.section, accounts, &there_);
             if (code) return code;
         }
-        return there_ ? 0 : int{ERR_NO_SUCH_SHARE};
+        return 0;
     }
+
+    const MORVSHARE *today() const noexcept { return there_ ? there_.get() : old_.get(); }
 
     int check_path(const char *path) const {
         if (old_ && plain_path(path) == plain_path(old_->szPath)) return 0;
@@ -307,20 +307,20 @@ class ShareChange : ConfChange {
 
     // What the caller has not changed is to be what it is today.
     MORVSHARE rebase(const MORVSHARE &share) {
-        MORVSHARE today = share;
+        MORVSHARE rebased = share;
         path_ = plain_path(share.szPath);
-        today.szPath = path_.data();
-        if (!old_) return today;
+        rebased.szPath = path_.data();
+        if (!old_) return rebased;
         for (char *MORVSHARE::*text : {&MORVSHARE::szPath, &MORVSHARE::szInvalidUsers,
                                        &MORVSHARE::szWriteList, &MORVSHARE::szReadList}) {
-            if (strcmp(share.*text ? share.*text : "", (*old_).*text) == 0) today.*text = (*there_).*text;
+            if (strcmp(share.*text ? share.*text : "", (*old_).*text) == 0) rebased.*text = (*today()).*text;
         }
-        if (share.accessType == old_->accessType) today.accessType = there_->accessType;
-        return today;
+        if (share.accessType == old_->accessType) rebased.accessType = today()->accessType;
+        return rebased;
     }
 
     int edit_sections(const Accounts &accounts) {
-        const std::string &key = section_key();
+        const std::string &key = old_ ? old_key_ : key_;
         TextChange change(text());
         bool is_done = false;
         for (ConfSections sections(text()); sections.next();) {

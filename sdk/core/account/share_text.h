@@ -59,8 +59,8 @@ class KeyEdits {
     bool empty() const noexcept { return edits_.empty(); }
 
     // Appends the section with the changes made. Of a key that is there several times the last one counts;
-    // the others and other spellings of the same setting might undo the change, and go. New keys follow the last one,
-    // in its form.
+    // the others and other spellings of the same setting might undo the change, and go. New keys follow the
+    // last one, in its form.
     void apply(std::string_view section, std::string &out) const;
 
     // Appends a section of the keys that are set to a whole configuration.
