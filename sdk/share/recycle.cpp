@@ -112,8 +112,8 @@ void move_bin(Cleaning &cleaning, int folder) {
     cleaning.add(std::move(tmp_path));
 }
 
-// What a process that was ended has left on the folder's volume is to be removed, whether or not a bin is moved
-// there.
+// What a process that was ended has left on the folder's volume is to be removed, whether or not a bin is
+// moved there.
 void note_tmp(Cleaning &cleaning, int folder) {
     VolumeTmp tmp;
     if (tmp.open(folder, VolumeTmp::kLeave) == 0) cleaning.add(path_of(tmp.folder.get()));

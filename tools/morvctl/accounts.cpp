@@ -21,8 +21,8 @@ namespace {
 
 constexpr uint32_t kLocks = MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB;
 
-// The library takes these locks itself, and takes them again where they are held: held from before a record is
-// read until it is written, no change made at the same time is lost, and --timeout holds.
+// The library takes these locks itself, and takes them again where they are held: held from before a record
+// is read until it is written, no change made at the same time is lost, and --timeout holds.
 class AccountLock {
   public:
     explicit AccountLock(const Session &session) {

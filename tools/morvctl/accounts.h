@@ -67,15 +67,15 @@ void check_field(const std::string &what, const std::string &text, Colon colon);
 // Wrong usage when both options are given.
 void exclude(bool one, bool other, const char *options);
 
-// Makes a change under the locks of users, groups and shares. With --dry-run it is made in a private copy of the
-// files, of which the differences are printed: all that `apply` and what it calls do goes on below that. `folders`
-// are looked at, too, as are the folders of all shares and the homes. `apply` answers what the JSON document says
-// of the change. Answers the exit code.
+// Makes a change under the locks of users, groups and shares. With --dry-run it is made in a private copy
+// of the files, of which the differences are printed: all that `apply` and what it calls do goes on below
+// that. `folders` are looked at, too, as are the folders of all shares and the homes. `apply` answers what
+// the JSON document says of the change. Answers the exit code.
 int change_accounts(const Session &session, const std::vector<std::string> &folders,
                     const std::function<Json()> &apply);
 
-// Before the library gets to work in the system root: it needs the locks itself, and "/tmp" for them and the mirrors,
-// which a new system root may lack.
+// Before the library gets to work in the system root: it needs the locks itself, and "/tmp" for them and
+// the mirrors, which a new system root may lack.
 void prepare(const Session &session);
 
 // A command of a family whose first operand is a name.

@@ -98,8 +98,8 @@ const char *format_for(const std::string &value, bool quote) {
     return quote || value.empty() || trim(value) != value ? kQuotedFormat : kPlainFormat;
 }
 
-// Sets the pairs: one as MLIBFileSetKeyValue does, more in a rewrite for all. That one leaves further lines of
-// a key as they are; where they would say otherwise, they go as well.
+// Sets the pairs: one as MLIBFileSetKeyValue does, more in a rewrite for all. That one leaves further lines
+// of a key as they are; where they would say otherwise, they go as well.
 int set_pairs(const Target &target, const Pairs &pairs, bool quote) {
     end_last_line(target, pairs);
     const auto set_one = [&](const std::string &key, const std::string &value) {

@@ -6,8 +6,8 @@ namespace morvctl {
 
 namespace {
 
-// Reads one field at `from`, writes it without its quotes to the same place, which is never longer, and answers what
-// comes behind it: a comma, a line feed, or a zero for the end of the text.
+// Reads one field at `from`, writes it without its quotes to the same place, which is never longer, and
+// answers what comes behind it: a comma, a line feed, or a zero for the end of the text.
 struct Field {
     char *begin;
     char *end;  // where its zero goes

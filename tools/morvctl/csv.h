@@ -14,8 +14,8 @@ struct CsvRow {
     std::string fault;           // what is wrong with it, or ""
 };
 
-// Cuts a table into rows, in its own memory: nothing of it is copied. Lines end with LF or CRLF, empty ones are
-// skipped, and so is a byte order mark.
+// Cuts a table into rows, in its own memory: nothing of it is copied. Lines end with LF or CRLF, empty ones
+// are skipped, and so is a byte order mark.
 std::vector<CsvRow> parse_csv(Secret &text);
 
 // A row with its line feed; fields that need quotes have them.

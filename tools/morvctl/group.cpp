@@ -134,7 +134,8 @@ auto is_same_as(const std::string &name) {
     return [key = name_key(name)](const std::string &other) { return name_key(other) == key; };
 }
 
-// Adds members as they are spelled in the files. The library leaves out who is no user; here that is an error.
+// Adds members as they are spelled in the files. The library leaves out who is no user; here that is an
+// error.
 void add_members(const Session &session, std::vector<std::string> &members,
                  const std::vector<std::string> &names) {
     for (const std::string &name : names) {

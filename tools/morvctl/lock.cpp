@@ -78,8 +78,8 @@ int wait_for(pid_t child, const sigset_t &signals) {
         const int signal = sigwaitinfo(&signals, &info);
         if (signal < 0) continue;
         if (signal != SIGCHLD) {
-            // What is typed at a terminal goes to the program as well; that the terminal is gone may be told to
-            // us alone.
+            // What is typed at a terminal goes to the program as well; that the terminal is gone may be
+            // told to us alone.
             if (signal == SIGHUP || info.si_code != SI_KERNEL) kill(child, signal);
             continue;
         }

@@ -49,8 +49,8 @@ constexpr char kShareStore[] = "/tmp/.db.morvshare.0957";
 // A smaller one the library builds anew.
 constexpr off_t kSmallestStore = 8192;
 
-// The record in which a store keeps what its mirror was built from: the number of the building, and of each source
-// device, inode, size, seconds and nanoseconds, as native integers of 64 bits.
+// The record in which a store keeps what its mirror was built from: the number of the building, and of each
+// source device, inode, size, seconds and nanoseconds, as native integers of 64 bits.
 constexpr char kStateKey[] = "#MORV@SOURCES";
 constexpr size_t kStateFields = 5;
 

@@ -45,8 +45,8 @@ bool is_secret(std::string_view field) {
            !field.starts_with("NO PASSWORD") && field.find_first_not_of('X') != field.npos;
 }
 
-// The text with its secrets masked: the second field, in smbpasswd the third and fourth, of every line, those that
-// are comments included. `known` are the secrets of the text before the change.
+// The text with its secrets masked: the second field, in smbpasswd the third and fourth, of every line,
+// those that are comments included. `known` are the secrets of the text before the change.
 std::string masked(const std::string &file, const std::string &text, std::set<std::string> &known,
                    bool is_new) {
     const bool is_samba = file.ends_with("smbpasswd");

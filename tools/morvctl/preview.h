@@ -13,8 +13,8 @@ namespace morvctl {
 
 class Preview {
   public:
-    // From here on the library works in the private root. `folders`, those of the shares and the homes of the users
-    // are made in it, empty, as far as they exist.
+    // From here on the library works in the private root. `folders`, those of the shares and the homes of
+    // the users are made in it, empty, as far as they exist.
     Preview(const Session &session, const std::vector<std::string> &folders);
     ~Preview();
     Preview(const Preview &) = delete;

@@ -22,8 +22,8 @@ constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
 
 volatile sig_atomic_t caught;
 
-// A terminal that does not show what is typed. A signal that ends or stops the program ends the reading, and takes
-// effect when the terminal is as it was.
+// A terminal that does not show what is typed. A signal that ends or stops the program ends the reading,
+// and takes effect when the terminal is as it was.
 class SilentTerminal {
   public:
     SilentTerminal() {

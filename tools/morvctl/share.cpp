@@ -161,8 +161,8 @@ struct Rights {
     std::string read;
 };
 
-// Nobody can have two rights by name. By a group somebody may have others than by name: that is said, in case it is
-// not meant.
+// Nobody can have two rights by name. By a group somebody may have others than by name: that is said, in
+// case it is not meant.
 Json check_rights(const Session &session, const Rights &rights) {
     clear_errors();
     const int answer = UserCheckRights(rights.deny.c_str(), rights.write.c_str(), rights.read.c_str());

@@ -1,5 +1,5 @@
-// A record store, opened for reading as a private copy: the library makes a store that root opens writable for
-// all, and a store that another program changes meanwhile must not lead us astray.
+// A record store, opened for reading as a private copy: the library makes a store that root opens writable
+// for all, and a store that another program changes meanwhile must not lead us astray.
 #pragma once
 
 #include <morvsdk/bdb.h>

@@ -15,8 +15,8 @@ namespace morvctl {
 
 namespace {
 
-// The columns in the order of an export. Where a text is empty the user gets an empty one; another empty value leaves
-// what is there.
+// The columns in the order of an export. Where a text is empty the user gets an empty one; another empty
+// value leaves what is there.
 constexpr struct {
     const char *name;
     std::optional<std::string> UserValues::*value;  // null for the name and the password

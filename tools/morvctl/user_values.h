@@ -24,8 +24,8 @@ struct UserValues {
 // Refuses what can be no name of a local user.
 void check_user_name(const std::string &name);
 
-// The record of a user as it is to be: `old`, or the defaults of a new user when that is null, with these values.
-// A null password keeps the one of `old`. Checks all of them.
+// The record of a user as it is to be: `old`, or the defaults of a new user when that is null, with these
+// values. A null password keeps the one of `old`. Checks all of them.
 User make_user(const Session &session, const MORVUSER *old, const std::string &name, const char *password,
                const UserValues &values);
 

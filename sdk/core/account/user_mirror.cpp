@@ -121,8 +121,8 @@ int find_line(MORVBDB *db, std::string_view key, std::string_view *line) noexcep
     return code == ERR_KEY_NOT_FOUND ? 0 : code;
 }
 
-// The fields of a line, each with a NUL behind it: copied to `at`, which is moved behind the copy. Answers how many, as
-// split_fields.
+// The fields of a line, each with a NUL behind it: copied to `at`, which is moved behind the copy. Answers
+// how many, as split_fields.
 size_t cut_fields(std::string_view line, char *&at, std::span<const char *> fields) noexcept {
     memcpy(at, line.data(), line.size());
     char *const end = at + line.size();
@@ -219,7 +219,8 @@ int build_domain_users(Mirror &mirror) noexcept {
             uint32_t uid;
             if (!is_domain_line(line) || parse_id(line, &uid) != 0 || !upper_name(first_field(line), key))
                 continue;
-            // The tool's text is this function's own: its lines are stored where they stand, a NUL for the line feed.
+            // The tool's text is this function's own: its lines are stored where they stand, a NUL for the
+            // line feed.
             const auto end = static_cast<size_t>(line.data() - output.data()) + line.size();
             if (end < output.size()) output[end] = '\0';
             key.push_back('\0');

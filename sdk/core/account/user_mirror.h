@@ -40,7 +40,8 @@ struct UserLines {
     std::string passwd, shadow, misc, smb;
 };
 
-// The lines that make up a user's record; empty: none. Out of the stores they are good until the next call on these.
+// The lines that make up a user's record; empty: none. Out of the stores they are good until the next call
+// on these.
 struct UserText {
     std::string_view passwd, shadow, misc;
 };
@@ -55,13 +56,13 @@ int make_user(const UserText &text, MORVUSER **user) noexcept;
 // ERR_FORMAT_ERROR or the codes of hash_password. May throw std::bad_alloc.
 int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines);
 
-// Writes the lines of a user under its upper-cased name, and the name under its uid unless there is none. Answers 0 or
-// a code of the store.
+// Writes the lines of a user under its upper-cased name, and the name under its uid unless there is none.
+// Answers 0 or a code of the store.
 int store_user(Mirror &mirror, const std::string &key, std::optional<uint32_t> uid,
                const UserLines &lines) noexcept;
 
-// Removes a user. ERR_NO_SUCH_USER, or ERR_ID_NOT_FOUND when the uid store does not have it: the others are then
-// changed.
+// Removes a user. ERR_NO_SUCH_USER, or ERR_ID_NOT_FOUND when the uid store does not have it: the others are
+// then changed.
 int erase_user(Mirror &mirror, const std::string &key) noexcept;
 
 // The upper-cased name that has a uid; ERR_NO_SUCH_USER. May throw std::bad_alloc.

@@ -49,7 +49,8 @@ struct StorePath {
     }
 };
 
-// ---- The record of the files' state ------------------------------------------------------------------------
+// ---- The record of the files' state
+// ------------------------------------------------------------------------
 
 struct StateRecord {
     uint64_t building;
@@ -86,7 +87,8 @@ int read_number(MORVBDB *db, std::string_view key, int32_t *number) noexcept {
     return 0;
 }
 
-// ---- Opening -----------------------------------------------------------------------------------------------
+// ---- Opening
+// -----------------------------------------------------------------------------------------------
 
 // A store that somebody else put there, or a link, is not used.
 bool trustworthy(const struct stat &st) noexcept {
@@ -151,7 +153,8 @@ int open_stores(const MirrorKind &kind, const char *prefix, bool all, MirrorPtr 
     return 0;
 }
 
-// ---- Looking whether it is current -------------------------------------------------------------------------
+// ---- Looking whether it is current
+// -------------------------------------------------------------------------
 
 int stat_error(int error) noexcept {
     switch (error) {
@@ -209,7 +212,8 @@ int look(const Mirror &mirror, Standing *standing) noexcept {
     return 0;
 }
 
-// ---- Building ----------------------------------------------------------------------------------------------
+// ---- Building
+// ----------------------------------------------------------------------------------------------
 
 // The lock of the builders; given up when the descriptor is closed. Its file is not removed.
 int lock_builders(const MirrorKind &kind, UniqueFd *lock) noexcept {
@@ -320,8 +324,8 @@ int build_missing(const MirrorKind &kind, const char *prefix, bool anyway, Build
     return build_at(kind, prefix, temporary, building);
 }
 
-// Tells other holders of the same old stores. A store that is still the live one was changed in place, and must
-// not be written to from a handle that has old pages in memory.
+// Tells other holders of the same old stores. A store that is still the live one was changed in place, and
+// must not be written to from a handle that has old pages in memory.
 void mark_replaced(const Mirror &mirror, const char *prefix) noexcept {
     for (const MirrorStore &store : mirror.kind->stores) {
         struct stat st;
@@ -334,7 +338,8 @@ void mark_replaced(const Mirror &mirror, const char *prefix) noexcept {
 
 }  // namespace
 
-// ---- The engine's functions --------------------------------------------------------------------------------
+// ---- The engine's functions
+// --------------------------------------------------------------------------------
 
 FileState state_of(const struct stat &st) noexcept {
     return {uint64_t(st.st_dev), uint64_t(st.st_ino), uint64_t(st.st_size), uint64_t(st.st_mtim.tv_sec),

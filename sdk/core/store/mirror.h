@@ -70,12 +70,12 @@ using MirrorPtr = std::unique_ptr<Mirror, MirrorCloser>;
 enum class Extent { kFirst, kWhole };
 int open_mirror(const MirrorKind &kind, Extent extent, MirrorPtr *mirror) noexcept;
 
-// Opens the stores below `prefix` (live when it is the kind's), all of them, and builds them when they are not
-// complete. Does not look whether they are current.
+// Opens the stores below `prefix` (live when it is the kind's), all of them, and builds them when they are
+// not complete. Does not look whether they are current.
 int open_mirror_at(const MirrorKind &kind, const char *prefix, MirrorPtr *mirror, bool *built) noexcept;
 
-// Opens the store in a slot unless it is open. ERR_STORE_INVALID when it belongs to another building: open the
-// mirror again.
+// Opens the store in a slot unless it is open. ERR_STORE_INVALID when it belongs to another building: open
+// the mirror again.
 int need_store(Mirror &mirror, int slot) noexcept;
 int need_all_stores(Mirror &mirror) noexcept;
 
