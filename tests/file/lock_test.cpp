@@ -49,20 +49,35 @@ TEST_F(LockTest, MakesItsFolderAndFiles) {
     EXPECT_EQ(ErrMLIBFileLock(kInfoWrite, 0), 0) << "one that went missing is made again";
 }
 
-TEST_F(LockTest, WithoutAFolderSaysSo) {
+TEST_F(LockTest, ClearsAwayWhatOthersHavePutInTheWay) {
+    const auto locks = [](int bit) {
+        const bool locked = ErrMLIBFileLock(uint32_t(bit) | MORV_LOCK_READ, 0) == 0;
+        ErrMLIBFileUnlock(uint32_t(bit));
+        return locked;
+    };
     root.write("tmp/lock", "in the way");
-    EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, ErrMLIBFileLock(kInfoRead, 0)));
-    unlink(root.path("tmp/lock").c_str());
-    ASSERT_EQ(symlink(".", root.path("tmp/lock").c_str()), 0);
-    EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, ErrMLIBFileLock(kInfoRead, 0))) << "nor does it follow a link";
-    unlink(root.path("tmp/lock").c_str());
-    mkdir(root.path("tmp/lock").c_str(), 0755);
-    ASSERT_EQ(symlink("../x", root.path("tmp/lock/lock_gr").c_str()), 0);
-    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBFileLock(MORV_LOCK_GR | MORV_LOCK_READ, 60)));
-    unlink(root.path("tmp/lock/lock_pw").c_str());
-    mkdir(root.path("tmp/lock/lock_pw").c_str(), 0755);
-    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBILockCheckDir()));
-    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_READ, 0)));
+    EXPECT_TRUE(locks(MORV_LOCK_MORVINFO));
+    const std::string folder = root.path("tmp/lock");
+    for (const char *name : {"lock_morvinfo", "lock_gr"})
+        unlink((folder + "/" + name).c_str());
+    ASSERT_EQ(symlink("../x", (folder + "/lock_gr").c_str()), 0);
+    ASSERT_EQ(mkdir((folder + "/lock_morvinfo").c_str(), 0755), 0);
+    EXPECT_TRUE(locks(MORV_LOCK_GR));
+    EXPECT_TRUE(locks(MORV_LOCK_MORVINFO));
+    EXPECT_NE(access(root.path("tmp/x").c_str(), F_OK), 0) << "no link is followed";
+    ASSERT_EQ(rename(folder.c_str(), root.path("tmp/old").c_str()), 0);
+    ASSERT_EQ(symlink("old", folder.c_str()), 0);
+    EXPECT_TRUE(locks(MORV_LOCK_PW));
+    EXPECT_TRUE(S_ISDIR(stat_of(folder).st_mode));
+    struct stat st;
+    EXPECT_TRUE(lstat(folder.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) << "nor is that of the folder";
+}
+
+TEST_F(LockTest, WithoutAFolderSaysSo) {
+    root.path("here/x");
+    ASSERT_EQ(MORVSysRootSet(root.path("here").c_str()), 0);
+    EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, ErrMLIBFileLock(kInfoRead, 0))) << "there is no tmp";
+    EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, ErrMLIBILockCheckDir()));
 }
 
 TEST_F(LockTest, IsSharedByReadersAndExclusiveForWriters) {

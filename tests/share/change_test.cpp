@@ -233,8 +233,8 @@ TEST(ShareChange, NeverTakesTheFolderOfAnotherShareAway) {
     EXPECT_EQ(all_shares(), (std::vector<std::string>{"inner", "same"}));
 
     // However the section spells it, and whether or not it is a share's.
-    symlink("volume1", root.path("volume2").c_str());
-    symlink("plans/inner", root.path("volume1/way").c_str());
+    ASSERT_EQ(symlink("volume1", root.path("volume2").c_str()), 0);
+    ASSERT_EQ(symlink("plans/inner", root.path("volume1/way").c_str()), 0);
     for (const char *section :
          {"[x]\npath=/volume1//plans/inner\n", "[x]\npath=/volume1/./plans/\n",
           "[x]\npath=/volume2/plans/new\n", "[x]\nDirectory = /volume1/way\n",
@@ -258,8 +258,8 @@ TEST(ShareChange, NeverTakesTheFolderOfAnotherShareAway) {
 
 TEST(ShareChange, NeverTakesTheFoldersOfTheSystemAway) {
     const Root root;
-    symlink("../etc", root.path("volume1/link").c_str());
-    symlink("/", root.path("volume1/out").c_str());
+    ASSERT_EQ(symlink("../etc", root.path("volume1/link").c_str()), 0);
+    ASSERT_EQ(symlink("/", root.path("volume1/out").c_str()), 0);
     const Files before = root.files();
     for (const char *path : {"/etc", "/etc/new", "/usr/morv", "/var", "/var/services", "/tmp/new", "/lib64",
                              "/etc.defaults/", "/volume1/link", "/volume1/link/new", "/volume1/out/srv"})
