@@ -57,7 +57,7 @@ std::vector<CsvRow> parse_csv(Secret &text) {
     std::vector<CsvRow> rows;
     char *at = text.data();
     const char *end = at ? at + text.size() : nullptr;
-    if (text.size() >= 3 && memcmp(at, "\xEF\xBB\xBF", 3) == 0) at += 3;
+    if (at && text.size() >= 3 && memcmp(at, "\xEF\xBB\xBF", 3) == 0) at += 3;
     for (int line = 1; at < end;) {
         CsvRow row{line, {}, ""};
         for (;;) {

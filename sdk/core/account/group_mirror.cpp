@@ -70,6 +70,7 @@ int store_groups(Mirror &mirror, std::vector<Group> &groups) {
         if (const int code = put_record(mirror.store[kGroupName], group.key, group.line)) return code;
     }
     std::vector<IdName> ids;
+    ids.reserve(groups.size());
     for (Group &group : groups)
         ids.push_back({IdKey(group.gid), std::move(group.key)});
     return store_ids(mirror.store[kGroupId], ids);

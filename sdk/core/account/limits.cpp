@@ -19,7 +19,7 @@ int read_limit(const char *key, Limit *limit) noexcept {
 }
 
 bool exceeds_limit(const char *key, int there, int adds) noexcept {
-    Limit limit;
+    Limit limit = {};
     return read_limit(key, &limit) == 0 && (limit.is_empty || limit.most - there < adds);
 }
 

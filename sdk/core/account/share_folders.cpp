@@ -30,7 +30,7 @@ std::string full_path(std::string_view path) {
 
 // Without links as far as the path exists; empty for the root of everything.
 std::string resolve(std::string_view path) {
-    const std::string full = full_path(path);
+    std::string full = full_path(path);
     char real[PATH_MAX];
     for (size_t end = full.size(); end > 0 && end != full.npos; end = full.rfind('/', end - 1)) {
         if (!realpath(full.substr(0, end).c_str(), real)) continue;

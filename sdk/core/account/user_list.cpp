@@ -2,6 +2,7 @@
 
 #include <morvsdk/error.h>
 
+#include <memory>
 #include <string>
 #include <unordered_set>
 
@@ -61,8 +62,8 @@ int list_domain_users_in_use(MLIBSZLIST **list, std::string_view prefix, int *co
             }
             return 0;
         };
-        std::unique_ptr<SourceText> group(new SourceText);
-        std::unique_ptr<SourceText> shares(new SourceText);
+        const auto group = std::make_unique<SourceText>();
+        const auto shares = std::make_unique<SourceText>();
         for (SourceText *source : {group.get(), shares.get()}) {
             if (const int code = source->load(source == group.get() ? kGroupPath : kSmbConfPath)) return code;
         }

@@ -107,7 +107,7 @@ int build(Mirror &mirror) noexcept {
         if (const int failed = store_named(mirror, kUserShadow, *other, kShadowPath)) return failed;
         mirror.source[kFromMisc] = state_of(misc->st);
         if (const int failed = store_named(mirror, kUserMisc, *misc, kMiscPath)) return failed;
-        other.reset(new SourceText);
+        other = std::make_unique<SourceText>();
         if (const int failed = other->load(kSmbpasswdPath)) return failed;
         mirror.source[kFromSmbpasswd] = state_of(other->st);
         return store_named(mirror, kUserSmb, *other, kSmbpasswdPath);
@@ -172,7 +172,7 @@ int encode_description(const char *text, std::string &out) {
     std::string encoded(2 * strlen(text) + 1, '\0');
     if (MLIBStrEncodeColon(text, encoded.data(), static_cast<int>(encoded.size())) < 0)
         return ERR_BAD_PARAMETERS;
-    out.assign(encoded.c_str());
+    out.assign(stored_text(encoded));
     return 0;
 }
 

@@ -33,7 +33,9 @@ constexpr int kRounds = 8;
 constexpr int kBuilderWait = 1200;  // for another builder: 60 s in steps of 50 ms
 constexpr std::string_view kStateKey = "#MORV@SOURCES";
 constexpr std::string_view kSyncKey(MORV_BDB_SYNC_TIME, MORV_BDB_SYNC_TIME_LENGTH);
-constexpr std::string_view kDeprecatedKey(MORV_BDB_DEPRECATED, MORV_BDB_DEPRECATED_LENGTH);
+constexpr char kDeprecatedText[] = MORV_BDB_DEPRECATED;  // its NUL is a part of the key
+constexpr std::string_view kDeprecatedKey = {kDeprecatedText, sizeof kDeprecatedText};
+static_assert(sizeof kDeprecatedText == MORV_BDB_DEPRECATED_LENGTH);
 
 // What becomes of an attempt to open: besides 0 and error codes.
 constexpr int kIncomplete = -1;  // to be built
