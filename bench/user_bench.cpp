@@ -23,8 +23,7 @@ std::string text_of(const Record &record) {
     return bench::text_of(Person{user.szName, user.szPassword, user.szHome, user.uid});
 }
 
-// ---- One user
-// ----------------------------------------------------------------------------------------------
+// ---- One user -------------------------------------------------------------------------------------------
 
 constexpr size_t kLongLine = 4096;
 
@@ -81,8 +80,7 @@ void add_get() {
         });
 }
 
-// ---- Through an open mirror
-// --------------------------------------------------------------------------------
+// ---- Through an open mirror -----------------------------------------------------------------------------
 
 constexpr int kGets = 100;
 
@@ -160,8 +158,7 @@ void add_mirror() {
         });
 }
 
-// ---- All users
-// ---------------------------------------------------------------------------------------------
+// ---- All users ------------------------------------------------------------------------------------------
 
 void add_enum() {
     const auto names_of_file = [](auto see) {
@@ -189,8 +186,7 @@ void add_enum() {
         .side("floor", names_of_file);
 }
 
-// ---- Building
-// ----------------------------------------------------------------------------------------------
+// ---- Building -------------------------------------------------------------------------------------------
 
 // The line of someone in a name store.
 struct NameStore {
@@ -243,8 +239,7 @@ void add_build(const char *work, const AccountRoot &root) {
         });
 }
 
-// ---- Ten times as many
-// -------------------------------------------------------------------------------------
+// ---- Ten times as many ----------------------------------------------------------------------------------
 
 void add_wide() {
     static const AccountRoot wide("wide", Mirrors::kInMemory, kDomainUsers);

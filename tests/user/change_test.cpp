@@ -410,8 +410,7 @@ TEST_F(ChangeTest, TheGroupsMirrorFollows) {
     }
 }
 
-// ---- The mirror's functions, as a caller would use them
-// -----------------------------------------------------------
+// ---- The mirror's functions, as a caller would use them -------------------------------------------------
 
 TEST_F(ChangeTest, AMirrorIsChangedDumpedAndRenamedIntoPlace) {
     ASSERT_EQ(ErrMLIBFileLock(MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB | MORV_LOCK_WRITE, 5), 0);

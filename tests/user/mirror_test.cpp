@@ -262,8 +262,7 @@ TEST(UserMirror, HandsOutTheNextFreeUid) {
     }
 }
 
-// ---- When it is built anew
-// -----------------------------------------------------------------------------------
+// ---- When it is built anew ------------------------------------------------------------------------------
 
 void put_reserved(const std::string &path, const char *key, int length, int value) {
     MORVBDB *const db = MORVBDbOpen(path.c_str(), O_RDWR, 0);

@@ -51,8 +51,7 @@ struct StorePath {
     }
 };
 
-// ---- The record of the files' state
-// ------------------------------------------------------------------------
+// ---- The record of the files' state ---------------------------------------------------------------------
 
 struct StateRecord {
     uint64_t building;
@@ -89,8 +88,7 @@ int read_number(MORVBDB *db, std::string_view key, int32_t *number) noexcept {
     return 0;
 }
 
-// ---- Opening
-// -----------------------------------------------------------------------------------------------
+// ---- Opening --------------------------------------------------------------------------------------------
 
 // A store that somebody else put there, or a link, is not used.
 bool trustworthy(const struct stat &st) noexcept {
@@ -155,8 +153,7 @@ int open_stores(const MirrorKind &kind, const char *prefix, bool all, MirrorPtr 
     return 0;
 }
 
-// ---- Looking whether it is current
-// -------------------------------------------------------------------------
+// ---- Looking whether it is current ----------------------------------------------------------------------
 
 int stat_error(int error) noexcept {
     switch (error) {
@@ -214,8 +211,7 @@ int look(const Mirror &mirror, Standing *standing) noexcept {
     return 0;
 }
 
-// ---- Building
-// ----------------------------------------------------------------------------------------------
+// ---- Building -------------------------------------------------------------------------------------------
 
 // The lock of the builders; given up when the descriptor is closed. Its file is not removed.
 int lock_builders(const MirrorKind &kind, UniqueFd *lock) noexcept {
@@ -340,8 +336,7 @@ void mark_replaced(const Mirror &mirror, const char *prefix) noexcept {
 
 }  // namespace
 
-// ---- The engine's functions
-// --------------------------------------------------------------------------------
+// ---- The engine's functions -----------------------------------------------------------------------------
 
 FileState state_of(const struct stat &st) noexcept {
     return {uint64_t(st.st_dev), uint64_t(st.st_ino), uint64_t(st.st_size), uint64_t(st.st_mtim.tv_sec),
