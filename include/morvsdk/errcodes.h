@@ -96,7 +96,7 @@ enum {
     /* without an entry in rgszErrMsg */
     ERR_READ_ONLY_FS = 0x8400,        /* the file system is mounted read-only */
     ERR_STORE_WALK_FAILED = 0x9800,   /* a walk over accounts ended before the last one */
-    ERR_PATH_NOT_ABSOLUTE = 0x9900,   /* a path that must begin with "/" does not */
+    ERR_INVALID_PATH = 0x9900,        /* a path is not of the form that it must have: absolute, for one */
     ERR_INTERRUPTED = 0xAA00,         /* a call was interrupted by a signal */
     ERR_STORE_INVALID = 0xB100,       /* the file is no sound record store */
     ERR_STORE_READ_FAILED = 0xB200,   /* a record could not be read */
@@ -104,6 +104,7 @@ enum {
     ERR_STORE_DELETE_FAILED = 0xB400, /* a record could not be removed */
     ERR_STORE_END = 0xB500,           /* a walk over the records has come to its end */
     ERR_ID_NOT_FOUND = 0xB800,        /* an account is missing in the store of the ids */
+    ERR_INVALID_ARRAY = 0xBE00,       /* a path is not "/dev/md" and a number */
 };
 
 #endif

@@ -3,15 +3,22 @@
 #define MORVSDK_MORVSDK_H
 
 #include <morvsdk/bdb.h>
+#include <morvsdk/disk.h>
 #include <morvsdk/errcodes.h>
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
+#include <morvsdk/fs.h>
 #include <morvsdk/group.h>
 #include <morvsdk/hash.h>
 #include <morvsdk/list.h>
+#include <morvsdk/lvm.h>
+#include <morvsdk/proc.h>
+#include <morvsdk/raid.h>
+#include <morvsdk/service.h>
 #include <morvsdk/share.h>
 #include <morvsdk/string.h>
 #include <morvsdk/unicode.h>
 #include <morvsdk/user.h>
+#include <morvsdk/volume.h>
 
 #endif

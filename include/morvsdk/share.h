@@ -63,7 +63,7 @@ typedef struct MORVSHARE {
  * Returns the record, to be freed with MORVShareFree; or null with
  *   ERR_BAD_PARAMETERS     spec, its name or its path is null, or a number is below 0
  *   ERR_INVALID_SHARENAME  the name is no valid share name
- *   ERR_PATH_NOT_ABSOLUTE  the path does not begin with "/"
+ *   ERR_INVALID_PATH  the path does not begin with "/"
  *   ERR_OUT_OF_MEMORY */
 MORV_API MORVSHARE *MORVShareAlloc(const MORVSHARE *spec) MORV_NOEXCEPT;
 
@@ -196,7 +196,7 @@ MORV_API int MORVShareRSectionRemove(const char *section) MORV_NOEXCEPT;
  *                          folder to be moved is such a one, "/var/services/homes" or a mount point, or
  *                          another section of the file has its path there
  *   ERR_INVALID_SHARENAME  the name is not valid, or kept for the system
- *   ERR_PATH_NOT_ABSOLUTE  the path does not begin with "/"
+ *   ERR_INVALID_PATH  the path does not begin with "/"
  *   ERR_SHARE_EXISTS       another share has the new name, or a section of the file that is no share
  *   ERR_NO_SUCH_SHARE      there is no share oldName
  *   ERR_TOO_MANY_SHARES    the limit of the model ("maxshares") is reached
@@ -229,7 +229,7 @@ MORV_API int MORVShareDelete(const char *name) MORV_NOEXCEPT;
  *
  * Returns 0, or -1 with
  *   ERR_BAD_PARAMETERS     null, or `to` lies in `from`
- *   ERR_PATH_NOT_ABSOLUTE
+ *   ERR_INVALID_PATH
  *   ERR_PATH_NOT_FOUND     there is no folder `from`
  *   ERR_FILE_EXISTS        there is something called `to`
  *   ERR_LOCK_FAILED        another process copies to `to`
@@ -245,7 +245,7 @@ MORV_API int ShareDirCopy(const char *from, const char *to) MORV_NOEXCEPT;
 
 /* Moves a folder into "@tmp" of the volume that it lies on (made for its owner alone when it is missing),
  * under its own name and ".%ld" with a unique number, and removes it there in the background.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_ABSOLUTE, ERR_PATH_NOT_FOUND, ERR_ACCESS_DENIED,
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_INVALID_PATH, ERR_PATH_NOT_FOUND, ERR_ACCESS_DENIED,
  * ERR_CREATE_FAILED, ERR_RENAME_FAILED or ERR_SYS_UNKNOWN (no process could be started; the folder is then
  * back in its place). */
 MORV_API int MORVShareMove2Tmp(const char *path) MORV_NOEXCEPT;

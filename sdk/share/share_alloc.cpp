@@ -11,7 +11,7 @@ extern "C" MORVSHARE *MORVShareAlloc(const MORVSHARE *spec) noexcept {
         return MORV_FAIL(ERR_BAD_PARAMETERS, nullptr);
     }
     if (!BlMLIBIsShareName(spec->szName)) return MORV_FAIL(ERR_INVALID_SHARENAME, nullptr);
-    if (*spec->szPath != '/') return MORV_FAIL(ERR_PATH_NOT_ABSOLUTE, nullptr);
+    if (*spec->szPath != '/') return MORV_FAIL(ERR_INVALID_PATH, nullptr);
 
     const char *const texts[] = {spec->szName,         spec->szComment,   spec->szPath,
                                  spec->szInvalidUsers, spec->szWriteList, spec->szReadList};

@@ -8,7 +8,7 @@ using namespace morv;
 
 extern "C" int ShareDirCopy(const char *from, const char *to) noexcept {
     if (!from || !to) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    if (*from != '/' || *to != '/') return MORV_FAIL(ERR_PATH_NOT_ABSOLUTE, -1);
+    if (*from != '/' || *to != '/') return MORV_FAIL(ERR_INVALID_PATH, -1);
     const int code = copy_share_folder(from, to);
     if (code == 0) return 0;
     if (code == ERR_NOT_ENOUGH_SPACE)

@@ -309,7 +309,7 @@ TEST(ShareChange, RefusesWhatCannotBeAndDoesNothing) {
         {nullptr, {"usbshare1", "/volume1/a"}, ERR_INVALID_SHARENAME},
         {nullptr, {"web", "/volume1/a"}, ERR_INVALID_SHARENAME},
         {"plans", {"satashare", "/volume1/plans"}, ERR_INVALID_SHARENAME},
-        {nullptr, {"a", "volume1/a"}, ERR_PATH_NOT_ABSOLUTE},
+        {nullptr, {"a", "volume1/a"}, ERR_INVALID_PATH},
         {nullptr, {"a", "/volume1/../etc"}, ERR_BAD_PARAMETERS},
         {nullptr, {"a", "//"}, ERR_BAD_PARAMETERS},
         {nullptr, {"a", "/volume1/a\n[b]"}, ERR_BAD_PARAMETERS},

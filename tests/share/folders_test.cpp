@@ -157,8 +157,8 @@ TEST(ShareFolders, AreRefusedWhereTheyCannotBeCopied) {
     const struct {
         std::string from, to;
         int code;
-    } cases[] = {{"from", to, ERR_PATH_NOT_ABSOLUTE},
-                 {from, "to", ERR_PATH_NOT_ABSOLUTE},
+    } cases[] = {{"from", to, ERR_INVALID_PATH},
+                 {from, "to", ERR_INVALID_PATH},
                  {root.path("missing"), to, ERR_PATH_NOT_FOUND},
                  {root.path("link"), to, ERR_PATH_NOT_FOUND},
                  {root.path("file"), to, ERR_PATH_NOT_FOUND},
@@ -178,7 +178,7 @@ TEST(ShareFolders, AreRefusedWhereTheyCannotBeCopied) {
     EXPECT_TRUE(gives(0, 0, ShareDirCopy(from.c_str(), root.path("busy").c_str())))
         << "a leftover is in the way";
     EXPECT_TRUE(refuse_nulls(-1, ShareDirCopy, ShareMove, MORVShareMove2Tmp));
-    EXPECT_TRUE(gives(-1, ERR_PATH_NOT_ABSOLUTE, MORVShareMove2Tmp("from")));
+    EXPECT_TRUE(gives(-1, ERR_INVALID_PATH, MORVShareMove2Tmp("from")));
     EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, MORVShareMove2Tmp(root.path("file").c_str())));
     EXPECT_EQ(root.names(), (std::vector<std::string>{"busy", "file", "from", "link"}));
 }

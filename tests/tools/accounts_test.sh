@@ -317,7 +317,7 @@ test_what_is_wrong_is_said_in_a_sentence() {
 3|--access none and the list with @users contradict each other|share rights books --access none --read @users
 3|the name homes is kept for the system|share add homes --path /volume1/h
 3|the name photo is that of the folder of a service|share add photo --path /volume1/p
-3|*does not begin with a slash (ERR_PATH_NOT_ABSOLUTE)|share add new --path volume1/new
+3|*does not begin with a slash (ERR_INVALID_PATH)|share add new --path volume1/new
 3|'(' is no regular expression|share list --regex (
 END
     expect_failure 3 'morvctl: the description holds a line feed: a\\nb' morvctl user set bob --description $'a\nb'

@@ -22,7 +22,7 @@ constexpr struct {
     {ERR_STORE_DELETE_FAILED, "ERR_STORE_DELETE_FAILED"},
     {ERR_STORE_END, "ERR_STORE_END"},
     {ERR_STORE_WALK_FAILED, "ERR_STORE_WALK_FAILED"},
-    {ERR_PATH_NOT_ABSOLUTE, "ERR_PATH_NOT_ABSOLUTE"},
+    {ERR_INVALID_PATH, "ERR_INVALID_PATH"},
     {ERR_ID_NOT_FOUND, "ERR_ID_NOT_FOUND"},
 };
 
@@ -44,7 +44,7 @@ Exit exit_for(int code, int reason) {
         case ERR_INVALID_USERNAME:
         case ERR_INVALID_GROUPNAME:
         case ERR_INVALID_SHARENAME:
-        case ERR_PATH_NOT_ABSOLUTE:
+        case ERR_INVALID_PATH:
             return Exit::kRefused;
         case ERR_LOCK_FAILED:
             return Exit::kLocked;
@@ -90,7 +90,7 @@ constexpr struct {
     {ERR_TOO_MANY_GROUPS, true, "maxgroups in /etc.defaults/morvinfo.conf is reached, or no gid is free"},
     {ERR_TOO_MANY_SHARES, true, "maxshares in /etc.defaults/morvinfo.conf is reached"},
     {ERR_FORMAT_ERROR, true, "a line of the account files is malformed; pwck and grpck find it"},
-    {ERR_PATH_NOT_ABSOLUTE, true, "the path does not begin with a slash"},
+    {ERR_INVALID_PATH, true, "the path does not begin with a slash"},
 };
 
 const char *code_text(int code, bool always) {

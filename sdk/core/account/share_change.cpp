@@ -62,7 +62,7 @@ int check_share(const MORVSHARE &share) {
                          share.accessType == MORV_SHARE_NO_ACCESS;
     if (!is_type || (share.browseable & ~1) || (share.ftpFlags & ~7)) return ERR_BAD_PARAMETERS;
     if (!BlMLIBIsShareName(share.szName)) return ERR_INVALID_SHARENAME;
-    if (*share.szPath != '/') return ERR_PATH_NOT_ABSOLUTE;
+    if (*share.szPath != '/') return ERR_INVALID_PATH;
     return names_folder(share.szPath) ? 0 : ERR_BAD_PARAMETERS;
 }
 
