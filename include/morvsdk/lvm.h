@@ -51,11 +51,12 @@ MORV_API int LVMVgPathEnum(MLIBSZLIST **ppList) MORV_NOEXCEPT;
 /* Maps the device of a logical volume to its group.
  *
  * device: "/dev/vg1/lv" or "/dev/mapper/vg1-lv"
- * option: 1, to the path of the group
+ * option: LVM_DEVICE_TO_VG
  * buffer: gets "/dev/vg1", of size bytes
  *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS (null, another option, no logical volume) or ERR_NOT_ENOUGH_MEMORY
  * (buffer too small). */
+enum { LVM_DEVICE_TO_VG = 1 };
 MORV_API int LVMPathSwitch(const char *device, int option, char *buffer, int size) MORV_NOEXCEPT;
 
 /* Writes "/tmp/lvm.status" anew, all groups of a list (null: none); readers see the old file or the new one.
