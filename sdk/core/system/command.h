@@ -61,8 +61,10 @@ class CommandValue {
 // The values in the order of the template; views them.
 class CommandValues {
   public:
-    CommandValues(std::initializer_list<CommandValue> values) noexcept
-        : begin_(values.begin()), end_(values.end()) {}
+    CommandValues(std::initializer_list<CommandValue> values) noexcept {
+        begin_ = values.begin();
+        end_ = values.end();
+    }
     CommandValues(const std::vector<CommandValue> &values) noexcept
         : begin_(values.data()), end_(values.data() + values.size()) {}
 
@@ -70,8 +72,8 @@ class CommandValues {
     const CommandValue *end() const noexcept { return end_; }
 
   private:
-    const CommandValue *begin_;
-    const CommandValue *end_;
+    const CommandValue *begin_ = nullptr;
+    const CommandValue *end_ = nullptr;
 };
 
 // Runs a command with its output discarded, and waits for its end; interrupts from the terminal are the
