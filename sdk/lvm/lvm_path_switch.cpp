@@ -1,9 +1,9 @@
 #include <morvsdk/lvm.h>
 
-#include "core/base/copy_text.h"
 #include "core/base/fail.h"
 #include "core/base/log.h"
 #include "core/storage/volume_name.h"
+#include "core/text/field_text.h"
 
 using namespace morv;
 
@@ -13,5 +13,5 @@ extern "C" int LVMPathSwitch(const char *device, int option, char *buffer, int s
         MORV_LOG(LOG_DEBUG, "Bad parameters");
         return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     }
-    return copy_text(buffer, size_t(size), group) ? 0 : MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
+    return copy_text({buffer, size_t(size)}, group) ? 0 : MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
 }

@@ -5,10 +5,10 @@
 #include <string.h>
 #include <sys/vfs.h>
 
-#include "core/base/copy_text.h"
 #include "core/base/log.h"
 #include "core/file/sys_path.h"
 #include "core/storage/volume_name.h"
+#include "core/text/field_text.h"
 
 namespace morv {
 

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "core/base/copy_text.h"
 #include "core/base/fail.h"
 #include "core/base/guard.h"
 #include "core/base/log.h"
@@ -14,6 +13,7 @@
 #include "core/storage/device_name.h"
 #include "core/storage/storage_view.h"
 #include "core/storage/volume_name.h"
+#include "core/text/field_text.h"
 #include "volume/unexport.h"
 
 using namespace morv;
@@ -33,7 +33,7 @@ bool has_vanished(const char *array) noexcept {
     char folder[64] = "/sys/block/";
     const size_t length = strlen(folder);
     return name.size() < sizeof folder - length && is_there("/sys/block") &&
-           copy_text(folder + length, sizeof folder - length, name) && !is_there(folder);
+           copy_text({folder + length, sizeof folder - length}, name) && !is_there(folder);
 }
 
 bool is_vanished_array(const char *path) noexcept {

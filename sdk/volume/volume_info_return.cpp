@@ -3,11 +3,11 @@
 
 #include <string_view>
 
-#include "core/base/copy_text.h"
 #include "core/base/log.h"
 #include "core/storage/device_name.h"
 #include "core/storage/file_system.h"
 #include "core/storage/volume_name.h"
+#include "core/text/field_text.h"
 #include "volume/volume_info.h"
 
 namespace morv {

@@ -1,7 +1,7 @@
-#include "core/base/copy_text.h"
 #include "core/base/fail.h"
 #include "core/base/log.h"
 #include "core/storage/volume_name.h"
+#include "core/text/field_text.h"
 
 using namespace morv;
 
@@ -11,5 +11,5 @@ extern "C" int VolumePathSwitch(const char *path, int option, char *buffer, int 
         MORV_LOG(LOG_DEBUG, "Bad parameters");
         return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     }
-    return copy_text(buffer, size_t(size), mapped) ? 0 : MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
+    return copy_text({buffer, size_t(size)}, mapped) ? 0 : MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
 }

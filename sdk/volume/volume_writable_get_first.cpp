@@ -1,8 +1,8 @@
 #include <morvsdk/volume.h>
 
-#include "core/base/copy_text.h"
 #include "core/base/fail.h"
 #include "core/base/log.h"
+#include "core/text/field_text.h"
 
 extern "C" int VolumeWritableGetFirst(const VOLUME_MOUNT *list, int mask, char *buffer, int size,
                                       VOLUME_ID *id) noexcept {
@@ -14,7 +14,7 @@ extern "C" int VolumeWritableGetFirst(const VOLUME_MOUNT *list, int mask, char *
     while (list && !(list->mounted && list->writable && (list->location & mask & kSelectable)))
         list = list->pNext;
     if (!list) return 0;
-    if (!morv::copy_text(buffer, size_t(size), list->szMountPoint))
+    if (!morv::copy_text({buffer, size_t(size)}, list->szMountPoint))
         return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, 0);
     if (id) *id = {list->number, list->location};
     return 1;

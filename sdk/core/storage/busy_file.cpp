@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "core/base/copy_text.h"
 #include "core/storage/status_file.h"
+#include "core/text/field_text.h"
 #include "core/text/fields.h"
 #include "core/text/key_lines.h"
 #include "core/text/lines.h"

@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include "core/base/bytes.h"
-#include "core/base/copy_text.h"
 #include "core/base/guard.h"
 #include "core/file/sys_path.h"
+#include "core/text/field_text.h"
 
 namespace morv {
 

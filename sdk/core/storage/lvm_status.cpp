@@ -6,12 +6,12 @@
 
 #include <algorithm>
 
-#include "core/base/copy_text.h"
 #include "core/base/guard.h"
 #include "core/file/aside.h"
 #include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
 #include "core/storage/status_file.h"
+#include "core/text/field_text.h"
 #include "core/text/key_lines.h"
 #include "core/text/lines.h"
 #include "core/text/sections.h"

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-#include "core/base/copy_text.h"
 #include "core/storage/device_name.h"
+#include "core/text/field_text.h"
 #include "core/text/fields.h"
 
 namespace morv {
@@ -91,7 +91,7 @@ bool group_of_device(std::string_view device, MappedPath &group) noexcept {
         return false;
     }
     memcpy(group, kFolder.data(), kFolder.size());
-    return copy_text(group + kFolder.size(), sizeof group - kFolder.size(), name);
+    return copy_text({group + kFolder.size(), sizeof group - kFolder.size()}, name);
 }
 
 }  // namespace morv
