@@ -15,8 +15,8 @@ using VolumePtr = std::unique_ptr<VOLUME_INFO, Releaser<VolumeInfoFree>>;
 // What a lookup answers beside error codes: a function that it called has set the error state.
 inline constexpr int kErrorIsSet = -1;
 
-// Reads a volume. `info` stays empty when there is neither a file system, nor a group, nor an array. May throw
-// std::bad_alloc.
+// Reads a volume. `info` stays empty when there is neither a file system, nor a group, nor an array. May
+// throw std::bad_alloc.
 int return_volume(StorageView &view, const char *path, VolumePtr &info);
 
 }  // namespace morv

@@ -25,7 +25,8 @@ class StorageRoot : public Base {
         tool("bin/grep", "exec grep \"$@\"");
     }
 
-    // An array of partitions 3 of the disks "sda", "sdb"..., one for each state: "in_sync", "faulty", "error"...
+    // An array of partitions 3 of the disks "sda", "sdb"..., one for each state: "in_sync", "faulty",
+    // "error"...
     void array(int number, const std::string &level, const std::vector<std::string> &states,
                int partition = 3) const {
         const std::string name = "md" + std::to_string(number), md = "sys/block/" + name + "/md/";

@@ -1,5 +1,5 @@
-// What a lookup of volumes needs of the system's files, each read once and not before it is needed, so that many
-// volumes cost little more than one, and all of them are judged by the same state.
+// What a lookup of volumes needs of the system's files, each read once and not before it is needed, so that
+// many volumes cost little more than one, and all of them are judged by the same state.
 #pragma once
 
 #include <optional>

@@ -21,8 +21,8 @@ struct Mount {
     bool has_option(std::string_view word) const noexcept;
 };
 
-// Turns the escapes of a field, "\040" for a blank, into the bytes that they stand for, in place. Answers the
-// shorter text.
+// Turns the escapes of a field, "\040" for a blank, into the bytes that they stand for, in place. Answers
+// the shorter text.
 std::string_view decode_mount_field(std::span<char> field) noexcept;
 
 // Takes a line apart and decodes its fields in place; false for one that names no mount point.
