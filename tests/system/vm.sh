@@ -2,6 +2,7 @@
 # A small machine with Debian's kernel, software RAID, LVM and disks of its own, to run one program in as root.
 #
 #   vm.sh [--disks "SIZE ..."] [--memory MIB] [--limit SECONDS] TREE PROGRAM [ARGUMENT ...]
+#   vm.sh --check                     only sees to it that there can be such a machine
 #
 # TREE is laid over the machine's root, where /bin, /sbin and /lib are links into /usr; libraries that programs in
 # it need come along. The disks are empty sparse files, /dev/sda, /dev/sdb and so on. PROGRAM finds busybox, bash,
@@ -154,8 +155,10 @@ provide_base() { # provide_base FOLDER
 disks='256M 256M 256M 256M'
 memory=384
 limit=600
+check=
 while [[ ${1-} == --* ]]; do
     case $1 in
+        --check) check=yes && shift && continue ;;
         --disks) disks=$2 ;;
         --memory) memory=$2 ;;
         --limit) limit=$2 ;;
@@ -163,9 +166,7 @@ while [[ ${1-} == --* ]]; do
     esac
     shift 2
 done
-(($# >= 2)) || broken 'usage: vm.sh [--disks "SIZE ..."] [--memory MIB] [--limit SECONDS] TREE PROGRAM [ARGUMENT ...]'
-tree=$1
-shift
+[[ $check ]] || (($# >= 2)) || broken 'usage: vm.sh [--disks "SIZE ..."] [--memory MIB] [--limit SECONDS] TREE PROGRAM [ARGUMENT ...]'
 
 [[ $(uname -m) == x86_64 ]] || skip "the machine is an x86-64 one, and this is not"
 for program in qemu-system-x86_64 cpio depmod modprobe dpkg-deb apt-get "${host_programs[@]}"; do
@@ -174,6 +175,10 @@ done
 base=$(base_folder)
 provide_base "$base" || skip "the packages of the machine cannot be had"
 
+[[ ! $check ]] || exit 0
+
+tree=$1
+shift
 run=$(mktemp -d /tmp/morv-vm.XXXXXX)
 trap 'rm -rf "$run"' EXIT
 mkdir -p "$run/tree/usr/lib" && cp -a "$tree/." "$run/tree/" || broken "$tree cannot be copied"
