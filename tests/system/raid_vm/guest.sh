@@ -10,24 +10,23 @@ failures=0
 
 section() { printf '\n== %s (%s s)\n' "$1" "$(cut -d. -f1 /proc/uptime)"; }
 passed() { checks=$((checks + 1)) && echo "ok: $1"; }
-failed() { # failed WHAT, with the details on standard input
-    checks=$((checks + 1)) && failures=$((failures + 1))
-    echo "FAILED: $1"
-    sed 's/^/    /'
+failed() { # failed WHAT DETAILS
+    checks=$((checks + 1))
+    failures=$((failures + 1))
+    printf 'FAILED: %s\n%s\n' "$1" "$(sed 's/^/    /' <<<"$2")"
 }
 expect() { # expect WHAT COMMAND...
-    local what=$1 output status
+    local what=$1 output status=0
     shift
-    output=$("$@" 2>&1) && passed "$what" && return
-    status=$?
-    printf '%s\n%s: exit status %d\n' "$output" "$*" $status | failed "$what"
+    output=$("$@" 2>&1) || status=$?
+    if ((status == 0)); then passed "$what"; else failed "$what" "$*: exit status $status"$'\n'"$output"; fi
 }
 gives() { # gives WHAT PATTERN COMMAND...: compares all that it prints
     local what=$1 expected=$2 got
     shift 2
     got=$("$@" 2>&1)
     # shellcheck disable=SC2053  # the right side is a pattern
-    if [[ $got == $expected ]]; then passed "$what"; else printf '%s\ngot:      %s\nexpected: %s\n' "$*" "$got" "$expected" | failed "$what"; fi
+    if [[ $got == $expected ]]; then passed "$what"; else failed "$what" "$*"$'\n'"got:      $got"$'\n'"expected: $expected"; fi
 }
 refused() { ! "$@"; }
 same() { [[ $1 == "$2" ]] || { printf 'got:      %s\nexpected: %s\n' "$1" "$2"; return 1; }; }
@@ -44,7 +43,10 @@ within() { # within SECONDS COMMAND...: it becomes true
 
 raid() { morvctl raid "$@" --yes; }
 volume() { morvctl volume "$@"; }
-must() { "$@" >/tmp/output 2>&1 || { printf '%s\n' "$(cat /tmp/output)" | failed "$*"; }; } # what is not under test
+must() { # must COMMAND...: what is not under test
+    local output
+    output=$("$@" 2>&1) || failed "$*" "$output"
+}
 metadata() { echo "CREATE metadata=$1" >/etc/mdadm.conf; }
 speed_limit() { # speed_limit KIB_PER_SECOND ARRAY...
     local array
@@ -54,8 +56,11 @@ speed_limit() { # speed_limit KIB_PER_SECOND ARRAY...
 }
 idle() { ! grep -qvx idle "/sys/block/${1#/dev/}/md/sync_action" 2>/dev/null && ! grep -A3 "^${1#/dev/} :" /proc/mdstat | grep -qE '(resync|recovery|reshape) *='; }
 settled() { must within 60 idle "$1"; }
-fail_member() { mdadm -q "$1" -f "$2" 2>/dev/null; } # busy, it says of one too many, and has failed it
-faulty() { grep -q faulty "/sys/block/${1#/dev/}/md/dev-${2#/dev/}/state"; }
+faulty() { grep -qs faulty "/sys/block/${1#/dev/}/md/dev-${2#/dev/}/state"; }
+break_member() { # break_member ARRAY DEVICE; of one too many mdadm says that it is busy, and has failed it
+    mdadm -q "$1" -f "$2" 2>/dev/null
+    must within 10 faulty "$1" "$2"
+}
 take_out() { must within 10 eval "mdadm -q $1 --remove $2 2>/dev/null"; } # busy for a moment after a fault
 no_superblock() { [[ -z $(mdadm -E -b "$1" 2>&1) ]]; }
 on_disk() { mdadm -E -b "$1" | sed -n 's/.*UUID=\([^ ]*\).*/\1/p'; }
@@ -87,10 +92,11 @@ agrees_with_mdadm() { # agrees_with_mdadm ARRAY
 
 prepare() {
     local disk
+    mkdir -p /mnt
     hostname nas
     metadata 0.90
     for disk in a b c d; do
-        printf 'label: dos\n,8M,fd\n,8M,fd\n,100M,fd\n,8M,fd\n' | must sfdisk -q /dev/sd$disk
+        must sfdisk -q /dev/sd$disk <<<$'label: dos\n,8M,fd\n,8M,fd\n,64M,fd\n,8M,fd'
     done
 }
 
@@ -167,8 +173,7 @@ rebuild() {
     gives "the spare waits" "raid5 normal 3 slots, rebuild none: *=spare*" probe array /dev/md2
     expect "it is as mdadm says" agrees_with_mdadm /dev/md2
     speed_limit 6000 /dev/md2
-    fail_member /dev/md2 /dev/sda3
-    within 10 faulty /dev/md2 /dev/sda3
+    break_member /dev/md2 /dev/sda3
     gives "the spare is being rebuilt" "raid5 degraded 3 slots, rebuild *: *=rebuilding *sda3=faulty" probe array /dev/md2
     expect "it is as mdadm says" agrees_with_mdadm /dev/md2
     expect "the rebuild is seen to run" within 30 progressing /dev/md2
@@ -181,7 +186,8 @@ rebuild() {
     expect "it goes on" test "$(cut -d' ' -f2 <<<"$before")" -lt "$(cut -d' ' -f2 <<<"$after")"
     gives "its disks are known to be used" 1 probe used-disk /dev/sda
     speed_limit 200000 /dev/md2
-    expect "morvctl follows it to its end" wait $watcher
+    wait $watcher
+    gives "morvctl follows it to its end" 0 echo $?
     settled /dev/md2
     gives "then it is whole" "raid5 normal 3 slots, rebuild none: *sda3=faulty" probe array /dev/md2
     take_out /dev/md2 /dev/sda3
@@ -201,11 +207,9 @@ rebuild() {
     expect "and as large as mdadm says" agrees_with_mdadm /dev/md2
 
     section "More members fail than it can do without"
-    fail_member /dev/md2 /dev/sdc3
-    within 10 faulty /dev/md2 /dev/sdc3
+    break_member /dev/md2 /dev/sdc3
     gives "one, and it is degraded" "raid5 degraded 4 slots, rebuild none: *sdc3=faulty*" probe array /dev/md2
-    fail_member /dev/md2 /dev/sdb3
-    within 10 faulty /dev/md2 /dev/sdb3
+    break_member /dev/md2 /dev/sdb3
     gives "two, and it is crashed" "raid5 crashed 4 slots, rebuild none: *sdc3=faulty sdb3=faulty*" probe array /dev/md2
     expect "mdadm says so too" grep -q FAILED <(mdadm -D /dev/md2)
     gives "nothing can be added then" "-1 ERR_SYS_UNKNOWN" probe add /dev/md2 /dev/sdb4
@@ -213,11 +217,10 @@ rebuild() {
     forget /dev/md2 /dev/sd[abcd]3
 
     must mdadm -q -C /dev/md2 -amd -R -l6 -n4 --assume-clean /dev/sd[abcd]3
-    fail_member /dev/md2 /dev/sda3 && fail_member /dev/md2 /dev/sdb3
-    within 10 faulty /dev/md2 /dev/sdb3
+    break_member /dev/md2 /dev/sda3
+    break_member /dev/md2 /dev/sdb3
     gives "a raid6 does without two" "raid6 degraded 4 slots, rebuild none: *" probe array /dev/md2
-    fail_member /dev/md2 /dev/sdc3
-    within 10 faulty /dev/md2 /dev/sdc3
+    break_member /dev/md2 /dev/sdc3
     gives "but not without three" "raid6 crashed 4 slots, rebuild none: *" probe array /dev/md2
     forget /dev/md2 /dev/sd[abcd]3
 
@@ -309,20 +312,36 @@ scan_both() { # scan_both METADATA
 
 table() { sfdisk -d "$1" | grep -o '^/dev.*' | tr -s ' '; }
 known() { # known DISK NUMBER...: whether the kernel has just these partitions
-    same "$(cd "/sys/block/${1#/dev/}" && echo "${1#/dev/}"[0-9]*)" "$(printf "${1#/dev/}%s " "${@:2}" | sed 's/ $//')"
+    same "$(sed -n "s/.* ${1#/dev/}\([0-9]\)$/\1/p" /proc/partitions | xargs)" "${*:2}"
 }
 starts_at() { cat "/sys/block/${1:5:3}/${1#/dev/}/start"; }
+
+first_disk() {
+    section "A disk for a system without arrays"
+    gives "it gets the system partitions" 0 probe partition-create /dev/sdg 1
+    gives "and the one for data" 0 probe partition-create /dev/sdg 2
+    expect "the kernel knows them at once" known /dev/sdg 1 2 3
+    expect "and the devices are there" test -b /dev/sdg1 -a -b /dev/sdg2 -a -b /dev/sdg3
+    gives "the data lies behind the larger reserve" 2 probe layout /dev/sdg3
+    gives "and ends with the disk" "$(cat /sys/block/sdg/size)" eval 'echo $(($(starts_at /dev/sdg3) + $(probe sectors /dev/sdg3)))'
+    expect "it is aligned" test $(($(starts_at /dev/sdg1) % 2048 + $(starts_at /dev/sdg2) % 2048 + $(starts_at /dev/sdg3) % 2048)) = 0
+    must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdg3
+    gives "who takes its place must have the reserve, too" "$(($(probe sizes /dev/md2 | cut -d' ' -f3) * 1024 + 3216084480 + 65536))" \
+        probe required /dev/md2
+    forget /dev/md2 /dev/sdg3
+}
 
 new_disks() {
     local before
     section "A new disk"
+    # With what it was used for before.
+    must sfdisk -q /dev/sde <<<$'label: gpt\n,1G\n,1G'
+    must mke2fs -q -F /dev/sde2
     gives "it is made one of the appliance's" 0 probe disk-init /dev/sde 1
     expect "it has three partitions at once" known /dev/sde 1 2 3
-    expect "the devices are there" test -b /dev/sde1 -a -b /dev/sde2 -a -b /dev/sde3
-    gives "the data begins behind the larger reserve" 6281415 starts_at /dev/sde3
-    gives "and ends with the disk" "$(cat /sys/block/sde/size)" eval 'echo $(($(starts_at /dev/sde3) + $(probe sectors /dev/sde3)))'
-    gives "which is the second layout" 2 probe layout /dev/sde3
-    gives "as that of the small disks is the first" 1 probe layout /dev/sda
+    gives "where the other disks have them" "$(starts_at /dev/sda1) $(starts_at /dev/sda2) $(starts_at /dev/sda3)" \
+        eval 'echo $(starts_at /dev/sde1) $(starts_at /dev/sde2) $(starts_at /dev/sde3)'
+    gives "which is the smaller reserve" 1 probe layout /dev/sde
     gives "it serves both system arrays" healthy probe system-disk /dev/sde
     gives "the first has it as a spare" "raid1 normal 4 slots, rebuild none: *sde1=spare*" probe array /dev/md0
     before=$(table /dev/sde)
@@ -354,10 +373,19 @@ new_disks() {
     gives "as it was" "$before" table /dev/sde
 
     section "A disk that leaves"
-    must probe disk-init /dev/sdg 1
+    gives "an array has its data" 0 probe disk-init /dev/sdg 1
     must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdg3
-    gives "is busy with its data" "-1 ERR_DEVICE_BUSY" probe partition-clean /dev/sdg 2
+    gives "it is busy" "-1 ERR_DEVICE_BUSY" probe partition-clean /dev/sdg 2
     must mdadm -q -S /dev/md2
+    must mke2fs -q -F /dev/sdg3
+    must mount /dev/sdg3 /mnt
+    gives "with a file system, too" "-1 ERR_DEVICE_BUSY" probe partition-clean /dev/sdg 2
+    must umount /mnt
+    must pvcreate -q -y -ff /dev/sdg3
+    must vgcreate -q vg7 /dev/sdg3
+    must lvcreate -q -n lv -L 16M vg7
+    gives "and with a logical volume" "-1 ERR_DEVICE_BUSY" probe partition-clean /dev/sdg 2
+    must vgremove -q -f vg7
     for array in md0 md1; do
         take_out /dev/$array "/dev/sdg$((${array#md} + 1))"
     done
@@ -381,7 +409,7 @@ growing() {
     rm /tmp/volume.1
     most=$((($(probe sectors /dev/sde3) / 128 * 128 - 128) / 2))
     gives "without it, it can" "to $most" probe expansible /dev/md2
-    gives "a member needs the room of the layout" $((1073741824 + 3216084480 + 65536)) probe required /dev/md2
+    gives "a member needs the room of the layout" $((1073741824 + 1348945920 + 65536)) probe required /dev/md2
     gives "it does not shrink" "-1 ERR_BAD_PARAMETERS" probe expand /dev/md2 1048575
     gives "not by a bit" "2 1073741824 1048576 -1" probe sizes /dev/md2
     expect "morvctl lets it grow" raid expand /dev/md2
@@ -422,8 +450,7 @@ volumes_on_arrays() {
 
     section "A volume on a degraded array"
     echo "Dear all" >/volume1/letter && sync
-    fail_member /dev/md2 /dev/sda3
-    within 10 faulty /dev/md2 /dev/sda3
+    break_member /dev/md2 /dev/sda3
     gives "can be written to" "/volume1 raid on /dev/md2 state 1, flags 16, writable, arrays md2" probe volume /volume1
     expect "morvctl calls it degraded" grep -qi degraded <(volume health /volume1 2>&1)
     take_out /dev/md2 /dev/sda3
@@ -432,8 +459,7 @@ volumes_on_arrays() {
     gives "it becomes healthy again" "/volume1 raid on /dev/md2 state 1, flags 0, writable, arrays md2" probe volume /volume1
 
     section "A disk that fails the system"
-    fail_member /dev/md1 /dev/sdb2
-    within 10 faulty /dev/md1 /dev/sdb2
+    break_member /dev/md1 /dev/sdb2
     gives "needs repair" "needs repair" probe system-disk /dev/sdb
     gives "which is told of the volume" "/volume1 raid on /dev/md2 state 1, flags 64, writable, arrays md2" probe volume /volume1
     take_out /dev/md1 /dev/sdb2
@@ -478,8 +504,7 @@ volumes_on_arrays() {
     mkdir -p /usr/morv/etc/rc.d
     printf '#!/bin/sh\necho "$1" >>/tmp/services\n' >/usr/morv/etc/rc.d/S50witness.sh
     chmod 755 /usr/morv/etc/rc.d/S50witness.sh
-    fail_member /dev/md2 /dev/sda3
-    within 10 faulty /dev/md2 /dev/sda3
+    break_member /dev/md2 /dev/sda3
     gives "the library mounts it anew" 0 probe remount-crashed /dev/md2
     expect "it can only be read" reads_only /volume1
     gives "while the services were stopped" $'stop\nstart' called
@@ -490,8 +515,7 @@ volumes_on_arrays() {
     must mount -o remount,rw /dev/md2 /volume1
 
     section "A volume on a crashed array"
-    fail_member /dev/md2 /dev/sdb3
-    within 10 faulty /dev/md2 /dev/sdb3
+    break_member /dev/md2 /dev/sdb3
     gives "cannot be written to" "/volume1 raid on /dev/md2 state *, flags 3[24], not writable, arrays md2" probe volume /volume1
     # This kernel must write to a file system before it lets go of writing.
     gives "when mount fails, that is told" "-1 ERR_SYS_UNKNOWN" probe remount-crashed /dev/md2
@@ -524,8 +548,7 @@ volumes_on_groups() {
         probe volume /volume1
     gives "it is one volume, not three" "/volume1 lvm *
 1 volumes, 1 internal" probe volumes
-    fail_member /dev/md3 /dev/sdc3
-    within 10 faulty /dev/md3 /dev/sdc3
+    break_member /dev/md3 /dev/sdc3
     gives "one of its arrays is degraded" "/volume1 lvm *, flags 16, writable, *" probe volume /volume1
     must probe unmount /volume1
     must vgchange -q -an vg1
@@ -564,6 +587,7 @@ speed() {
 }
 
 prepare
+first_disk
 system_arrays
 every_level
 rebuild

@@ -441,7 +441,7 @@ static int compare(const char *what, int (*call)(void), char **command, int time
     if (!ours) return 2;
     for (int i = 0; i < times; ++i) {
         const double begin = now();
-        if (call() != 0) return plain(-1);
+        if (call() != 0) return plain(-1) + 1;
         const double middle = now();
         if (run(command) != 0) {
             printf("%s failed\n", command[0]);
