@@ -8,7 +8,7 @@
 set -euo pipefail
 
 source_dir=$1
-build=$2
+build=$(realpath -m "$2")
 scratch=$(mktemp -d /tmp/morv-install.XXXXXX)
 trap 'rm -rf "$scratch"' EXIT
 failures=0

@@ -8,7 +8,7 @@
 set -euo pipefail
 
 source_dir=$(readlink -f "$1")
-build=$2
+build=$(realpath -m "$2")
 here=$source_dir/tests/system
 scratch=$(mktemp -d /tmp/morv-raid-vm.XXXXXX)
 trap 'rm -rf "$scratch"' EXIT
@@ -34,5 +34,6 @@ cp "$prefix/bin/morvctl" "$prefix/bin/get_key_value" "$tree/usr/bin/"
 cp -P "$prefix"/lib/libmorvsdk.so.* "$tree/usr/lib/"
 read -ra flags < <(PKG_CONFIG_PATH=$prefix/lib/pkgconfig pkg-config --cflags --libs morvsdk)
 cc -std=c11 -O2 -Wall -Wextra -Werror -D_DEFAULT_SOURCE "$here/raid_vm/probe.c" -o "$tree/usr/bin/probe" "${flags[@]}"
+strip "$tree"/usr/bin/{morvctl,get_key_value,probe} "$tree"/usr/lib/libmorvsdk.so.*.*
 
 "$here/vm.sh" --disks "160M 160M 160M 160M 5G 5G 5G" --limit 600 "$tree" /usr/bin/guest.sh

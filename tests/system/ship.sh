@@ -3,7 +3,7 @@
 # shellcheck shell=bash
 
 ship() { # ship SOURCE BUILD PREFIX
-    flock "$2.lock" bash -euc '
+    mkdir -p "${2%/*}" && flock "$2.lock" bash -euc '
         cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMORV_TESTS=OFF \
             -DCMAKE_INSTALL_PREFIX=/usr/local -DCMAKE_INSTALL_LIBDIR=lib
         cmake --build "$2"

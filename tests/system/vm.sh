@@ -71,8 +71,12 @@ done
 stty -F /dev/ttyS1 -opost
 stty -F /dev/ttyS2 -opost
 cd /root
-/bin/bash /program </dev/null >/dev/ttyS1 2>&1
-echo "status $?" >/dev/ttyS2
+if [ -e /complete ]; then
+    /bin/bash /program </dev/null >/dev/ttyS1 2>&1
+    echo "status $?" >/dev/ttyS2
+else
+    echo "the machine's memory is too small for all that is to be in it" >/dev/ttyS1
+fi
 sync
 poweroff -f
 INIT
@@ -153,7 +157,7 @@ provide_base() { # provide_base FOLDER
 # ---- One run -------------------------------------------------------------------------------------------------------
 
 disks='256M 256M 256M 256M'
-memory=384
+memory=512
 limit=600
 check=
 while [[ ${1-} == --* ]]; do
@@ -185,7 +189,8 @@ mkdir -p "$run/tree/usr/lib" && cp -a "$tree/." "$run/tree/" || broken "$tree ca
 mapfile -t programs < <(find "$run/tree" -type f -exec sh -c 'head -c 4 "$1" | grep -q ELF' sh {} \; -print)
 ((${#programs[@]} == 0)) || add_libraries "$run/tree" "$run/tree/usr/lib" "${programs[@]}" || broken "a library is missing"
 printf '%q ' exec "$@" >"$run/tree/program"
-{ cat "$base/base.cpio" && archive "$run/tree"; } >"$run/initrd" || broken "the archive cannot be written"
+touch "$run/complete"  # comes last
+{ cat "$base/base.cpio" && archive "$run/tree" && (cd "$run" && echo complete | cpio --quiet -o -H newc); } >"$run/initrd" || broken "the archive cannot be written"
 
 devices=(-device virtio-scsi-pci,id=scsi)
 count=0

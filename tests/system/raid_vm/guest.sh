@@ -435,7 +435,7 @@ volumes_on_arrays() {
 1 volumes, 1 internal" probe volumes
     gives "as not mounted" "not mounted" probe mounted 1
     make_file_system /dev/md2
-    expect "morvctl mounts it" volume mount /dev/md2 /volume1 --yes
+    expect "morvctl mounts it" volume mount /dev/md2 /volume1
     gives "with quotas" "rw,*usrquota,grpquota*" mounted_options /volume1
     gives "it is healthy" "/volume1 raid on /dev/md2 state 1, flags 0, writable, arrays md2" probe volume /volume1
     gives "there is room" "/dev/md2 /volume1 writable with room" probe mounted 1
@@ -508,7 +508,7 @@ volumes_on_arrays() {
     gives "the library mounts it anew" 0 probe remount-crashed /dev/md2
     expect "it can only be read" reads_only /volume1
     gives "while the services were stopped" $'stop\nstart' called
-    gives "twice is once too often" "-1 ERR_READ_ONLY_FS" probe remount-crashed /dev/md2
+    gives "twice is once too often" "-1 0x8400" probe remount-crashed /dev/md2
     gives "services are left alone then" "" called
     gives "what cannot be written is not the first to write to" 0 probe first-writable 1
     gives "there is room" "/dev/md2 /volume1 read-only with room" probe mounted 1
@@ -520,7 +520,7 @@ volumes_on_arrays() {
     # This kernel must write to a file system before it lets go of writing.
     gives "when mount fails, that is told" "-1 ERR_SYS_UNKNOWN" probe remount-crashed /dev/md2
     gives "and services run again" $'stop\nstart' called
-    expect "morvctl unmounts it" volume umount /volume1 --yes
+    expect "morvctl unmounts it" volume umount /volume1
     gives "then it is crashed and not mounted" "/volume1 raid, flags 33, not writable, arrays md2" probe volume /volume1
     gives "mounting it fails" "-1 ERR_SYS_UNKNOWN" probe mount /dev/md2 /volume1
     forget /dev/md2 /dev/sd[abc]3
@@ -535,15 +535,15 @@ volumes_on_groups() {
     must mdadm -q -C /dev/md3 -amd -R -l1 -n2 --assume-clean /dev/sdb3 /dev/sdc3
     must mdadm -q -C /dev/md101 -amd -R -l1 -f -n1 /dev/sdd3
     for array in md2 md3 md101; do
-        must pvcreate -q /dev/$array
+        must pvcreate -q -y /dev/$array
     done
     must vgcreate -q vg1 /dev/md2 /dev/md3 /dev/md101
     must lvcreate -q -n lv -l 100%FREE vg1
-    expect "morvctl writes down what LVM says" volume lvm-refresh --yes
+    expect "morvctl writes down what LVM says" volume lvm-refresh
     gives "a volume that is not mounted is known by its group" \
         "/volume1 lvm, flags 1, not writable, arrays *, group /dev/vg1 /dev/md2=0 /dev/md3=0 /dev/md101=0" probe volume /volume1
     make_file_system /dev/vg1/lv
-    expect "morvctl mounts it" volume mount /dev/vg1/lv /volume1 --yes
+    expect "morvctl mounts it" volume mount /dev/vg1/lv /volume1
     gives "it is healthy" "/volume1 lvm on /dev/mapper/vg1-lv state 1, flags 0, writable, arrays md2 *, group /dev/vg1 *" \
         probe volume /volume1
     gives "it is one volume, not three" "/volume1 lvm *
@@ -555,14 +555,14 @@ volumes_on_groups() {
 
     section "An array of the group is missing"
     must mdadm -q -S /dev/md3
-    expect "morvctl writes it down" volume lvm-refresh --yes
+    expect "morvctl writes it down" volume lvm-refresh
     gives "an internal one" "/volume1 lvm, flags 5, not writable, arrays *, group /dev/vg1 *" probe volume /volume1
     must mdadm -q -S /dev/md101
-    expect "morvctl writes it down" volume lvm-refresh --yes
+    expect "morvctl writes it down" volume lvm-refresh
     gives "and one of an enclosure" "/volume1 lvm, flags 13, not writable, *" probe volume /volume1
     must mdadm -q -A /dev/md3 /dev/sdb3 /dev/sdc3
     must mdadm -q -A /dev/md101 /dev/sdd3
-    expect "they come back" volume lvm-refresh --yes
+    expect "they come back" volume lvm-refresh
     gives "and the group is whole" "/volume1 lvm, flags [01]*, not writable, *" probe volume /volume1
     must vgchange -q -ay vg1
     must probe mount /dev/vg1/lv /volume1

@@ -1,5 +1,5 @@
 /* Calls the storage functions of the library, one per run, and prints what they answer as one line a thing, for
- * a script to compare. A failure is printed as its number and the name of its code: "-1 ERR_DEVICE_BUSY". */
+ * a script to compare. A failure is printed as its number and its code: "-1 ERR_DEVICE_BUSY". */
 #include <fcntl.h>
 #include <morvsdk/disk.h>
 #include <morvsdk/error.h>
@@ -20,10 +20,13 @@ static const char *const kStatus[] = {"?", "normal", "degraded", "crashed"};
 static const char *const kMember[] = {"sync", "faulty", "error", "rebuilding", "spare"};
 static const char *const kRebuild[] = {"none", "running", "pending"};
 
+/* The name of the error, or its number when the table has no name for it. */
 static const char *error_name(void) {
-    const int index = MLIBErrGet() >> 8;
-    if (MLIBErrGet() == ERR_INVALID_ARRAY) return "ERR_INVALID_ARRAY";
-    return index >= 0 && index < errNum && rgszErrMsg[index] ? rgszErrMsg[index] : "unnamed";
+    static char number[16];
+    const int code = MLIBErrGet(), index = code >> 8;
+    if (index >= 0 && index < errNum && rgszErrMsg[index]) return rgszErrMsg[index];
+    snprintf(number, sizeof number, "0x%04X", (unsigned)code);
+    return number;
 }
 
 /* Prints a result that nothing belongs to. */
