@@ -138,11 +138,9 @@ MORV_API int RAIDInfoGet(const char *path, RAID_INFO **ppInfo) MORV_NOEXCEPT;
 /* Frees a record and its members; null is ignored. */
 MORV_API void RAIDInfoFree(RAID_INFO *pInfo) MORV_NOEXCEPT;
 
-/* Asks the kernel for an open array's description, its size in bytes, and its resync.
- *
- * words: is a resync active (not 0); how much is done (0 while that is not known), and of how much.
- *        A kernel without this call is asked through "/sys/block/mdN/md/sync_action" and "sync_completed":
- *        the last two are then sectors, both halved until they fit.
+/* Asks the kernel for an open array's description, its size in bytes, and its resync. A kernel that cannot
+ * tell of the resync is asked through "/sys/block/mdN/md/sync_action" and "sync_completed": progress is in
+ * sectors then, both numbers halved until they fit.
  *
  * Return 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (there is no such array any more),
  * ERR_UNKNOWN. */
@@ -185,9 +183,9 @@ MORV_API int RAIDDiskListSearch(RAID_DISK *pDisks, const char *path, RAID_DISK *
 MORV_API int RAIDStatusDecide(const mdu_array_info_t *pArray, const RAID_DISK *pDisks,
                               int32_t *pStatus) MORV_NOEXCEPT;
 
-/* Pushes the paths of all arrays that the kernel runs onto a list, which may move; sorted by bytes.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, the codes of RAIDIsDetected, ERR_UNKNOWN (the listing of
- * "/sys/block"), ERR_OUT_OF_MEMORY. */
+/* Pushes the paths of all arrays that run, as RAIDIsDetected tells, onto a list, which may move; sorted by
+ * bytes. Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_UNKNOWN ("/sys/block" cannot be listed) or
+ * ERR_OUT_OF_MEMORY. */
 MORV_API int RAIDPathEnum(MLIBSZLIST **ppList) MORV_NOEXCEPT;
 
 /* Answers 1 when an array runs, 0 when not, -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_UNKNOWN. */

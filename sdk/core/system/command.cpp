@@ -271,6 +271,23 @@ void report_code(int fd, int code) noexcept {
     _exit(code == 0 ? 0 : 1);
 }
 
+constexpr const char *kToolFolders[] = {"/sbin/", "/bin/", "/usr/sbin/", "/usr/bin/"};
+
+// The folder below the system root that a tool named without one is taken from. The machine's own tools are
+// no stand-in: they would work on the machine.
+std::string folder_of_tool(const char *name) {
+    const std::string_view tool(name, strcspn(name, " \t|&;(<>\n"));
+    for (const char *const folder : kToolFolders) {
+        std::string path = SysPath(folder).c_str();
+        const size_t folder_size = path.size();
+        path.append(tool);
+        if (access(path.c_str(), X_OK) != 0) continue;
+        path.resize(folder_size);
+        return path;
+    }
+    return SysPath(kToolFolders[0]).c_str();
+}
+
 }  // namespace
 
 int command_detail::fill(std::string &command, const char *format, CommandValues values) {
@@ -292,10 +309,12 @@ int command_detail::fill(std::string &command, const char *format, CommandValues
         if (strchr(" \t|&;(\n", *at)) {
             command.push_back(*at);
             at_word = true;
-            if (*at != ' ' && *at != '\t') at_tool = true;
+            const bool is_redirection = *at == '&' && at > format && at[-1] == '>';
+            if (*at != ' ' && *at != '\t' && !is_redirection) at_tool = true;
             continue;
         }
-        if (at_tool && *at == '/' && *root.c_str()) append_word(command, root.c_str());
+        if (at_tool && *root.c_str() && *at != '%')
+            append_word(command, *at == '/' ? root.c_str() : folder_of_tool(at).c_str());
         at_tool = false;
         if (*at != '%') {
             command.push_back(*at);
@@ -319,6 +338,11 @@ int command_detail::fill(std::string &command, const char *format, CommandValues
         at_word = false;
     }
     return !quote && value == values.end() ? 0 : ERR_BAD_PARAMETERS;
+}
+
+std::string command_text(const char *format, CommandValues values) {
+    std::string command;
+    return command_detail::fill(command, format, values) == 0 ? command : format;
 }
 
 int run_tool(const char *format, CommandValues values, int *status) noexcept {

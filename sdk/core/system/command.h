@@ -10,8 +10,8 @@
 //     %d %u and %ld %lu ...  an integer
 //     %%                     a per cent sign
 //
-// Names of tools are absolute and are looked for below the system root; so are those behind "|", "&", ";"
-// and "(". Paths among the arguments are used as they are given: those of the library's own have passed
+// Names of tools are looked for below the system root, and so are those behind "|", "&", ";" and "("; with a
+// root, one without a folder is the first of its name in the folders of the search path there. Paths among the arguments are used as they are given: those of the library's own have passed
 // through SysPath before.
 //
 // Tools do not depend on who calls the library: their environment is a search path, the locale "C" and the
@@ -30,6 +30,7 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace morv {
 
@@ -57,7 +58,23 @@ class CommandValue {
     bool is_number_ = false;
 };
 
-using CommandValues = std::initializer_list<CommandValue>;
+// The values in the order of the template; views them.
+class CommandValues {
+  public:
+    CommandValues(std::initializer_list<CommandValue> values) noexcept {
+        begin_ = values.begin();
+        end_ = values.end();
+    }
+    CommandValues(const std::vector<CommandValue> &values) noexcept
+        : begin_(values.data()), end_(values.data() + values.size()) {}
+
+    const CommandValue *begin() const noexcept { return begin_; }
+    const CommandValue *end() const noexcept { return end_; }
+
+  private:
+    const CommandValue *begin_ = nullptr;
+    const CommandValue *end_ = nullptr;
+};
 
 // Runs a command with its output discarded, and waits for its end; interrupts from the terminal are the
 // tool's meanwhile, as with system(3). status: null, or what gets the exit status (128 and the number for
@@ -70,6 +87,10 @@ int run_tool(const char *format, CommandValues values, int *status = nullptr) no
 inline constexpr size_t kMostOutput = size_t{64} << 20;
 int capture_tool(std::string &output, const char *format, CommandValues values, int *status = nullptr,
                  size_t limit = kMostOutput) noexcept;
+
+// What the shell would get, for the log; the template alone where its values cannot be used. May throw
+// std::bad_alloc.
+std::string command_text(const char *format, CommandValues values);
 
 // Work for a process of its own.
 struct BackgroundJob {

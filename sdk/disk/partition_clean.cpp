@@ -1,0 +1,47 @@
+#include <morvsdk/disk.h>
+
+#include "core/base/log.h"
+#include "core/base/no_throw.h"
+#include "core/file/sys_path.h"
+#include "core/storage/disk_layout.h"
+#include "core/storage/partition_table.h"
+#include "core/system/command.h"
+
+using namespace morv;
+
+static bool is_wanted(const Partition &partition, int kinds) {
+    if (kinds == PARTITION_ALL) return true;
+    return (partition.number == kDataPartition ? PARTITION_DATA : PARTITION_SYSTEM) == kinds &&
+           partition.number <= kDataPartition;
+}
+
+static int clean(const char *device, int kinds) {
+    Disk disk;
+    if (const int code = read_disk(device, disk)) return code;
+    if (disk.device != device) return ERR_BAD_PARAMETERS;
+    std::vector<Partition> partitions;
+    for (const Partition &partition : disk.partitions) {
+        if (is_wanted(partition, kinds)) partitions.push_back(partition);
+    }
+    // All are looked at before the first is touched.
+    for (const Partition &partition : partitions) {
+        if (const int code = check_unused(partition.device)) return code;
+    }
+    for (const Partition &partition : partitions) {
+        // Most hold none, which mdadm does not call a failure.
+        const std::string path = SysPath(partition.device.c_str()).c_str();
+        if (run_tool("/sbin/mdadm --zero-superblock %s > /dev/null 2>&1", {path}) != 0)
+            MORV_LOG(LOG_ERR, "Failed to zero RAID superblock '%s'", partition.device.c_str());
+    }
+    return partitions.empty() ? 0 : remove_partitions(disk, partitions);
+}
+
+extern "C" int PartitionClean(const char *disk, int kinds) noexcept {
+    if (!disk || kinds < PARTITION_SYSTEM || kinds > PARTITION_ALL) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    const int code = no_throw([&] { return clean(disk, kinds); });
+    if (code) {
+        MORV_LOG(LOG_ERR, "Failed to remove partitions of %s, errno=%m", disk);
+        return MORV_FAIL(code, -1);
+    }
+    return 0;
+}

@@ -1,0 +1,45 @@
+#include <errno.h>
+#include <morvsdk/error.h>
+#include <morvsdk/raid.h>
+
+#include "core/base/guard.h"
+#include "core/base/log.h"
+#include "core/base/no_throw.h"
+#include "core/storage/device_name.h"
+#include "core/system/sysfs.h"
+
+using namespace morv;
+
+using DisksPtr = std::unique_ptr<RAID_DISK, Releaser<RAIDDiskListFree>>;
+
+static int read_disks(int32_t number, DisksPtr &disks) {
+    const std::string folder = "/sys/block/md" + std::to_string(number) + "/md";
+    std::vector<std::string> names;
+    if (const int code = list_names(folder.c_str(), "dev-", names)) {
+        MORV_LOG(LOG_DEBUG, "Failed to list %s, errno=%m", folder.c_str());
+        return MORV_FAIL(code, code);
+    }
+    for (const std::string &name : names) {
+        RAID_DISK *const disk = RAIDDiskCreate((folder + "/" + name).c_str());
+        if (!disk) return MLIBErrGet();
+        RAID_DISK *head = disks.release();
+        RAIDDiskListPush(&head, disk);
+        disks.reset(head);
+    }
+    return 0;
+}
+
+extern "C" int RAIDDiskListGet(const char *path, RAID_DISK **ppDisks) noexcept {
+    if (!path || !ppDisks) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    int32_t number;
+    if (!array_number(path, number)) {
+        MORV_LOG(LOG_DEBUG, "invalide path %s, errno=%m", path);
+        return MORV_FAIL(ERR_INVALID_ARRAY, -1);
+    }
+    DisksPtr disks;
+    const int code = no_throw([&] { return read_disks(number, disks); });
+    if (code == ERR_OUT_OF_MEMORY) return MORV_FAIL(code, -1);
+    if (code) return -1;
+    *ppDisks = disks.release();
+    return 0;
+}

@@ -1,0 +1,14 @@
+#include <morvsdk/raid.h>
+#include <string.h>
+
+#include "core/base/fail.h"
+
+extern "C" int RAIDDiskListSearch(RAID_DISK *pDisks, const char *path, RAID_DISK **ppDisk) noexcept {
+    if (!path) return MORV_FAIL(ERR_BAD_PARAMETERS, 0);
+    for (RAID_DISK *disk = pDisks; disk; disk = disk->pNext) {
+        if (strcmp(disk->szPath, path) != 0) continue;
+        if (ppDisk) *ppDisk = disk;
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,5 @@
+#include <morvsdk/raid.h>
+
+extern "C" void RAIDSBEnumFree(RAID_SB_LIST *pList) noexcept {
+    RAIDScanFree(pList);
+}

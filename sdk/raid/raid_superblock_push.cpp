@@ -1,0 +1,15 @@
+#include <morvsdk/raid.h>
+#include <stdlib.h>
+
+#include "core/base/fail.h"
+
+extern "C" int RAIDSBPush(RAID_SB_LIST **ppList, RAID_SB *pSB) noexcept {
+    if (!ppList || !pSB) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    RAID_SB_LIST *const node = static_cast<RAID_SB_LIST *>(malloc(sizeof *node));
+    if (!node) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
+    *node = {pSB, nullptr};
+    while (*ppList)
+        ppList = &(*ppList)->pNext;
+    *ppList = node;
+    return 0;
+}
