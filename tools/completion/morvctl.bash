@@ -124,6 +124,8 @@ _morvctl() {
                 ;;
             USER) _morvctl_offer "$typed" < <("${ask[@]}" user list --names 2>/dev/null) ;;
             GROUP) _morvctl_offer "$typed" < <("${ask[@]}" group list --names 2>/dev/null) ;;
+            LEVEL) _morvctl_offer "$typed" <<<$'raid0\nraid1\nraid5\nraid6\nlinear' ;;
+            KIB) _morvctl_offer "$typed" <<<max ;;
             ACCESS) _morvctl_offer "$typed" <<<$'ro\nrw\nnone' ;;
         esac
         return 0
@@ -185,6 +187,15 @@ _morvctl() {
             ;;
         mirror:MIRROR)
             _morvctl_offer "$typed" <<<$'user\ngroup\nshare\nall'
+            ;;
+        raid:ARRAY)
+            _morvctl_offer "$typed" < <("${ask[@]}" raid list --names 2>/dev/null)
+            ;;
+        volume:PATH)
+            _morvctl_offer "$typed" < <("${ask[@]}" volume list --names 2>/dev/null)
+            ;;
+        raid:MEMBER | raid:DEVICE | volume:DEVICE)
+            _morvctl_offer_files "$root" "${typed:-/dev/}"
             ;;
         lock:LOCKS)
             local before=
