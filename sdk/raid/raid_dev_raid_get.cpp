@@ -1,11 +1,11 @@
 #include <morvsdk/raid.h>
-#include <string.h>
 
 #include <memory>
 
 #include "core/base/guard.h"
 #include "core/base/log.h"
 #include "core/storage/device_name.h"
+#include "core/text/field_text.h"
 
 using namespace morv;
 
@@ -19,8 +19,7 @@ extern "C" int RAIDDevRAIDGet(const char *device, char *buffer, int size, int *p
         return 0;
     const std::unique_ptr<RAID_INFO, Releaser<RAIDInfoFree>> info(found);
     if (RAIDDiskListSearch(info->pDisks, device, nullptr) != 1) return 0;
-    if (strlen(sb.szPath) >= size_t(size)) return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, 0);
-    strcpy(buffer, sb.szPath);
+    if (!copy_text({buffer, size_t(size)}, sb.szPath)) return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, 0);
     *pNumber = number;
     return 1;
 }

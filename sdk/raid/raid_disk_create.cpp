@@ -1,6 +1,5 @@
 #include <morvsdk/raid.h>
 #include <stdio.h>
-#include <string.h>
 
 #include "core/base/guard.h"
 #include "core/base/log.h"

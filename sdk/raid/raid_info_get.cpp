@@ -1,13 +1,13 @@
 #include <fcntl.h>
 #include <morvsdk/error.h>
 #include <morvsdk/raid.h>
-#include <string.h>
 
 #include "core/base/guard.h"
 #include "core/base/log.h"
 #include "core/file/sys_path.h"
 #include "core/storage/device_name.h"
 #include "core/storage/md_array.h"
+#include "core/text/field_text.h"
 
 using namespace morv;
 
@@ -78,8 +78,7 @@ extern "C" int RAIDInfoGet(const char *path, RAID_INFO **ppInfo) noexcept {
     }
     InfoPtr info(static_cast<RAID_INFO *>(calloc(1, sizeof(RAID_INFO))));
     if (!info) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
-    if (strlen(path) >= sizeof info->szPath) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    strcpy(info->szPath, path);
+    if (!copy_text(info->szPath, path)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     info->number = number;
 
     const UniqueFd fd(open(SysPath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));

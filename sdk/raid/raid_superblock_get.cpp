@@ -1,9 +1,8 @@
-#include <string.h>
-
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/storage/device_name.h"
 #include "core/storage/superblock_text.h"
+#include "core/text/field_text.h"
 #include "raid/examine.h"
 
 using namespace morv;
@@ -28,7 +27,7 @@ extern "C" int RAIDSBGet(const char *device, RAID_SB *pSB) noexcept {
         MORV_LOG(LOG_DEBUG, "Failed to examine %s, errno=%m", device);
         return MORV_FAIL(code, -1);
     }
-    strcpy(pSB->szUUID, found.sb.szUUID);
-    strcpy(pSB->szPath, found.sb.szPath);
+    copy_text(pSB->szUUID, found.sb.szUUID);
+    copy_text(pSB->szPath, found.sb.szPath);
     return 1;
 }

@@ -1,11 +1,11 @@
 #include <morvsdk/raid.h>
-#include <string.h>
 
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/storage/device_name.h"
 #include "core/system/command.h"
+#include "core/text/field_text.h"
 #include "core/text/lines.h"
 
 using namespace morv;
@@ -32,7 +32,6 @@ extern "C" int RAIDUUIDGet(const char *path, char *buffer, int size) noexcept {
     std::string uuid;
     const int code = no_throw([&] { return read_uuid(path, uuid); });
     if (code) return MORV_FAIL(code, -1);
-    if (uuid.size() >= size_t(size)) return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
-    memcpy(buffer, uuid.c_str(), uuid.size() + 1);
+    if (!copy_text({buffer, size_t(size)}, uuid)) return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
     return 1;
 }

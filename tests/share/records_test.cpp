@@ -75,8 +75,7 @@ TEST(ShareRecord, RefusesWhatIsNoShare) {
     EXPECT_TRUE(refuses(nullptr, with([](MORVSHARE &s) { s.browseable = -1; })));
     EXPECT_TRUE(refuses(nullptr, with([](MORVSHARE &s) { s.ftpFlags = -1; })));
     EXPECT_TRUE(gives(nullptr, ERR_INVALID_SHARENAME, with([](MORVSHARE &s) { s.szName = text("a/b"); })));
-    EXPECT_TRUE(
-        gives(nullptr, ERR_INVALID_PATH, with([](MORVSHARE &s) { s.szPath = text("volume1"); })));
+    EXPECT_TRUE(gives(nullptr, ERR_INVALID_PATH, with([](MORVSHARE &s) { s.szPath = text("volume1"); })));
     EXPECT_EQ(BlMLIBIsShareName(std::string(32, 'x').c_str()), 1);
     EXPECT_EQ(BlMLIBIsShareName(std::string(33, 'x').c_str()), 0);
 }

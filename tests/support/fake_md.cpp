@@ -15,6 +15,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <new>
 #include <string>
 
 namespace {
@@ -106,19 +107,7 @@ int change_partition(const Device &device, const blkpg_ioctl_arg &argument) {
     return answer(rmdir(folder.c_str()) == 0 ? 0 : EIO);
 }
 
-}  // namespace
-
-void testing_support::fail_ioctl(unsigned long request, int error) {
-    failing_request = request;
-    failing_error = error;
-}
-
-extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
-    va_list arguments;
-    va_start(arguments, request);
-    void *const argument = va_arg(arguments, void *);
-    va_end(arguments);
-    if (failing_error != 0 && request == failing_request) return answer(failing_error);
+int play(int fd, unsigned long request, void *argument) {
     Device device;
     const bool is_played = request == GET_ARRAY_INFO || request == testing_support::kSyncStatusRequest ||
                            request == BLKGETSIZE64 || request == BLKRASET || request == BLKPG;
@@ -138,5 +127,25 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
                               : EIO);
         default:
             return change_partition(device, *static_cast<const blkpg_ioctl_arg *>(argument));
+    }
+}
+
+}  // namespace
+
+void testing_support::fail_ioctl(unsigned long request, int error) {
+    failing_request = request;
+    failing_error = error;
+}
+
+extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void *const argument = va_arg(arguments, void *);
+    va_end(arguments);
+    if (failing_error != 0 && request == failing_request) return answer(failing_error);
+    try {
+        return play(fd, request, argument);
+    } catch (const std::bad_alloc &) {
+        return answer(ENOMEM);
     }
 }

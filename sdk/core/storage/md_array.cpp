@@ -89,6 +89,8 @@ RAID_REBUILD parse_sync(std::string_view action, std::string_view completed) noe
         done /= 2;
         total /= 2;
     }
+    // The kernel counts in steps of a sixteenth: a resync of known length that has none done yet does run.
+    if (total > 0 && done == 0) done = 1;
     return make_rebuild(active, uint32_t(done), uint32_t(total));
 }
 

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "core/storage/device_name.h"
+#include "core/text/field_text.h"
 #include "core/text/lines.h"
 
 namespace morv {
@@ -11,23 +12,14 @@ namespace {
 
 constexpr size_t kLongestLine = 1024;
 
-template <size_t N>
-bool copy_to(char (&field)[N], std::string_view text) noexcept {
-    if (text.empty() || text.size() >= N || text.find('\0') != text.npos) return false;
-    memcpy(field, text.data(), text.size());
-    field[text.size()] = '\0';
-    return true;
-}
-
 bool copy_path(RAID_SB &sb, std::string_view path) noexcept {
     int32_t number;
     constexpr std::string_view kFolder = "/dev/md/";
-    if (!number_behind(path, kFolder, number)) return copy_to(sb.szPath, path);
-    char text[sizeof sb.szPath] = "/dev/md";
-    const std::string_view digits = path.substr(kFolder.size());
-    if (strlen(text) + digits.size() >= sizeof text) return false;
-    memcpy(text + strlen(text), digits.data(), digits.size());
-    return copy_to(sb.szPath, text);
+    if (!number_behind(path, kFolder, number)) return copy_text(sb.szPath, path);
+    constexpr std::string_view kArray = "/dev/md";
+    if (!copy_text(std::span(sb.szPath).subspan(kArray.size()), path.substr(kFolder.size()))) return false;
+    memcpy(sb.szPath, kArray.data(), kArray.size());
+    return true;
 }
 
 int32_t type_of(std::string_view level) noexcept {
@@ -59,7 +51,7 @@ SuperblockText parse_superblock(std::string_view output) noexcept {
         if (word.starts_with("/dev/md")) {
             found.has_path = copy_path(found.sb, word);
         } else if (value_of(word, "UUID=", value)) {
-            found.has_uuid = copy_to(found.sb.szUUID, value);
+            found.has_uuid = !value.empty() && copy_text(found.sb.szUUID, value);
         } else if (value_of(word, "level=", value)) {
             found.sb.type = type_of(value);
             found.has_level = true;

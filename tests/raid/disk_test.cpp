@@ -1,0 +1,232 @@
+// Sizes of disks, their partitions, and what an array asks of them.
+#include "raid/arrays.h"
+
+using namespace testing_support;
+
+namespace {
+
+TEST(DiskSize, IsReadOfDisksAndPartitions) {
+    Machine machine;
+    machine.disk("sda", 1000);
+    machine.partition("sda", 3, 100, 900);
+    machine.disk("nvme0n1", 2000);
+    machine.write("sys/block/nvme0n1/nvme0n1p3/size", "1900\n");
+    machine.write("sys/block/cciss!c0d0/size", "3000\n");
+    const struct {
+        const char *device;
+        int answer;
+        uint64_t sectors;
+    } cases[] = {{"/dev/sda", 1, 1000},
+                 {"/dev/sda3", 1, 900},
+                 {"/dev/sda4", 0, 0},
+                 {"/dev/sdb", 0, 0},
+                 {"/dev/sdb1", 0, 0},
+                 {"/dev/nvme0n1", 1, 2000},
+                 {"/dev/nvme0n1p3", 1, 1900},
+                 {"/dev/cciss/c0d0", 1, 3000},
+                 {"sda", -1, 0},
+                 {"/dev/../dev/sda", -1, 0},
+                 {"/dev/", -1, 0}};
+    for (const auto &c : cases) {
+        uint64_t sectors = 0;
+        EXPECT_EQ(DiskSizeGet(c.device, &sectors), c.answer) << c.device;
+        EXPECT_EQ(sectors, c.sectors) << c.device;
+    }
+    uint64_t sectors;
+    for (const char *text : {"", "x", "-5", "99999999999999999999", "12 34"}) {
+        machine.write("sys/block/sda/size", text);
+        EXPECT_TRUE(gives(-1, *text ? ERR_FORMAT_ERROR : ERR_READ_FAILED, DiskSizeGet("/dev/sda", &sectors)))
+            << text;
+    }
+}
+
+TEST(RaidGrowth, IsDecidedByTheSmallestMemberThatCanBeMeasured) {
+    const struct {
+        uint64_t sectors[2];  // of the members; 0: cannot be measured
+        long long component;
+        const char *limit;
+        int answer;
+        uint64_t kib;
+    } cases[] = {{{100000, 200000}, 1000, nullptr, 1, 49920},
+                 {{0, 200000}, 1000, nullptr, 1, 99904},
+                 {{100000, 200000}, 49920, nullptr, 0, 0},
+                 {{100000, 200000}, 49919, nullptr, 1, 49920},
+                 {{127, 200000}, 0, nullptr, 0, 0},
+                 {{255, 200000}, 0, nullptr, 0, 0},
+                 {{0, 0}, 1000, nullptr, -1, 0},
+                 {{5000000, 6000000}, 1000, "tmp/volume.1", 1, 1048576},
+                 {{100000, 200000}, 1000, "tmp/volume.1", 1, 49920}};
+    for (const auto &c : cases) {
+        Machine machine;
+        machine.array(2, "raid1", 2, {{"sda3"}, {"sdb3"}}, c.component);
+        if (c.limit) machine.write(c.limit, "");
+        if (c.sectors[0]) machine.disk("sda3", c.sectors[0]);
+        if (c.sectors[1]) machine.disk("sdb3", c.sectors[1]);
+        uint64_t kib = 0;
+        EXPECT_EQ(RAIDExpansible(info_of("/dev/md2").get(), &kib), c.answer) << c.sectors[0];
+        EXPECT_EQ(kib, c.kib) << c.sectors[0];
+    }
+}
+
+TEST(RaidGrowth, NeedsMembersAsLargeAsTheLayoutAndTheLevelWant) {
+    Machine machine;
+    machine.disk("sda", 10000000);
+    machine.partition("sda", 3, DISK_RESERVE_SMALL, 100000);
+    machine.disk("sdb", 10000000);
+    machine.partition("sdb", 3, DISK_RESERVE_SMALL + 1, 100000);
+    const struct {
+        int number;
+        const char *level, *member;
+        int answer;
+        uint64_t bytes;
+    } cases[] = {{2, "raid0", "sda3", 0, 0},
+                 {3, "linear", "sdz3", 0, 0},
+                 {4, "raid1", "sda3", 0, 1024000 + 1348945920ULL + 65536},
+                 {100, "raid5", "sdb3", 0, 1024000 + 3216084480ULL + 65536},
+                 {101, "raid5", "sdz3", 0, 1024000 + 65536},
+                 {5, "raid1", "sdz3", -1, 0}};
+    for (const auto &c : cases) {
+        machine.array(c.number, c.level, 2, {{c.member}}, 1000);
+        uint64_t bytes = 0;
+        EXPECT_EQ(
+            RAIDRequireDevSizeGet(info_of(("/dev/md" + std::to_string(c.number)).c_str()).get(), &bytes),
+            c.answer);
+        EXPECT_EQ(bytes, c.bytes) << c.number;
+    }
+}
+
+TEST(RaidGrowth, AddsOnlyWhatIsLargeEnough) {
+    Machine machine;
+    machine.array(2, "raid1", 2, {{"sda3"}}, 1000);
+    for (const auto &[sectors, code] : {std::pair{2000, 0}, {1999, int{ERR_NOT_ENOUGH_SPACE}}}) {
+        machine.disk("sdb", uint64_t(sectors));
+        EXPECT_TRUE(gives(code ? -1 : 0, code, RAIDAddRobustCheck("/dev/md2", "/dev/sdb")));
+        EXPECT_EQ(machine.calls(), code ? "" : "sbin/mdadm /dev/md2 -a /dev/sdb\n");
+    }
+    EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, RAIDAddRobustCheck("/dev/md2", "/dev/sdc")));
+    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, RAIDAddRobustCheck("/dev/md3", "/dev/sdb")));
+    machine.write("dev/md3", "");
+    EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, RAIDAddRobustCheck("/dev/md3", "/dev/sdb")));
+    machine.disk("sdb", 5000);
+    machine.tool("sbin/mdadm", "exit 1");
+    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, RAIDAddRobustCheck("/dev/md2", "/dev/sdb")));
+}
+
+TEST(RaidStripe, IsAsWideAsTheDataDisks) {
+    Machine machine;
+    const std::pair<const char *, int> cases[] = {
+        {"raid0", 256}, {"raid5", 192}, {"raid6", 128}, {"raid1", 0}, {"linear", 0}};
+    for (const auto &[level, kib] : cases) {
+        machine.array(2, level, 4, {{"sda3"}});
+        machine.write("sys/block/md2/md/chunk_size", "65536\n");
+        EXPECT_EQ(RAIDMdStripeSizeGet("/dev/md2"), kib) << level;
+    }
+    machine.array(2, "raid10", 4, {{"sda3"}});
+    EXPECT_TRUE(gives(-1, ERR_UNKNOWN, RAIDMdStripeSizeGet("/dev/md2")));
+    machine.array(2, "raid0", 4, {{"sda3"}});
+    machine.write("sys/block/md2/md/chunk_size", "99999999999999\n");
+    EXPECT_TRUE(gives(-1, 0, RAIDMdStripeSizeGet("/dev/md2")) || RAIDMdStripeSizeGet("/dev/md2") > 0);
+    machine.write("sys/block/md2/md/chunk_size", "");
+    EXPECT_TRUE(gives(-1, ERR_READ_FAILED, RAIDMdStripeSizeGet("/dev/md2")));
+}
+
+// A system whose arrays lie on sda, which has the small layout, and a fresh disk sdb.
+struct Disks : Machine {
+    Disks() {
+        tool("sbin/sfdisk", "read -r line; echo \"$line\" >>\"$MORV_ROOT/calls\"");
+        write("bin/echo", "#!/bin/sh\necho \"$*\"\n", 0755);
+        array(0, "raid1", 4, {{"sda1"}});
+        array(1, "raid1", 4, {{"sda2"}});
+        disk("sda", 20000000);
+        partition("sda", 1, 63, 2000000);
+        partition("sda", 2, 2000063, 600000);
+        partition("sda", 3, 2634660, 17365340);
+        disk("sdb", 20000000);
+    }
+};
+
+const char kNoReread[] = "sbin/sfdisk --no-reread --no-tell-kernel ";
+
+TEST(DiskInit, MakesAFreshDiskLikeTheOthersAndAddsIt) {
+    Disks machine;
+    ASSERT_EQ(RAIDDiskInit("/dev/sdb", RAID_INIT_MEMBER), 0);
+    EXPECT_EQ(machine.calls(),
+              std::string(kNoReread) + "/dev/sdb\nlabel: dos\n" +                         //
+                  kNoReread + "--append /dev/sdb\nstart=63, size=2000000, type=raid\n" +  //
+                  kNoReread + "--append /dev/sdb\nstart=2000063, size=600000, type=raid\n" +
+                  "sbin/mdadm /dev/md0 -a /dev/sdb1\nsbin/mdadm /dev/md1 -a /dev/sdb2\n" +  //
+                  kNoReread + "--append /dev/sdb\nstart=2634660, size=17365340, type=raid\n");
+    uint64_t sectors = 0;
+    int layout = 0;
+    EXPECT_EQ(DiskSizeGet("/dev/sdb3", &sectors), 1) << "the kernel was told";
+    EXPECT_EQ(sectors, 17365340U);
+    EXPECT_EQ(PartitionLayoutGet("/dev/sdb", &layout), 0);
+    EXPECT_EQ(layout, DISK_LAYOUT_SMALL);
+    // One that serves the system is left as it is, but for what it lacks.
+    EXPECT_EQ(RAIDDiskInit("/dev/sda", RAID_INIT_MEMBER), 0);
+    EXPECT_EQ(machine.calls(), "");
+}
+
+TEST(DiskInit, UsesTheLargeLayoutOnANewSystemAndAGptOnALargeDisk) {
+    Machine machine;
+    machine.write("sbin/sfdisk", "#!/bin/sh\nread -r line; echo \"$line\" >>\"$MORV_ROOT/calls\"\n", 0755);
+    machine.write("bin/echo", "#!/bin/sh\necho \"$*\"\n", 0755);
+    machine.disk("sda", 8000000000);
+    machine.write("sys/block/sda/queue/logical_block_size", "4096\n");
+    EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, PartitionCreate("/dev/sda", PARTITION_DATA)));
+    EXPECT_EQ(PartitionCreate("/dev/sda", PARTITION_SYSTEM), 0);
+    EXPECT_EQ(PartitionCreate("/dev/sda", PARTITION_DATA), 0);
+    EXPECT_EQ(machine.calls(),
+              "label: gpt\nstart=256, size=622592, type=raid\nstart=622848, size=131072, type=raid\n"
+              "start=784896, size=999215070, type=raid\n");
+    int layout = 0;
+    EXPECT_EQ(PartitionLayoutGet("/dev/sda3", &layout), 0);
+    EXPECT_EQ(layout, DISK_LAYOUT_LARGE);
+    machine.disk("sdb", DISK_RESERVE_SMALL);
+    EXPECT_TRUE(gives(-1, ERR_DISK_TOO_SMALL, PartitionCreate("/dev/sdb", PARTITION_SYSTEM)));
+    EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, PartitionCreate("/dev/sdc", PARTITION_SYSTEM)));
+    EXPECT_TRUE(refuses(-1, PartitionCreate("/dev/sda3", PARTITION_SYSTEM)));
+    EXPECT_TRUE(refuses(-1, PartitionCreate("/dev/sda", PARTITION_ALL)));
+}
+
+TEST(DiskClean, WipesAndRemovesWhatIsAskedFor) {
+    const std::string all =
+        "sbin/mdadm --zero-superblock /dev/sda1\nsbin/mdadm --zero-superblock /dev/sda2\n";
+    const struct {
+        int kinds;
+        std::string calls;
+        int code_when_busy;
+    } cases[] = {
+        {PARTITION_DATA,
+         "sbin/mdadm --zero-superblock /dev/sda3\n" + std::string(kNoReread) + "--delete /dev/sda 3\n\n", 0},
+        {PARTITION_SYSTEM, all + kNoReread + "--delete /dev/sda 1 2\n\n", ERR_DEVICE_BUSY},
+        {PARTITION_ALL,
+         all + "sbin/mdadm --zero-superblock /dev/sda3\n" + kNoReread + "--delete /dev/sda 1 2 3\n\n",
+         ERR_DEVICE_BUSY}};
+    for (const auto &c : cases) {
+        Disks machine;
+        EXPECT_EQ(PartitionClean("/dev/sda", c.kinds), 0);
+        EXPECT_EQ(machine.calls(), c.calls);
+        uint64_t sectors;
+        EXPECT_EQ(DiskSizeGet("/dev/sda2", &sectors), c.kinds == PARTITION_DATA) << "the kernel was told";
+
+        // The kernel keeps one, or the table cannot be written: it goes on with all that it had.
+        for (const bool is_busy : {true, false}) {
+            Disks kept;
+            if (is_busy) kept.write("sys/block/sda/sda2/holders", "");
+            if (!is_busy) kept.tool("sbin/sfdisk", "exit 1");
+            const int code = is_busy ? c.code_when_busy : int{ERR_SYS_UNKNOWN};
+            EXPECT_TRUE(gives(code ? -1 : 0, code, PartitionClean("/dev/sda", c.kinds)));
+            EXPECT_EQ(DiskSizeGet("/dev/sda1", &sectors), 1);
+            EXPECT_EQ(DiskSizeGet("/dev/sda2", &sectors), 1);
+        }
+    }
+    Disks machine;
+    EXPECT_EQ(RAIDDiskInit("/dev/sdb", RAID_INIT_CLEAN), 0) << "nothing to remove";
+    EXPECT_TRUE(refuses(-1, RAIDDiskInit("/dev/sda", 3)));
+    EXPECT_TRUE(refuses(-1, PartitionClean("/dev/sda", 4)));
+    EXPECT_TRUE(refuses(-1, PartitionClean("/dev/sda3", PARTITION_ALL)));
+    EXPECT_EQ(RAIDDiskInit("/dev/sda", RAID_INIT_CLEAN), 0);
+}
+
+}  // namespace
