@@ -6,6 +6,7 @@
 #include <set>
 
 #include "morvctl/raid_commands.h"
+#include "morvctl/signals.h"
 #include "morvctl/storage.h"
 
 namespace morvctl {
@@ -153,6 +154,8 @@ int create_array(const Session &session, const RaidArgs &args) {
     const int missing = slots + args.spares - filled;
     if (args.spares > 0 && !level.has_spares) refuse(*args.level + " has no spares");
     if (args.spares >= filled) refuse("all members would be spares");
+    // mdadm would take the missing one for a spare.
+    if (args.spares > 0 && missing > 0) refuse("a member cannot be missing while others are spares");
     if (missing < 0) {
         refuse(count_text(filled, "member") + " are more than " + count_text(slots, "slot") + " and " +
                count_text(args.spares, "spare"));
@@ -269,6 +272,8 @@ int remove_array(const Session &session, const RaidArgs &args) {
         return plan;
     };
     return change_storage(session, args.yes, make_plan, [&](Json &) {
+        // Once it is stopped, what is not wiped could not be found by its name.
+        const HeldSignals held;
         clear_errors();
         if (RAIDRemove(array.get()) != 0) fail_storage("remove the array " + path);
         std::string left;

@@ -11,7 +11,6 @@
 #include <cmath>
 #include <filesystem>
 
-#include "morvctl/signals.h"
 #include "morvctl/target.h"
 
 namespace morvctl {
@@ -317,7 +316,7 @@ std::vector<Use> mounted_uses(const Session &session) {
                                        : "unmount it first";
         uses.push_back({resolve_device(session, device), what, remedy});
         char group[sizeof LVM_VG_INFO::szPath];
-        if (LVMPathSwitch(device.c_str(), 1, group, sizeof group) != 0) continue;
+        if (LVMPathSwitch(device.c_str(), LVM_DEVICE_TO_VG, group, sizeof group) != 0) continue;
         LVM_VG_INFO *info = nullptr;
         if (LVMVgInfoGet(group, &info) != 1) continue;
         const VolumeGroup freed(info);
@@ -397,7 +396,6 @@ int change_storage(const Session &session, bool yes, const std::function<Plan()>
                 refuse("something has changed since you were asked: nothing has been done");
             }
         }
-        const HeldSignals held;
         apply(plan.document);
     }
     if (session.json) print_json(plan.document);

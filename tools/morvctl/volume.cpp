@@ -358,13 +358,9 @@ int mount(const Session &session, const Args &args) {
     if (const FileSystem fs(there); fs) {
         refuse(escape(fs->szDevice) + " is mounted on " + path + " already");
     }
-    {
-        const HeldSignals held;
-        clear_errors();
-        if (VolumeMount(device.c_str(), path.c_str()) != 0) {
-            fail_storage("mount " + escape(device) + " on " + path);
-        }
-    }
+    clear_errors();
+    if (VolumeMount(device.c_str(), path.c_str()) != 0)
+        fail_storage("mount " + escape(device) + " on " + path);
     if (session.json) print_json({{"volume", path}, {"device", device}, {"mounted", true}});
     return int(Exit::kDone);
 }
@@ -376,11 +372,8 @@ int umount(const Session &session, const Args &args) {
     if (FSInfoGet(path.c_str(), &there) < 0) fail_storage("find out what is mounted on " + path);
     const FileSystem fs(there);
     if (!fs) throw Failure(Exit::kNotFound, "nothing is mounted on " + escape(path));
-    {
-        const HeldSignals held;
-        clear_errors();
-        if (VolumeUnmount(path.c_str()) != 0) fail_storage("unmount " + escape(path));
-    }
+    clear_errors();
+    if (VolumeUnmount(path.c_str()) != 0) fail_storage("unmount " + escape(path));
     if (session.json) print_json({{"volume", path}, {"device", fs->szDevice}, {"mounted", false}});
     return int(Exit::kDone);
 }
