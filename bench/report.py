@@ -76,6 +76,8 @@ WORKS = [
     ("group_build", "build the mirror of 300 groups of 20", [("floor", most(2))]),
     ("share_enum", "list 256 shares", [("floor", most(0.5))]),
     ("share_get", "look up a share of 256", [("floor", most(0.3))]),
+    ("raid_read_disk", "read 32 arrays of 16 members", [("floor", most(1.3))]),
+    ("raid_read_memory", "the same in memory", [("floor", SHOWN)]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -100,6 +102,7 @@ FLOORS = {
     "wide_user_build": "the same without them",
     "group_build": "bare parse, look-up of members, puts",
     "share": "bare read and split of the file",
+    "raid": "bare opens and reads of the same files",
     "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",

@@ -60,6 +60,22 @@ TEST(Command, PassesEveryValueAsOneWordWhateverIsInIt) {
     EXPECT_EQ(root.read("a & b"), "7|");
 }
 
+TEST(Command, TakesToolsWithoutAFolderFromBelowTheRootOnly) {
+    ToolRoot root;
+    std::string out;
+    root.write("a root's $(name)/usr/sbin/echo", "#!/bin/sh\nexec printf 'ours %s' \"$*\"\n", 0755);
+    EXPECT_EQ(capture_tool(out, "echo %s 2>&1 | show a", {"x"}), 0);
+    EXPECT_EQ(out, "a|");
+    EXPECT_EQ(capture_tool(out, "echo %s >&1;show b", {"x"}), 0);
+    EXPECT_EQ(out, "ours xb|");
+    int status = 0;
+    EXPECT_EQ(run_tool("true", {}, &status), ERR_SYS_UNKNOWN) << "the machine has one, the root has none";
+    EXPECT_EQ(status, 127);
+    const std::vector<CommandValue> values = {"x", 7};
+    EXPECT_EQ(capture_tool(out, "/bin/show %s %d", values), 0);
+    EXPECT_EQ(out, "x|7|");
+}
+
 TEST(Command, RefusesWhatCouldBeReadAsSomethingElse) {
     ToolRoot root;
     const struct {
