@@ -98,7 +98,7 @@ _morvctl() {
         elif [[ -z $ended && $word == --root=* ]]; then
             root=$(_morvctl_plain "${word#*=}")
         elif [[ -z $ended && $word == -* ]]; then
-            option=$(_morvctl_entries "$help" Options | grep -m1 -xE -e "$word [^ ]+")
+            option=$(_morvctl_entries "$help" Options | sed 's/ REQUIRED$//' | grep -m1 -xE -e "$word [^ ]+")
         elif [[ -n $subcommands ]]; then
             grep -qxF -e "$word" <<<"$subcommands" || return 0
             commands+=("$word")
