@@ -78,6 +78,8 @@ WORKS = [
     ("share_get", "look up a share of 256", [("floor", most(0.3))]),
     ("raid_read_disk", "read 32 arrays of 16 members", [("floor", most(1.3))]),
     ("raid_read_memory", "the same in memory", [("floor", SHOWN)]),
+    ("volume_enum_disk", "list 32 volumes on them, of 1,000 mount lines", [("floor", most(1.3))]),
+    ("volume_enum_memory", "the same in memory", [("floor", SHOWN)]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -103,6 +105,7 @@ FLOORS = {
     "group_build": "bare parse, look-up of members, puts",
     "share": "bare read and split of the file",
     "raid": "bare opens and reads of the same files",
+    "volume": "bare opens and reads of the same files",
     "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",

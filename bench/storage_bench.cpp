@@ -157,6 +157,24 @@ int read_bare_arrays(const StorageRoot &root) {
     return members;
 }
 
+// Every volume's superblock is looked at, too.
+int enumerate_bare(const StorageRoot &root) {
+    read_whole(AT_FDCWD, root.path("/proc/mounts").c_str());
+    std::vector<std::string> names;
+    for_each_name(root.path("/sys/block"), "md", [&](const char *name) { names.emplace_back(name); });
+    for (const std::string &name : names) {
+        const std::string device = root.path("/dev/" + name);
+        char superblock[64];
+        const int fd = open(device.c_str(), O_RDONLY | O_CLOEXEC);
+        if (fd < 0 || pread(fd, superblock, sizeof superblock, 1024) != ssize_t(sizeof superblock))
+            give_up("storage: " + device);
+        close(fd);
+        read_bare_array(root, name);
+        open_and_close(device);
+    }
+    return int(names.size());
+}
+
 // ---- The library -----------------------------------------------------------------------------------------
 
 int read_arrays() {
@@ -173,6 +191,17 @@ int read_arrays() {
     return members;
 }
 
+int enumerate_volumes() {
+    VOLUME_INFO_LIST *list = nullptr;
+    const int count = VolumeInfoEnum(&list);
+    for (const VOLUME_INFO_LIST *node = list; node; node = node->pNext) {
+        if (!node->pInfo->pFs || node->pInfo->pFs->state != FS_STATE_CLEAN || !node->pInfo->pRaids)
+            give_up("storage: a volume without its file system or array");
+    }
+    VolumeInfoListFree(list);
+    return count;
+}
+
 void add_storage(const Place &place) {
     static std::vector<StorageRoot> roots;
     roots.reserve(places().size());
@@ -184,6 +213,13 @@ void add_storage(const Place &place) {
                   see(read_arrays());
               })
         .side("floor", [&root](auto see) { see(read_bare_arrays(root)); });
+    compare(std::string("volume_enum_") + place.name, text_of(kArrays))
+        .side("ours",
+              [&root](auto see) {
+                  root.use();
+                  see(enumerate_volumes());
+              })
+        .side("floor", [&root](auto see) { see(enumerate_bare(root)); });
 }
 
 const Area area([] {

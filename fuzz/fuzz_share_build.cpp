@@ -10,46 +10,15 @@
 
 namespace {
 
-// A system root in memory, removed when the program ends.
-class Root {
+class Root : public MemoryRoot {
   public:
-    Root() : dir_("/dev/shm/morv-fuzz-root." + std::to_string(getpid())) {
-        for (const char *folder :
-             {"", "/etc", "/tmp", "/usr", "/usr/morv", "/usr/morv/etc", "/usr/morv/etc/private"})
-            mkdir((dir_ + folder).c_str(), 0755);
+    Root() : MemoryRoot({"/etc", "/tmp", "/usr", "/usr/morv", "/usr/morv/etc", "/usr/morv/etc/private"}) {
         write("/etc/passwd", "root:x:0:0:::\nalice:x:1026:100:::\nbob b:x:1027:100:::\n");
         write("/etc/group", "root:x:0:\nusers:x:100:alice\n");
         for (const char *file :
              {"/etc/shadow", "/etc/group_desc", "/etc/morvuser.conf", "/usr/morv/etc/private/smbpasswd"})
             write(file, "");
-        MORVSysRootSet(dir_.c_str());
     }
-    ~Root() {
-        const std::string command = "rm -rf " + dir_;
-        if (system(command.c_str()) != 0) abort();
-    }
-    Root(const Root &) = delete;
-    Root &operator=(const Root &) = delete;
-
-    void write(const char *name, std::string_view content) const {
-        FILE *const file = fopen((dir_ + name).c_str(), "w");
-        if (!file || fwrite(content.data(), 1, content.size(), file) != content.size() || fclose(file) != 0)
-            abort();
-    }
-
-    std::string read(const char *name) const {
-        std::string content;
-        FILE *const file = fopen((dir_ + name).c_str(), "r");
-        if (!file) abort();
-        char piece[65536];
-        for (size_t n; (n = fread(piece, 1, sizeof piece, file)) > 0;)
-            content.append(piece, n);
-        fclose(file);
-        return content;
-    }
-
-  private:
-    std::string dir_;
 };
 
 constexpr char kConf[] = "/usr/morv/etc/smb.conf";

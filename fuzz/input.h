@@ -2,11 +2,14 @@
 #pragma once
 
 #include <fcntl.h>
+#include <morvsdk/file.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -39,6 +42,45 @@ class ScratchFile {
 
   private:
     std::string path_;
+};
+
+// A system root in memory, removed when the program ends.
+class MemoryRoot {
+  public:
+    // folders: those that it has, the upper ones first
+    explicit MemoryRoot(std::initializer_list<const char *> folders)
+        : dir_("/dev/shm/morv-fuzz-root." + std::to_string(getpid())) {
+        mkdir(dir_.c_str(), 0755);
+        for (const char *folder : folders)
+            mkdir((dir_ + folder).c_str(), 0755);
+        MORVSysRootSet(dir_.c_str());
+    }
+    ~MemoryRoot() {
+        const std::string command = "rm -rf " + dir_;
+        if (system(command.c_str()) != 0) abort();
+    }
+    MemoryRoot(const MemoryRoot &) = delete;
+    MemoryRoot &operator=(const MemoryRoot &) = delete;
+
+    void write(const char *name, std::string_view content) const {
+        FILE *const file = fopen((dir_ + name).c_str(), "w");
+        if (!file || fwrite(content.data(), 1, content.size(), file) != content.size() || fclose(file) != 0)
+            abort();
+    }
+
+    std::string read(const char *name) const {
+        std::string content;
+        FILE *const file = fopen((dir_ + name).c_str(), "r");
+        if (!file) abort();
+        char piece[65536];
+        for (size_t n; (n = fread(piece, 1, sizeof piece, file)) > 0;)
+            content.append(piece, n);
+        fclose(file);
+        return content;
+    }
+
+  private:
+    std::string dir_;
 };
 
 // Cuts the first line off the input, without its line feed: an argument that a caller would pass as a C

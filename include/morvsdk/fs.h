@@ -1,7 +1,7 @@
 /* Mounted file systems, from "/proc/mounts".
  *
- * Mount points and devices are named as the system names them; with a system root (file.h) "/proc/mounts" and
- * the devices are looked for below it. */
+ * Mount points and devices are named as the system names them; with a system root (file.h) "/proc/mounts"
+ * and the devices are looked for below it. */
 #ifndef MORVSDK_FS_H
 #define MORVSDK_FS_H
 
@@ -33,7 +33,8 @@ typedef struct FS_INFO {
  * ppInfo: gets the record; free it with FSInfoFree.
  *
  * Returns 1; 0 when nothing is mounted there; or -1 with ERR_BAD_PARAMETERS (null), ERR_OPEN_FAILED
- * ("/proc/mounts"), ERR_FORMAT_ERROR (the line's texts are longer than the record's) or ERR_OUT_OF_MEMORY. */
+ * ("/proc/mounts"), ERR_FORMAT_ERROR (a text of the line is longer than the record's) or
+ * ERR_OUT_OF_MEMORY. */
 MORV_API int FSInfoGet(const char *path, FS_INFO **ppInfo) MORV_NOEXCEPT;
 
 /* Frees a record; null is ignored. */

@@ -1,5 +1,6 @@
-/* LVM volume groups, as "/tmp/lvm.status" tells of them: asking LVM itself takes long and wakes disks, so one
- * program writes down what it said (LVMStatusSet), and all others read that.
+/* LVM volume groups, as "/tmp/lvm.status" tells of them: asking LVM itself takes long and wakes disks, so
+ * one program writes down what it said (LVMStatusSet), and all others read that. A file that neither root
+ * nor the reader's user has written counts as missing: everybody may write in "/tmp".
  *
  * A group is named "/dev/vg" and a number. */
 #ifndef MORVSDK_LVM_H
@@ -51,16 +52,19 @@ MORV_API int LVMVgPathEnum(MLIBSZLIST **ppList) MORV_NOEXCEPT;
 /* Maps the device of a logical volume to its group.
  *
  * device: "/dev/vg1/lv" or "/dev/mapper/vg1-lv"
- * option: 1, to the path of the group
+ * option: LVM_DEVICE_TO_VG
  * buffer: gets "/dev/vg1", of size bytes
  *
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (null, another option, no logical volume) or ERR_NOT_ENOUGH_MEMORY
- * (buffer too small). */
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS (null, another option, no logical volume) or
+ * ERR_NOT_ENOUGH_MEMORY (buffer too small). */
+enum { LVM_DEVICE_TO_VG = 1 };
 MORV_API int LVMPathSwitch(const char *device, int option, char *buffer, int size) MORV_NOEXCEPT;
 
-/* Writes "/tmp/lvm.status" anew, all groups of a list (null: none); readers see the old file or the new one.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (a text with a line feed or bracket), ERR_OPEN_FAILED,
- * ERR_WRITE_FAILED, ERR_RENAME_FAILED or ERR_OUT_OF_MEMORY. */
+/* Writes "/tmp/lvm.status" anew, all groups of a list (null: none); readers see the old file or the new
+ * one, also after a crash.
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS (what could not be read back: a path
+ * that is not absolute, with a line feed, bracket, "=" or blanks around it, a group that is there twice),
+ * ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int LVMStatusSet(const LVM_VG_INFO *pGroups) MORV_NOEXCEPT;
 
 /* Asks LVM itself: its JSON report of all physical volumes with the fields pv_name, vg_name and pv_missing.

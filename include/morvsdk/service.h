@@ -1,5 +1,5 @@
-/* The appliance's network services: scripts below "/usr/morv/etc/rc.d", "S" and two digits and a name, each
- * called with "start" or "stop". */
+/* The appliance's network services: scripts in "/usr/morv/etc/rc.d", "S" and two digits and a name, each
+ * called with "start" or "stop". One that is not executable is switched off. */
 #ifndef MORVSDK_SERVICE_H
 #define MORVSDK_SERVICE_H
 

@@ -107,13 +107,13 @@ typedef struct VOLUME_PROGRESS {
 
 /* ---- Names ----------------------------------------------------------------------------------------- */
 
-/* Takes the path of a volume apart. Behind "/volume" and "/volumeX" only digits may stand (none counts as 0),
- * behind the others anything may.
+/* Takes the path of a volume apart. Behind "/volume" and "/volumeX" only digits may stand (none counts as
+ * 0), behind the others anything may.
  * Returns 1, or -1 with ERR_BAD_PARAMETERS (also for a number beyond 2147483647). */
 MORV_API int VolumePathParse(const char *path, VOLUME_ID *pId) MORV_NOEXCEPT;
 
-/* The number of the volume that a path in it begins with: "/volume2/photo", and "/volume2.snap_5/photo" for a
- * snapshot.
+/* The number of the volume that a path in it begins with: "/volume2/photo", and "/volume2.snap_5/photo" for
+ * a snapshot.
  *
  * Returns it, or -1 with ERR_BAD_PARAMETERS (null, not "/volume", 7 bytes or less, 486 or more) or
  * ERR_INVALID_PATH (no number of a volume). */
@@ -135,28 +135,34 @@ MORV_API int VolumePathSwitch(const char *path, int option, char *buffer, int si
  *
  * ppInfo: gets the record; free it with VolumeInfoFree.
  *
- * A volume that is not mounted is known by its group or array. Returns 1; 0 when there is neither a file
- * system, nor a group, nor an array; or -1 with ERR_BAD_PARAMETERS (null, no path of a volume, longer than
- * 127 bytes), ERR_UNKNOWN (the file system cannot be looked up), ERR_OUT_OF_MEMORY, or the codes of
- * LVMVgInfoGet and RAIDInfoGet. */
+ * A mounted volume lies on what its device says: VOLUME_ON_DISK for "/dev/sd...", VOLUME_ON_RAID for
+ * "/dev/md...", VOLUME_ON_LVM for a logical volume (lvm.h), VOLUME_ON_UNKNOWN for anything else. One that
+ * is not mounted lies on its group when "/tmp/lvm.status" has that, or else on its array. The arrays of a
+ * group are its physical volumes that are not missing, in the order of RAIDListPush; those that are not
+ * there or do not open are left out. An appliance without RAID ("supportraid" in
+ * "/etc.defaults/morvinfo.conf" is "no") has no internal volumes that are not mounted.
+ *
+ * Returns 1; 0 when there is neither a file system, nor a group, nor an array; or -1 with
+ * ERR_BAD_PARAMETERS (null, no path of a volume, longer than 127 bytes), ERR_UNKNOWN (the file system cannot
+ * be looked up), ERR_OUT_OF_MEMORY, or the codes of LVMVgInfoGet and RAIDInfoGet. */
 MORV_API int VolumeInfoGet(const char *path, VOLUME_INFO **ppInfo) MORV_NOEXCEPT;
 
 /* Frees a record and all under it; null is ignored. */
 MORV_API void VolumeInfoFree(VOLUME_INFO *pInfo) MORV_NOEXCEPT;
 
-/* Reads all internal volumes and those of enclosures: the mounted ones, then those of further volume groups,
- * then those of further arrays but the two of the system.
+/* Reads all internal volumes and those of enclosures: the mounted ones, then those of further volume
+ * groups, then those of further arrays but the two of the system. No volume is listed twice.
  *
  * ppList: gets the list, null for none; free it with VolumeInfoListFree.
  *
  * Returns how many; or -1, and no list, when a volume cannot be read or turns out not to be there: the
- * codes of VolumeInfoGet, FSPathEnum, LVMVgPathEnum, RAIDPathEnum; ERR_BAD_PARAMETERS also for a group or
- * an array that no volume has. */
+ * codes of VolumeInfoGet, FSPathEnum, LVMVgPathEnum, RAIDPathEnum; ERR_PATH_NOT_FOUND for a volume that is
+ * not there; ERR_BAD_PARAMETERS also for a group or an array that no volume has. */
 MORV_API int VolumeInfoEnum(VOLUME_INFO_LIST **ppList) MORV_NOEXCEPT;
 
-/* Lists of volumes. VolumeInfoListPush adds a record to the end; the list owns it then. Returns 0, or -1 with
- * ERR_BAD_PARAMETERS or ERR_OUT_OF_MEMORY, the record staying the caller's. VolumeInfoListFree frees list and
- * records. */
+/* Lists of volumes. VolumeInfoListPush adds a record to the end; the list owns it then. Returns 0, or -1
+ * with ERR_BAD_PARAMETERS or ERR_OUT_OF_MEMORY, the record staying the caller's. VolumeInfoListFree frees
+ * list and records. */
 MORV_API int VolumeInfoListPush(VOLUME_INFO_LIST **ppList, VOLUME_INFO *pInfo) MORV_NOEXCEPT;
 MORV_API void VolumeInfoListFree(VOLUME_INFO_LIST *pList) MORV_NOEXCEPT;
 
@@ -174,7 +180,8 @@ MORV_API VOLUME_INFO_LIST *VolumeInfoListSort(VOLUME_INFO_LIST *pList) MORV_NOEX
 MORV_API int VolumeHealthyCheck(const VOLUME_INFO *pInfo, int32_t *pFlags) MORV_NOEXCEPT;
 
 /* Whether a volume may be written to: none of the flags but VOLUME_RAID_DEGRADED and VOLUME_SYSTEM_DEGRADED
- * is set. pFlags: null, or what gets the flags. Returns 1, 0, or -1 with the codes of VolumeHealthyCheck. */
+ * is set. pFlags: null, or what gets the flags.
+ * Returns 1, 0, or -1 with the codes of VolumeHealthyCheck. */
 MORV_API int VolumeIsWritable(const VOLUME_INFO *pInfo, int32_t *pFlags) MORV_NOEXCEPT;
 
 /* Whether a volume is a basic one, of one disk that could be widened to a RAID: a partition of a disk, a
@@ -188,34 +195,42 @@ MORV_API int VolumeCount(const VOLUME_INFO_LIST *pList, int location) MORV_NOEXC
 
 /* ---- Mounting -------------------------------------------------------------------------------------- */
 
-/* Mounts a device with quotas, after making the mount point, where it is missing, with mode 0777.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_CREATE_FAILED (the mount point) or ERR_SYS_UNKNOWN (mount
- * failed). */
+/* Mounts a device with quotas, after making the mount point, where it is missing, with mode 0777 (it goes
+ * again when nothing was mounted). Both are absolute paths. Returns 0, or -1 with ERR_BAD_PARAMETERS,
+ * ERR_CREATE_FAILED (the mount point) or ERR_SYS_UNKNOWN (mount failed). */
 MORV_API int VolumeMount(const char *device, const char *mountPoint) MORV_NOEXCEPT;
 
-/* Unmounts, by force. Returns 0, or -1 with ERR_BAD_PARAMETERS or ERR_SYS_UNKNOWN (umount failed). */
+/* Unmounts, by force. mountPoint: an absolute path. Returns 0, or -1 with ERR_BAD_PARAMETERS or
+ * ERR_SYS_UNKNOWN (umount failed). */
 MORV_API int VolumeUnmount(const char *mountPoint) MORV_NOEXCEPT;
 
-/* Mounts the file system of a crashed array read-only, while all services are stopped.
+/* Mounts the file system of a crashed array read-only, while all services are stopped
+ * (MORVServiceOnOffALL).
+ *
+ * device: as "/proc/mounts" names it
+ *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (it is not mounted), ERR_READ_ONLY_FS (it is
  * read-only already), ERR_OPEN_FAILED or ERR_SYS_UNKNOWN (mount failed; the services are started again). */
 MORV_API int MORVRemountCrashRaidRo(const char *device) MORV_NOEXCEPT;
 
 /* ---- Mounted volumes ------------------------------------------------------------------------------- */
 
-/* Reads internal volume `number`, or the volume with that path. One that is not mounted is a success, with
- * `mounted` 0. pMount->pNext is set to null.
+/* Reads internal volume `number`, or the volume with that path: what was mounted there last. One that is
+ * not mounted is a success, with `mounted` 0. pMount->pNext is set to null.
  *
- * Return 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_SYS_UNKNOWN, ERR_OUT_OF_MEMORY; a volume
- * whose room cannot be told has 0 bytes, and ERR_READ_FAILED is set although 0 is returned. */
+ * Return 0, or -1 with ERR_BAD_PARAMETERS (also: a mounted path of more than 31 bytes), ERR_OPEN_FAILED,
+ * ERR_SYS_UNKNOWN, ERR_OUT_OF_MEMORY; a volume whose room cannot be told has 0 bytes, and ERR_READ_FAILED
+ * is set although 0 is returned. */
 MORV_API int MORVVolInfoGet(int number, VOLUME_MOUNT *pMount) MORV_NOEXCEPT;
 MORV_API int MORVMountVolInfoGet(const char *path, VOLUME_MOUNT *pMount) MORV_NOEXCEPT;
 
-/* Reads the mounted internal volumes and those of enclosures; AllEnum those on external disks, too.
+/* Reads the mounted internal volumes and those of enclosures; AllEnum those on external disks, too. Mount
+ * points of more than 31 bytes are left out.
  *
  * ppList: gets the list in the order of mounting, null for none; free it with MORVMountVolInfoFree.
  *
- * Return how many, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. */
+ * Return how many (ERR_READ_FAILED is set when the room of one cannot be told), or -1 with
+ * ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int MORVMountVolInfoEnum(VOLUME_MOUNT **ppList) MORV_NOEXCEPT;
 MORV_API int MORVMountVolAllEnum(VOLUME_MOUNT **ppList) MORV_NOEXCEPT;
 
@@ -238,28 +253,40 @@ MORV_API int VolumeWritableGetFirst(const VOLUME_MOUNT *pList, int mask, char *b
 
 /* ---- Work on volumes ------------------------------------------------------------------------------- */
 
-/* Whether a living process works on a volume ("/tmp/webman/modules/volume"). pProgress: null, or what gets
- * what it does, when it does. Returns 1, 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or
+/* Whether a running process works on a volume, as it says in "/tmp/webman/modules/volume". pProgress: null,
+ * or what gets what it does, when it does. Returns 1, 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or
  * ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeIsActioning(const char *path, VOLUME_PROGRESS *pProgress) MORV_NOEXCEPT;
 
-/* Takes a volume out of service: stops what serves iSCSI targets on it, unmounts it, and only when that
- * succeeded deletes its shares from the configuration and its line from "/etc/fstab", and has the file
- * services read their configuration again. The files on the volume stay.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_DEVICE_BUSY (it is still mounted: nothing else was done),
- * or the codes of MORVShareEnumByMntPath, MORVShareDelete and ERR_WRITE_FAILED. */
+/* Takes a volume out of service, mounted or not:
+ *   1. ends what serves iSCSI targets from it (MORVVolStopCGI)
+ *   2. unmounts it; "/proc/mounts" has to say so, or nothing else is done
+ *   3. removes the shares in it from the file-sharing configuration and from "/etc/exports". Their folders
+ *      stay, on the volume and under its mount point; MORVShareDelete would remove them
+ *   4. removes its lines from "/etc/fstab", under MORV_LOCK_FSTAB
+ *   5. has smbd, nmbd, afpd and ftpd read their configuration again, as far as their pid files in
+ *      "/var/run" name processes of these names; not with a system root
+ *
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED ("/proc/mounts"), ERR_DEVICE_BUSY (it is still
+ * mounted); or, when steps 3 and 4 were done as far as they could be, the codes of MORVShareEnumByMntPath
+ * and MORVShareSet, ERR_LOCK_FAILED, ERR_OPEN_FAILED, ERR_WRITE_FAILED or ERR_RENAME_FAILED ("/etc/fstab").
+ * After a crash it can be called again. */
 MORV_API int VolumeUnExport(const char *path) MORV_NOEXCEPT;
 
-/* Does the same for every mounted internal volume, and those of enclosures, of which no array exists any
- * more: on "/dev/md..." that the kernel does not run, or on a group all of whose physical volumes are such
- * ones. Goes on after a failure. Returns 0, or -1 with the code of the last failure. */
+/* Does the same for every mounted internal volume, and those of enclosures, whose arrays are gone: on
+ * "/dev/md..." that the kernel does not run, or on a group that has physical volumes, all of them such
+ * arrays. An array that merely cannot be asked is not gone. Goes on after a failure. Returns 0, or -1 with
+ * the code of the last failure. */
 MORV_API int MORVVolRemoveStaleVolumes(void) MORV_NOEXCEPT;
 
-/* Ends the processes that serve an iSCSI target from a volume: those called "iscsi_target.cgi" with the
- * volume's path as an argument. With a system root nothing is ended: the machine's processes are not the
- * image's.
- * Returns 0, also when there are none, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_SYS_UNKNOWN (one
- * could not be ended). */
+/* Ends the processes that serve an iSCSI target from a volume: those that run "iscsi_target.cgi" with the
+ * volume's path as an argument, by SIGTERM, and after 5 seconds by SIGKILL. With a system root nothing is
+ * ended: the machine's processes are not the image's.
+ *
+ * target: the path of the volume
+ *
+ * Returns 0, also when there are none, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED ("/proc"),
+ * ERR_SYS_UNKNOWN (one could not be ended) or ERR_OUT_OF_MEMORY. */
 MORV_API int MORVVolStopCGI(const char *target) MORV_NOEXCEPT;
 
 MORV_END_DECLS

@@ -4,7 +4,7 @@
 #
 #   install_test.sh SOURCE_DIR BUILD_DIR
 #
-# BUILD_DIR is this test's own; it is kept, so that the next run compiles what has changed only.
+# BUILD_DIR is kept, so that the next run compiles what has changed only.
 set -euo pipefail
 
 source_dir=$1
@@ -12,6 +12,8 @@ build=$2
 scratch=$(mktemp -d /tmp/morv-install.XXXXXX)
 trap 'rm -rf "$scratch"' EXIT
 failures=0
+# shellcheck source=tests/system/ship.sh
+. "$source_dir/tests/system/ship.sh"
 
 expect() { # expect WHAT COMMAND...
     local what=$1
@@ -47,14 +49,7 @@ depends_on() { # depends_on PACKAGE LIBRARY...
 
 only_root_may_write() { ! grep -vE '^[-d]rw[x-]r-[x-]r-[x-] root/root|^lrwxrwxrwx root/root' "$1"; }
 
-ship() {
-    cmake -S "$source_dir" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMORV_TESTS=OFF \
-        -DCMAKE_INSTALL_PREFIX=/usr/local -DCMAKE_INSTALL_LIBDIR=lib &&
-        cmake --build "$build" &&
-        cmake --install "$build" --prefix "$scratch/first"
-}
-
-if ! ship >"$scratch/log" 2>&1; then
+if ! ship "$source_dir" "$build" "$scratch/first" >"$scratch/log" 2>&1; then
     tail -40 "$scratch/log"
     exit 1
 fi
@@ -116,7 +111,7 @@ for completion in "$source_dir"/tools/completion/*.bash; do
         cmp "$completion" "$prefix/share/bash-completion/completions/$(basename "$completion" .bash)"
 done
 
-(cd "$build" && rm -f ./*.deb && cpack -G DEB) >"$scratch/log" 2>&1 || cat "$scratch/log"
+(cd "$build" && rm -f ./*.deb && flock "$build.lock" cpack -G DEB) >"$scratch/log" 2>&1 || cat "$scratch/log"
 package=$(echo "$build"/libmorvsdk_*.deb)
 expect "the package is made" test -f "$package"
 expect "the package asks for the libraries that the library needs" depends_on "$package" libc6 libstdc++6 libnettle8 libcrypt1

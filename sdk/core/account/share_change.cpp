@@ -223,7 +223,7 @@ class ShareChange : ConfChange {
         return lock_.release();
     }
 
-    int remove(const char *name) {
+    int remove(const char *name, ShareFolder folder) {
         if (!upper_name(name, old_key_)) return ERR_NO_SUCH_SHARE;
         if (const int code = open()) return code;
         if (const int code = read_old()) return code;
@@ -238,7 +238,7 @@ class ShareChange : ConfChange {
         if (is_ours) {
             if (const int code = edit_exports_to({})) return code;
         }
-        const bool goes = is_ours && may_be_taken_away(old_->szPath);
+        const bool goes = folder == ShareFolder::kRemove && is_ours && may_be_taken_away(old_->szPath);
         bool in_effect;
         if (const int code = commit(&in_effect)) return code;
         update_mirror(
@@ -678,8 +678,8 @@ int set_share(const char *old_name, const MORVSHARE &share) noexcept {
     return no_throw([&] { return ShareChange().set(old_name, share); });
 }
 
-int delete_share(const char *name) noexcept {
-    return no_throw([&] { return ShareChange().remove(name); });
+int delete_share(const char *name, ShareFolder folder) noexcept {
+    return no_throw([&] { return ShareChange().remove(name, folder); });
 }
 
 int change_reserved(const char *section, const MLIBSZHASH *pairs) noexcept {

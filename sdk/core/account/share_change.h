@@ -9,7 +9,11 @@ namespace morv {
 
 // All take the lock, and answer 0 or an error code.
 int set_share(const char *old_name, const MORVSHARE &share) noexcept;
-int delete_share(const char *name) noexcept;
+
+// What becomes of the folder of a share that is deleted. It is to be left where its volume is gone: what has
+// its path by now is not the share's.
+enum class ShareFolder { kRemove, kLeave };
+int delete_share(const char *name, ShareFolder folder = ShareFolder::kRemove) noexcept;
 
 // pairs: null to remove the section
 int change_reserved(const char *section, const MLIBSZHASH *pairs) noexcept;

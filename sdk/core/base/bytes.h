@@ -17,6 +17,12 @@ inline void store_be32(void *at, uint32_t value) noexcept {
     memcpy(at, b, sizeof b);
 }
 
+inline uint16_t load_le16(const void *at) noexcept {
+    uint8_t b[2];
+    memcpy(b, at, sizeof b);
+    return uint16_t(b[0] | b[1] << 8);
+}
+
 inline uint32_t load_native32(const void *at) noexcept {
     uint32_t value;
     memcpy(&value, at, sizeof value);

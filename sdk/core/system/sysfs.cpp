@@ -15,7 +15,8 @@ namespace morv {
 int list_names(const char *folder, std::string_view prefix, std::vector<std::string> &names) {
     names.clear();
     const DirPtr dir(opendir(SysPath(folder).c_str()));
-    if (!dir) return errno == ENOENT || errno == ENOTDIR ? 0 : int{ERR_UNKNOWN};
+    if (!dir && (errno == ENOENT || errno == ENOTDIR)) return 0;
+    if (!dir) return errno == ENOMEM ? ERR_OUT_OF_MEMORY : ERR_UNKNOWN;
     for (;;) {
         errno = 0;
         const dirent *const entry = readdir(dir.get());

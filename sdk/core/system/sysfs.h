@@ -10,7 +10,7 @@
 namespace morv {
 
 // The names in a folder that begin with `prefix`, sorted by bytes; none where there is no such folder.
-// Answers 0 or ERR_UNKNOWN. May throw std::bad_alloc.
+// Answers 0, ERR_UNKNOWN or ERR_OUT_OF_MEMORY. May throw std::bad_alloc.
 int list_names(const char *folder, std::string_view prefix, std::vector<std::string> &names);
 
 // The first line of a file, without its line feed, as far as it lies in the first bytes that fit `room`.

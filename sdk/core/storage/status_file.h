@@ -1,0 +1,18 @@
+// Files by which programs of the appliance tell each other how things stand. They lie where everybody may
+// have put something under their name.
+#pragma once
+
+#include "core/file/file_text.h"
+
+namespace morv {
+
+enum class Writers {
+    kAny,
+    kTrusted  // root and the user of this process: another's file counts as missing
+};
+
+// Reads a regular file; `path` is the system's. Answers 0, ERR_FILE_NOT_FOUND, ERR_OPEN_FAILED or
+// ERR_OUT_OF_MEMORY.
+int load_status(const char *path, Writers writers, FileText &text) noexcept;
+
+}  // namespace morv

@@ -1,0 +1,80 @@
+#include "core/system/process.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <stdio.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "core/file/sys_path.h"
+#include "core/system/sysfs.h"
+#include "core/text/fields.h"
+
+namespace morv {
+
+namespace {
+
+bool has_root() noexcept {
+    return *SysPath("").c_str() != '\0';
+}
+
+std::string_view read_of(int pid, const char *file, std::span<char> room) noexcept {
+    char path[64];
+    snprintf(path, sizeof path, "/proc/%d/%s", pid, file);
+    std::string_view line;
+    return read_attribute(path, room, line) == 0 ? line : std::string_view();
+}
+
+}  // namespace
+
+bool is_running(int pid) noexcept {
+    if (pid <= 0) return false;
+    char room[512];
+    const std::string_view line = read_of(pid, "stat", room);
+    // "1234 (name) S ...", where the name may hold anything.
+    const size_t end = line.rfind(") ");
+    if (end != line.npos && end + 2 < line.size()) return line[end + 2] != 'Z' && line[end + 2] != 'X';
+    // Others' processes may be hidden.
+    return !has_root() && (kill(pid, 0) == 0 || errno == EPERM);
+}
+
+int read_pid_file(const char *path) noexcept {
+    char room[32];
+    std::string_view line;
+    if (read_attribute(path, room, line) != 0) return 0;
+    const int64_t number = leading_number(line);
+    return number > 1 && number <= INT32_MAX ? static_cast<int>(number) : 0;
+}
+
+bool Process::open(int pid) noexcept {
+    if (pid <= 1 || has_root()) return false;
+    pid_ = pid;
+    fd_.reset(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+    return fd_ || errno != ESRCH;
+}
+
+std::string_view Process::name(std::span<char> room) const noexcept {
+    return read_of(pid_, "comm", room);
+}
+
+std::string_view Process::arguments(std::span<char> room) const noexcept {
+    return read_of(pid_, "cmdline", room);
+}
+
+bool Process::signal(int number) const noexcept {
+    const long done =
+        fd_ ? syscall(SYS_pidfd_send_signal, fd_.get(), number, nullptr, 0) : kill(pid_, number);
+    return done == 0 || errno == ESRCH;
+}
+
+bool Process::wait(int milliseconds) const noexcept {
+    constexpr int kStep = 20;
+    for (int waited = 0; is_running(pid_); waited += kStep) {
+        if (waited >= milliseconds) return false;
+        pollfd ended = {fd_.get(), POLLIN, 0};
+        if (poll(&ended, fd_ ? 1 : 0, kStep) > 0) return true;
+    }
+    return true;
+}
+
+}  // namespace morv

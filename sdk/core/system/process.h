@@ -1,0 +1,41 @@
+// Processes by number.
+#pragma once
+
+#include <signal.h>
+
+#include <span>
+#include <string_view>
+
+#include "core/base/guard.h"
+
+namespace morv {
+
+// Whether a process runs: one that has ended and is not waited for yet does not.
+bool is_running(int pid) noexcept;
+
+// The number in a pid file (a path of the system); 0 when there is none above 1.
+int read_pid_file(const char *path) noexcept;
+
+// A process that is held on to: no other that gets its number meanwhile is taken for it.
+class Process {
+  public:
+    // False when there is no such process, or when there is a system root: the numbers in there are not
+    // those of this machine's processes.
+    bool open(int pid) noexcept;
+
+    // Its name, and its arguments, each with a zero byte behind it; empty when they cannot be read.
+    std::string_view name(std::span<char> room) const noexcept;
+    std::string_view arguments(std::span<char> room) const noexcept;
+
+    // Answers whether it worked, or the process has ended.
+    bool signal(int number) const noexcept;
+
+    // Waits for its end, and answers whether it came.
+    bool wait(int milliseconds) const noexcept;
+
+  private:
+    int pid_ = 0;
+    UniqueFd fd_;  // where the kernel gives none, the number alone must do
+};
+
+}  // namespace morv

@@ -1,0 +1,18 @@
+#include <morvsdk/lvm.h>
+
+#include "core/base/fail.h"
+#include "core/base/log.h"
+
+extern "C" int LVMVgInfoEnumPv(const LVM_VG_INFO *info, int status, MLIBSZLIST **list) noexcept {
+    if (!info || !list || !*list || (status != LVM_PV_NORMAL && status != LVM_PV_MISSING)) {
+        MORV_LOG(LOG_DEBUG, "Bad parameters");
+        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    }
+    int count = 0;
+    for (const LVM_PV *volume = info->pPvs; volume; volume = volume->pNext) {
+        if (volume->status != status) continue;
+        if (MLIBSzListPush(list, volume->szPath) < 0) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
+        ++count;
+    }
+    return count;
+}

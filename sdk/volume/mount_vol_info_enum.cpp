@@ -1,0 +1,24 @@
+#include "core/base/fail.h"
+#include "core/base/log.h"
+#include "core/base/no_throw.h"
+#include "volume/mount_record.h"
+
+using namespace morv;
+
+extern "C" int MORVMountVolInfoEnum(VOLUME_MOUNT **list) noexcept {
+    constexpr int kLocations = VOLUME_INTERNAL | VOLUME_EXPANSION;
+    if (!list) {
+        MORV_LOG(LOG_DEBUG, "Bad parameters");
+        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    }
+    MountListPtr mounts;
+    int count;
+    bool has_room;
+    const int code = no_throw([&] { return list_mounts(kLocations, mounts, count, has_room); });
+    if (code) {
+        syslog(LOG_DEBUG, "%s(%d)[%X]Failed to open /proc/mounts", MORV_STEM, __LINE__, unsigned(code));
+        return MORV_FAIL(code, -1);
+    }
+    *list = mounts.release();
+    return has_room ? count : MORV_FAIL(ERR_READ_FAILED, count);
+}

@@ -1,0 +1,29 @@
+#include "core/base/fail.h"
+#include "core/base/log.h"
+#include "core/base/no_throw.h"
+#include "core/storage/volume_name.h"
+#include "volume/volume_info.h"
+
+using namespace morv;
+
+static int look_up(const char *path, VolumePtr &info) {
+    StorageView view;
+    if (const int code = view.load()) {
+        MORV_LOG(LOG_DEBUG, "Failed to get file system info, path=%s, errno=0X%X", path, unsigned(code));
+        return code == ERR_OUT_OF_MEMORY ? code : int{ERR_UNKNOWN};
+    }
+    return return_volume(view, path, info);
+}
+
+extern "C" int VolumeInfoGet(const char *path, VOLUME_INFO **info) noexcept {
+    if (!path || !info) {
+        MORV_LOG(LOG_DEBUG, "Bad parameters");
+        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    }
+    VolumePtr found;
+    const int code = no_throw([&] { return look_up(path, found); });
+    if (code) return code == kErrorIsSet ? -1 : MORV_FAIL(code, -1);
+    if (!found) return 0;
+    *info = found.release();
+    return 1;
+}

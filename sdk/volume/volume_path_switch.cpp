@@ -1,0 +1,15 @@
+#include "core/base/fail.h"
+#include "core/base/log.h"
+#include "core/storage/volume_name.h"
+#include "core/text/field_text.h"
+
+using namespace morv;
+
+extern "C" int VolumePathSwitch(const char *path, int option, char *buffer, int size) noexcept {
+    MappedPath mapped;
+    if (!path || !buffer || size < 0 || !map_path(path, option, mapped)) {
+        MORV_LOG(LOG_DEBUG, "Bad parameters");
+        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    }
+    return copy_text({buffer, size_t(size)}, mapped) ? 0 : MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
+}
