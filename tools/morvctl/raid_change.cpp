@@ -3,6 +3,7 @@
 #include <string.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <set>
 
 #include "morvctl/raid_commands.h"
@@ -116,10 +117,9 @@ void check_devices(const Session &session, const std::vector<Device> &devices) {
 }
 
 void check_not_running(const Session &session, const std::string &path) {
-    for (const std::string &other : array_paths(session)) {
-        if (other == path)
-            refuse("the array " + path + " runs already; 'morvctl raid show " + path + "' shows it");
-    }
+    const auto running = array_paths(session);
+    if (std::find(running.begin(), running.end(), path) == running.end()) return;
+    refuse("the array " + path + " runs already; 'morvctl raid show " + path + "' shows it");
 }
 
 // "/dev/md2 (raid5, degraded, 1.8 TiB)"

@@ -118,7 +118,7 @@ std::string array_path(std::string_view text) {
 }
 
 std::string parse_array(const std::string &text) {
-    const std::string path = array_path(text);
+    std::string path = array_path(text);
     if (path.empty()) refuse("'" + escape(text) + "' is no array: that is /dev/md and a number");
     return path;
 }
@@ -129,7 +129,7 @@ std::string parse_device(const Session &session, const std::string &text) {
         refuse("'" + escape(text) + "' is no device: that is a file in /dev");
     };
     check(text);
-    const std::string path = resolve_device(session, text);
+    std::string path = resolve_device(session, text);
     check(path);
     return path;
 }

@@ -96,7 +96,7 @@ void check_unused(const std::vector<Use> &all, const std::string &device);
 // What a change will do.
 struct Plan {
     std::vector<std::string> lines;  // for people
-    Json document;                   // for programs
+    Json document = Json::object();  // for programs
     bool asks = true;                // whether it needs to be confirmed
 };
 
