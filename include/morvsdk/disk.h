@@ -31,7 +31,8 @@ MORV_API int DiskSizeGet(const char *device, uint64_t *pSectors) MORV_NOEXCEPT;
  * Returns 0, or -1 with ERR_PATH_NOT_FOUND (no such disk, or no partition 3) or the codes of DiskSizeGet. */
 MORV_API int PartitionLayoutGet(const char *device, int *pLayout) MORV_NOEXCEPT;
 
-/* Creates partitions on a disk, in the large layout.
+/* Creates partitions on a disk, in the layout of the disks that serve "/dev/md0"; in the large one where
+ * there is none. What lay in their place is wiped.
  *
  * kind: PARTITION_SYSTEM creates partitions 1 and 2, on a disk without any after making a partition table
  * (DOS, or
@@ -39,15 +40,17 @@ MORV_API int PartitionLayoutGet(const char *device, int *pLayout) MORV_NOEXCEPT;
  *       it, or behind the system's on a disk without one, to the end of the disk.
  *
  * Returns 0, also when the partitions are there already; or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND
- * (no such disk), ERR_DISK_TOO_SMALL, ERR_SYS_UNKNOWN (sfdisk failed), or the codes of DiskSizeGet. */
+ * (no such disk; or partition 3 is asked for, and the system's are missing), ERR_DISK_TOO_SMALL,
+ * ERR_DEVICE_BUSY, ERR_SYS_UNKNOWN (sfdisk, wipefs or the kernel failed), or the codes of DiskSizeGet. */
 MORV_API int PartitionCreate(const char *disk, int kind) MORV_NOEXCEPT;
 
-/* Removes partitions of a disk: those of the kinds in the mask, with PARTITION_ALL all that it has, after
- * wiping the RAID superblocks in them, which would come back with a partition made in the same place.
+/* Removes partitions of a disk: those of the kinds in the mask, with PARTITION_ALL all that it has. What
+ * they hold stays on the disk until something is made in their place.
  *
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (no such disk), ERR_DEVICE_BUSY (a partition
- * is mounted or member of a running array: nothing was changed), ERR_SYS_UNKNOWN (sfdisk failed), or the
- * codes of DiskSizeGet. */
+ * Returns 0; or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (no such disk), ERR_DEVICE_BUSY (a partition
+ * is mounted, member of a running array, or open), ERR_SYS_UNKNOWN (sfdisk failed), or the codes of
+ * DiskSizeGet:
+ * nothing was changed then. */
 MORV_API int PartitionClean(const char *disk, int kinds) MORV_NOEXCEPT;
 
 /* Sets the read-ahead of a block device, in sectors of 512 bytes.

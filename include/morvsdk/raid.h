@@ -14,6 +14,10 @@
  * Devices are named as the system names them. With a system root (file.h) they are looked for below it, and
  * so are "/sys", "/proc" and the tools; commands then get the paths below the root.
  *
+ * "The codes of mdadm", of functions that ask it, are ERR_SYS_UNKNOWN (it failed, or could not be run),
+ * ERR_TIMER_EXPIRED (it took longer than 30 seconds), ERR_READ_FAILED (it printed without end) and
+ * ERR_OUT_OF_MEMORY.
+ *
  * Every function logs its failures, those that read at LOG_DEBUG, those that run commands at LOG_ERR. A
  * command that failed is not tried again, and a value that mdadm would take for an option is refused.
  *
@@ -125,10 +129,11 @@ typedef struct RAID_SYSTEM {
  *
  * ppInfo: gets the record; free it with RAIDInfoFree.
  *
- * Returns 1; 0 when there is no such array; or -1 with
+ * Returns 1; 0 when the device is there, but no such array runs; or -1 with
  *   ERR_BAD_PARAMETERS     a null argument, a path longer than 127 bytes
  *   ERR_INVALID_ARRAY      the path is not "/dev/md" and a number
- *   ERR_OPEN_FAILED        the device, or a member's file below "/sys", does not open
+ *   ERR_OPEN_FAILED        the device (systems that make devices by themselves have none for an array that
+ *                          does not run), or a member's file below "/sys", does not open
  *   ERR_READ_FAILED        a member's file is empty
  *   ERR_PATH_NOT_FOUND     the array went away meanwhile
  *   ERR_UNKNOWN            another answer of the kernel
@@ -188,7 +193,8 @@ MORV_API int RAIDStatusDecide(const mdu_array_info_t *pArray, const RAID_DISK *p
  * ERR_OUT_OF_MEMORY. */
 MORV_API int RAIDPathEnum(MLIBSZLIST **ppList) MORV_NOEXCEPT;
 
-/* Answers 1 when an array runs, 0 when not, -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_UNKNOWN. */
+/* Answers 1 when an array runs, 0 when its device is there but it does not, -1 with ERR_BAD_PARAMETERS,
+ * ERR_OPEN_FAILED (there is no such device, for one) or ERR_UNKNOWN. */
 MORV_API int RAIDIsDetected(const char *path) MORV_NOEXCEPT;
 
 /* Lists of arrays. RAIDListPush puts a record behind the first one (into an empty list: as the first); the
@@ -228,21 +234,22 @@ MORV_API int RAIDAddRobustCheck(const char *path, const char *device) MORV_NOEXC
 /* Stops an array; its members keep it. Returns 0, or -1 as RAIDAdd. */
 MORV_API int RAIDStop(const char *path) MORV_NOEXCEPT;
 
-/* Dissolves an array for ever: stops it, and wipes the superblocks of its members.
- * Returns 0 when it was stopped, also when members could not be wiped (the log tells which); or -1 as
- * RAIDStop. */
+/* Dissolves an array for ever: stops it, and wipes the superblocks of its members; of none of them where
+ * its UUID could not be read before. Returns 0 when it was stopped, also when members could not be wiped
+ * (the log tells which); or -1 as RAIDStop. */
 MORV_API int RAIDRemove(const RAID_INFO *pInfo) MORV_NOEXCEPT;
 
 /* Wipes the superblocks of all partitions in "/proc/partitions" (those of disks "sd...") that carry this
  * array's path and UUID. What stands behind a blank in uuid, as in "a:b:c:d (local to host nas)", does not
  * count.
- * Returns 0 when the last wipe that was tried succeeded, or -1, also when no partition carries them; codes
- * ERR_BAD_PARAMETERS, ERR_SYS_UNKNOWN, ERR_OUT_OF_MEMORY. */
+ * Returns 0 when the last wipe that was tried succeeded, or -1, also when no partition carries them
+ * (ERR_PATH_NOT_FOUND); ERR_BAD_PARAMETERS, or the codes of mdadm. */
 MORV_API int RAIDCleanSuperblock(const RAID_INFO *pInfo, const char *uuid) MORV_NOEXCEPT;
 
 /* Assembles the array pSB->szPath with pSB->szUUID of members and runs it, also degraded. Whether mdadm
  * succeeded is not looked at: ask with RAIDInfoGet.
- * Returns 0, or -1 when no command could be run: ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY, ERR_SYS_UNKNOWN. */
+ * Returns 0; or -1 for arguments that cannot be used, with a log line only, and when no command could be run
+ * (ERR_OUT_OF_MEMORY, ERR_SYS_UNKNOWN). */
 MORV_API int RAIDAssemble(const RAID_SB *pSB, const MLIBSZLIST *members) MORV_NOEXCEPT;
 
 /* ---- Superblocks ----------------------------------------------------------------------------------- */
@@ -254,7 +261,9 @@ MORV_API int RAIDAssemble(const RAID_SB *pSB, const MLIBSZLIST *members) MORV_NO
  * mode:    2 keeps arrays numbered above 100, those of expansion enclosures; any other mode keeps all
  * ppList:  address of a list, null at first, to the end of which is added what was found; free it with RAIDScanFree
  *
- * Returns the number found, or -1 with ERR_BAD_PARAMETERS, ERR_OUT_OF_MEMORY. */
+ * Returns the number found. A device that mdadm could not be asked about sets the error state; when nothing
+ * was found beside it, and for ERR_BAD_PARAMETERS and ERR_OUT_OF_MEMORY, the result is -1. The codes of
+ * mdadm. */
 MORV_API int RAIDScan(const MLIBSZLIST *devices, int mode, RAID_SB_LIST **ppList) MORV_NOEXCEPT;
 enum { RAID_SCAN_ALL = 1, RAID_SCAN_EXPANSION = 2 };
 
@@ -267,13 +276,13 @@ MORV_API void RAIDSBEnumFree(RAID_SB_LIST *pList) MORV_NOEXCEPT;
 MORV_API int RAIDSBPush(RAID_SB_LIST **ppList, RAID_SB *pSB) MORV_NOEXCEPT;
 
 /* Reads szUUID and szPath of one device's superblock; the other fields stay as they are.
- * Returns 1, 0 when the device has none, or -1 with ERR_BAD_PARAMETERS, ERR_SYS_UNKNOWN (mdadm could not be
- * run), ERR_FORMAT_ERROR (its answer was not understood), ERR_OUT_OF_MEMORY. */
+ * Returns 1; 0 when the device has none, or mdadm cannot read it; or -1 with ERR_BAD_PARAMETERS,
+ * ERR_FORMAT_ERROR (the answer was not understood), or the codes of mdadm. */
 MORV_API int RAIDSBGet(const char *device, RAID_SB *pSB) MORV_NOEXCEPT;
 
 /* Reads the UUID of a running array as mdadm prints it, into buffer of size bytes.
- * Returns 1, or -1 with ERR_BAD_PARAMETERS, ERR_SYS_UNKNOWN, ERR_FORMAT_ERROR, ERR_NOT_ENOUGH_MEMORY (buffer
- * too small), ERR_OUT_OF_MEMORY. */
+ * Returns 1, or -1 with ERR_BAD_PARAMETERS, ERR_FORMAT_ERROR, ERR_NOT_ENOUGH_MEMORY (buffer too small), or
+ * the codes of mdadm. */
 MORV_API int RAIDUUIDGet(const char *path, char *buffer, int size) MORV_NOEXCEPT;
 
 /* ---- Growing --------------------------------------------------------------------------------------- */
@@ -316,7 +325,8 @@ MORV_API int MORVRAIDMdTuningPerformance(const char *path) MORV_NOEXCEPT;
 
 /* ---- The appliance --------------------------------------------------------------------------------- */
 
-/* The number of disk slots ("maxdisks" of "/etc.defaults/morvinfo.conf"), or -1 with ERR_SYS_UNKNOWN. */
+/* The number of disk slots ("maxdisks" of "/etc.defaults/morvinfo.conf", asked for with get_key_value), or
+ * -1 with ERR_FORMAT_ERROR, or the codes of mdadm. */
 MORV_API int MORVMaxDiskGet(void) MORV_NOEXCEPT;
 
 /* Reads both system arrays. Returns 0, both to be freed with RAIDSystemFree, or -1 with the codes of
@@ -343,8 +353,8 @@ MORV_API int RAIDSystemAdd(const char *disk) MORV_NOEXCEPT;
  * (ERR_NOT_ENOUGH_MEMORY). */
 MORV_API int RAIDDevRAIDGet(const char *device, char *buffer, int size, int *pNumber) MORV_NOEXCEPT;
 
-/* Answers 1 when partition 3 of a disk is a member of an array numbered at most 99, 0 when not, -1 with
- * ERR_BAD_PARAMETERS. */
+/* Answers 1 when partition 3 of a disk is a member of a running array numbered at most 99, 0 when not, -1
+ * with the codes of RAIDSBGet and RAIDInfoGet when that cannot be told. */
 MORV_API int RAIDDiskIsUsedByInternalRAID(const char *disk) MORV_NOEXCEPT;
 
 /* Prepares a disk. What its partitions hold is lost.

@@ -280,8 +280,8 @@ MORV_API int VolumeUnExport(const char *path) MORV_NOEXCEPT;
 MORV_API int MORVVolRemoveStaleVolumes(void) MORV_NOEXCEPT;
 
 /* Ends the processes that serve an iSCSI target from a volume: those that run "iscsi_target.cgi" with the
- * volume's path as an argument, by SIGTERM, and after 5 seconds by SIGKILL. With a system root nothing is
- * ended: the machine's processes are not the image's.
+ * volume's path as an argument, by SIGTERM, and after 5 seconds by SIGKILL; not the caller itself. With a
+ * system root nothing is ended: the machine's processes are not the image's.
  *
  * target: the path of the volume
  *

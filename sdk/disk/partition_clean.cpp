@@ -2,10 +2,8 @@
 
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
-#include "core/file/sys_path.h"
 #include "core/storage/disk_layout.h"
 #include "core/storage/partition_table.h"
-#include "core/system/command.h"
 
 using namespace morv;
 
@@ -22,16 +20,6 @@ static int clean(const char *device, int kinds) {
     std::vector<Partition> partitions;
     for (const Partition &partition : disk.partitions) {
         if (is_wanted(partition, kinds)) partitions.push_back(partition);
-    }
-    // All are looked at before the first is touched.
-    for (const Partition &partition : partitions) {
-        if (const int code = check_unused(partition.device)) return code;
-    }
-    for (const Partition &partition : partitions) {
-        // Most hold none, which mdadm does not call a failure.
-        const std::string path = SysPath(partition.device.c_str()).c_str();
-        if (run_tool("/sbin/mdadm --zero-superblock %s > /dev/null 2>&1", {path}) != 0)
-            MORV_LOG(LOG_ERR, "Failed to zero RAID superblock '%s'", partition.device.c_str());
     }
     return partitions.empty() ? 0 : remove_partitions(disk, partitions);
 }

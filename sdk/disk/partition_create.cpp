@@ -9,20 +9,16 @@
 
 using namespace morv;
 
-// What a GPT needs behind the last partition.
+// What a GUID partition table needs behind the last partition.
 constexpr uint64_t kSectorsOfGptCopy = 34;
-// Where a disk becomes too large for a DOS table.
-constexpr uint64_t kMostOfDos = UINT32_MAX;
-
-static uint64_t end_of(const Disk &disk) {
-    const uint64_t kept = disk.size > kMostOfDos ? kSectorsOfGptCopy * (disk.sector_size / 512) : 0;
-    const uint64_t unit = disk.sector_size / 512;
-    return disk.size < kept ? 0 : (disk.size - kept) / unit * unit;
+static uint64_t end_of(const Disk &disk, bool is_gpt) {
+    const uint64_t kept = is_gpt ? kSectorsOfGptCopy * (disk.sector_size / 512) : 0;
+    return disk.size < kept ? 0 : disk.size - kept;
 }
 
 static int create_system(const Disk &disk) {
     const DiskLayout layout = system_layout();
-    if (end_of(disk) <= layout.start[kDataPartition - 1]) return ERR_DISK_TOO_SMALL;
+    if (end_of(disk, true) <= layout.start[kDataPartition - 1]) return ERR_DISK_TOO_SMALL;
     if (disk.partitions.empty()) {
         if (const int code = check_unused(disk.device)) return code;
         if (const int code = write_empty_table(disk)) return code;
@@ -41,7 +37,7 @@ static int create_data(const Disk &disk) {
     for (const Partition &partition : disk.partitions)
         start = std::max(start, partition.start + partition.size);
     if (!disk.find(kFirstSystemPartition) || !disk.find(kSecondSystemPartition)) return ERR_PATH_NOT_FOUND;
-    const uint64_t end = end_of(disk);
+    const uint64_t end = end_of(disk, has_gpt(disk) || disk.size > kMostOfDos);
     if (end <= start) return ERR_DISK_TOO_SMALL;
     return add_partition(disk, {"", kDataPartition, start, end - start});
 }

@@ -40,7 +40,7 @@ static int assemble(const RAID_SB &sb, const MLIBSZLIST &members) {
 extern "C" int RAIDAssemble(const RAID_SB *pSB, const MLIBSZLIST *members) noexcept {
     if (!is_valid(pSB, members)) {
         MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+        return -1;
     }
     const int code = no_throw([&] { return assemble(*pSB, *members); });
     if (code) {

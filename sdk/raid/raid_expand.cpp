@@ -13,7 +13,8 @@ static bool would_shrink(const char *path, uint64_t kib) {
     int32_t number;
     mdu_array_info_t array;
     const UniqueFd fd(open(SysPath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!fd || !array_number(path, number) || md_description(fd.get(), array) != 0) return false;
+    if (!fd || md_description(fd.get(), array) != 0) return false;
+    if (!md_number(fd.get(), number)) number = -1;
     return kib < md_component_size(array, number) / 1024;
 }
 

@@ -10,26 +10,28 @@
 
 using namespace morv;
 
-extern "C" int MORVMaxDiskGet(void) noexcept {
+static int read_number(int &number) {
     constexpr char kCommand[] = "/bin/get_key_value %s %s";
+    const SysPath file("/etc.defaults/morvinfo.conf");
+    std::string output;
+    int code = capture_tool(output, kCommand, {file.c_str(), "maxdisks"});
+    const char *const step = code ? "popen" : "fgets";
+    if (code == 0 && output.empty()) code = ERR_SYS_UNKNOWN;
+    if (code) {
+        const int reason = errno;
+        const std::string command = command_text(kCommand, {file.c_str(), "maxdisks"});
+        syslog(LOG_ERR, "%s(%d) Failed to %s cmd = '%s', errno=%s/%d.", MORV_STEM, __LINE__, step,
+               command.c_str(), strerror(reason), reason);
+        return code;
+    }
+    const int64_t value = leading_number(output);
+    if (value < 0 || value > INT32_MAX) return ERR_FORMAT_ERROR;
+    number = int(value);
+    return 0;
+}
+
+extern "C" int MORVMaxDiskGet(void) noexcept {
     int number = 0;
-    const int code = no_throw([&] {
-        std::string output;
-        const SysPath file("/etc.defaults/morvinfo.conf");
-        if (const int failed = capture_tool(output, kCommand, {file.c_str(), "maxdisks"})) {
-            MORV_LOG(LOG_ERR, "Failed to popen cmd = '%s', errno=%s/%d.",
-                     command_text(kCommand, {file.c_str(), "maxdisks"}).c_str(), strerror(errno), errno);
-            return failed;
-        }
-        if (output.empty()) {
-            MORV_LOG(LOG_ERR, "Failed to fgets cmd = '%s', errno=%s/%d.",
-                     command_text(kCommand, {file.c_str(), "maxdisks"}).c_str(), strerror(errno), errno);
-            return int{ERR_SYS_UNKNOWN};
-        }
-        const int64_t value = leading_number(output);
-        if (value < 0 || value > INT32_MAX) return int{ERR_FORMAT_ERROR};
-        number = int(value);
-        return 0;
-    });
+    const int code = no_throw([&] { return read_number(number); });
     return code ? MORV_FAIL(code, -1) : number;
 }

@@ -1,4 +1,5 @@
 #include <stdlib.h>
+#include <string.h>
 
 #include "core/base/guard.h"
 #include "core/base/log.h"
@@ -29,24 +30,30 @@ static int push(ListPtr &list, const RAID_SB &sb) {
     return 0;
 }
 
-static int scan(const MLIBSZLIST &devices, int mode, ListPtr &list, int &count) {
+// Of late, mdadm tells level and number of devices only when it is asked for more.
+static void ask_for_more(const char *device, SuperblockText &found) {
+    std::string output;
+    if (examine("/sbin/mdadm -E -b -v %s 2>/dev/null", device, output) != 0) return;
+    const SuperblockText more = parse_superblock(output);
+    if (more.has_path && strcmp(more.sb.szPath, found.sb.szPath) == 0) found = more;
+}
+
+// A device that mdadm could not be asked about is left out, and its code is left in `failed`.
+static int scan(const MLIBSZLIST &devices, int mode, ListPtr &list, int &count, int &failed) {
     for (int i = 0; i < devices.nItem; ++i) {
         const char *const device = devices.pszItem[i];
         std::string output;
         if (!is_device(device)) continue;
-        int code = examine("/sbin/mdadm -E -b %s 2>/dev/null", device, output);
-        SuperblockText found = parse_superblock(output);
-        // Of late, mdadm tells level and number of devices only when it is asked for more.
-        if (code == 0 && is_wanted(found, mode) && (!found.has_level || !found.has_devices)) {
-            output.clear();
-            code = examine("/sbin/mdadm -E -b -v %s 2>/dev/null", device, output);
-            const SuperblockText more = parse_superblock(output);
-            if (code == 0 && more.has_path && more.has_uuid) found = more;
+        if (const int code = examine("/sbin/mdadm -E -b %s 2>/dev/null", device, output)) {
+            if (code == ERR_OUT_OF_MEMORY) return code;
+            MORV_LOG(LOG_DEBUG, "Failed to examine %s, errno=%m", device);
+            failed = code;
+            continue;
         }
-        if (code == ERR_OUT_OF_MEMORY) return code;
-        if (code != 0) MORV_LOG(LOG_DEBUG, "Failed to examine %s, errno=%m", device);
-        if (code != 0 || !is_wanted(found, mode)) continue;
-        if (const int failed = push(list, found.sb)) return failed;
+        SuperblockText found = parse_superblock(output);
+        if (!is_wanted(found, mode)) continue;
+        if (!found.has_level || !found.has_devices) ask_for_more(device, found);
+        if (const int code = push(list, found.sb)) return code;
         ++count;
     }
     return 0;
@@ -55,12 +62,13 @@ static int scan(const MLIBSZLIST &devices, int mode, ListPtr &list, int &count) 
 extern "C" int RAIDScan(const MLIBSZLIST *devices, int mode, RAID_SB_LIST **ppList) noexcept {
     if (!devices || !ppList) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     ListPtr list;
-    int count = 0;
-    const int code = no_throw([&] { return scan(*devices, mode, list, count); });
+    int count = 0, failed = 0;
+    const int code = no_throw([&] { return scan(*devices, mode, list, count, failed); });
     if (code) return MORV_FAIL(code, -1);
+    if (failed && count == 0) return MORV_FAIL(failed, -1);
     RAID_SB_LIST **end = ppList;
     while (*end)
         end = &(*end)->pNext;
     *end = list.release();
-    return count;
+    return failed ? MORV_FAIL(failed, count) : count;
 }

@@ -1,4 +1,5 @@
 #include <morvsdk/volume.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -49,8 +50,10 @@ int end_all(const char *target) {
         Process process;
         int32_t pid;
         char room[4096];
-        if (!number_behind(name, "", pid) || !process.open(pid) || !serves(process.arguments(room), target))
+        if (!number_behind(name, "", pid) || pid == getpid() || !process.open(pid) ||
+            !serves(process.arguments(room), target)) {
             continue;
+        }
         if (end(process)) continue;
         MORV_LOG(LOG_ERR, "Failed to end process %d of %s", pid, target);
         code = ERR_SYS_UNKNOWN;

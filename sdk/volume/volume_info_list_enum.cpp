@@ -90,7 +90,7 @@ class Enumeration {
             return ERR_PATH_NOT_FOUND;
         }
         if (VolumeInfoListPush(&list_, info.get()) != 0) return kErrorIsSet;
-        info.release();
+        static_cast<void>(info.release());
         ++count_;
         return 0;
     }

@@ -97,6 +97,8 @@ TEST(RaidCreate, TunesWhatItMade) {
 TEST(RaidCommands, AreWhatTheirCallersMean) {
     Machine machine;
     machine.array(2, "raid1", 2, {{"sda3"}, {"sdb3"}}, 1000);
+    ASSERT_EQ(mkdir(machine.path("dev/md").c_str(), 0755), 0);
+    ASSERT_EQ(symlink("../md2", machine.path("dev/md/2").c_str()), 0);
     RAID_SB sb = {"a:b:c:d", "/dev/md2", 0, 0}, optional = {"-x", "/dev/md2", 0, 0};
     const Names members = names_of({"/dev/sda3", "/dev/sdb3"}), none = names_of({});
     const struct {
@@ -118,6 +120,7 @@ TEST(RaidCommands, AreWhatTheirCallersMean) {
         {[] { return RAIDExpand("/dev/md2", 1000); }, 0, "--grow /dev/md2 -z 1000\n"},
         {[] { return RAIDExpand("/dev/md2", 999); }, -1, ""},
         {[] { return RAIDExpand("/dev/md9", 999); }, 0, "--grow /dev/md9 -z 999\n"},
+        {[] { return RAIDExpand("/dev/md/2", 999); }, -1, ""},
         {[&] { return RAIDAssemble(&sb, members.get()); }, 0,
          "/dev/md2 -A -u a:b:c:d --run /dev/sda3 /dev/sdb3\nsbin/mdadm --run /dev/md2\n"},
         {[&] { return RAIDAssemble(&optional, members.get()); }, -1, ""},
@@ -175,6 +178,16 @@ TEST(RaidSuperblock, IsReadFromWhateverMdadmPrints) {
     EXPECT_TRUE(refuses(-1, RAIDSBGet("sda3", &sb)));
     ASSERT_EQ(unlink(machine.path(kMdadm).c_str()), 0);
     EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, RAIDSBGet("/dev/sda3", &sb)));
+}
+
+TEST(RaidScan, KeepsWhatItHasWhenMoreCannotBeTold) {
+    Machine machine;
+    machine.tool(kMdadm, "case $* in *-v*) exit 1;; esac; echo 'ARRAY /dev/md2 UUID=a:a'");
+    RAID_SB_LIST *list = nullptr;
+    EXPECT_EQ(RAIDScan(names_of({"/dev/sda3"}).get(), RAID_SCAN_ALL, &list), 1);
+    const Superblocks found(list);
+    EXPECT_STREQ(found->pSB->szUUID, "a:a");
+    EXPECT_EQ(found->pSB->type, 0);
 }
 
 TEST(RaidScan, FindsTheArraysOfDevicesAndAsksAgainForLevelAndCount) {
@@ -319,6 +332,12 @@ TEST(RaidMembership, IsThatOfARunningArray) {
     EXPECT_EQ(RAIDDiskIsUsedByInternalRAID("/dev/sda"), 1);
     EXPECT_EQ(RAIDDiskIsUsedByInternalRAID("/dev/sdb"), 0) << "100 is beyond the internal ones";
     EXPECT_EQ(RAIDDiskIsUsedByInternalRAID("/dev/sdz"), 0);
+    EXPECT_EQ(RAIDDiskIsUsedByInternalRAID("/dev/sdd"), 0) << "its array does not run";
+    ASSERT_EQ(unlink(machine.path(kMdadm).c_str()), 0);
+    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, RAIDDiskIsUsedByInternalRAID("/dev/sda")))
+        << "nobody may take it for a free disk";
+    RAID_SB_LIST *list = nullptr;
+    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, RAIDScan(names_of({"/dev/sda3"}).get(), RAID_SCAN_ALL, &list)));
 }
 
 TEST(MaxDisk, IsWhatTheFactorySettingsSay) {

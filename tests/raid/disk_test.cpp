@@ -134,6 +134,7 @@ TEST(RaidStripe, IsAsWideAsTheDataDisks) {
 struct Disks : Machine {
     Disks() {
         tool("sbin/sfdisk", "read -r line; echo \"$line\" >>\"$MORV_ROOT/calls\"");
+        tool("sbin/wipefs", "");
         write("bin/echo", "#!/bin/sh\necho \"$*\"\n", 0755);
         array(0, "raid1", 4, {{"sda1"}});
         array(1, "raid1", 4, {{"sda2"}});
@@ -150,12 +151,15 @@ const char kNoReread[] = "sbin/sfdisk --no-reread --no-tell-kernel ";
 TEST(DiskInit, MakesAFreshDiskLikeTheOthersAndAddsIt) {
     Disks machine;
     ASSERT_EQ(RAIDDiskInit("/dev/sdb", RAID_INIT_MEMBER), 0);
-    EXPECT_EQ(machine.calls(),
-              std::string(kNoReread) + "/dev/sdb\nlabel: dos\n" +                         //
-                  kNoReread + "--append /dev/sdb\nstart=63, size=2000000, type=raid\n" +  //
-                  kNoReread + "--append /dev/sdb\nstart=2000063, size=600000, type=raid\n" +
-                  "sbin/mdadm /dev/md0 -a /dev/sdb1\nsbin/mdadm /dev/md1 -a /dev/sdb2\n" +  //
-                  kNoReread + "--append /dev/sdb\nstart=2634660, size=17365340, type=raid\n");
+    const auto added = [](const char *partition, const char *place) {
+        return std::string(kNoReread) + "--append /dev/sdb\n" + place + ", type=raid\nsbin/wipefs -a /dev/" +
+               partition + "\n";
+    };
+    EXPECT_EQ(machine.calls(), std::string("sbin/wipefs -a /dev/sdb\n") + kNoReread +
+                                   "/dev/sdb\nlabel: dos\n" + added("sdb1", "start=63, size=2000000") +
+                                   added("sdb2", "start=2000063, size=600000") +
+                                   "sbin/mdadm /dev/md0 -a /dev/sdb1\nsbin/mdadm /dev/md1 -a /dev/sdb2\n" +
+                                   added("sdb3", "start=2634660, size=17365340"));
     uint64_t sectors = 0;
     int layout = 0;
     EXPECT_EQ(DiskSizeGet("/dev/sdb3", &sectors), 1) << "the kernel was told";
@@ -170,6 +174,7 @@ TEST(DiskInit, MakesAFreshDiskLikeTheOthersAndAddsIt) {
 TEST(DiskInit, UsesTheLargeLayoutOnANewSystemAndAGptOnALargeDisk) {
     Machine machine;
     machine.write("sbin/sfdisk", "#!/bin/sh\nread -r line; echo \"$line\" >>\"$MORV_ROOT/calls\"\n", 0755);
+    machine.write("sbin/wipefs", "#!/bin/sh\n", 0755);
     machine.write("bin/echo", "#!/bin/sh\necho \"$*\"\n", 0755);
     machine.disk("sda", 8000000000);
     machine.write("sys/block/sda/queue/logical_block_size", "4096\n");
@@ -189,20 +194,30 @@ TEST(DiskInit, UsesTheLargeLayoutOnANewSystemAndAGptOnALargeDisk) {
     EXPECT_TRUE(refuses(-1, PartitionCreate("/dev/sda", PARTITION_ALL)));
 }
 
-TEST(DiskClean, WipesAndRemovesWhatIsAskedFor) {
-    const std::string all =
-        "sbin/mdadm --zero-superblock /dev/sda1\nsbin/mdadm --zero-superblock /dev/sda2\n";
+TEST(DiskInit, GivesTheTableAndTheKernelTheSamePlaces) {
+    Disks machine;
+    // Of larger sectors than the disks that the places are taken from.
+    machine.write("sys/block/sdb/queue/logical_block_size", "4096\n");
+    EXPECT_EQ(PartitionCreate("/dev/sdb", PARTITION_SYSTEM), 0);
+    EXPECT_NE(machine.calls().find("start=8, size=249999, "), std::string::npos);
+    EXPECT_EQ(machine.read("sys/block/sdb/sdb1/start") + machine.read("sys/block/sdb/sdb1/size"),
+              "64\n1999992\n");
+    // A small disk may have a GUID partition table; the room of its copy is kept.
+    machine.write("dev/sdb", std::string(4096, '\0') + "EFI PART");
+    EXPECT_EQ(PartitionCreate("/dev/sdb", PARTITION_DATA), 0);
+    EXPECT_EQ(machine.read("sys/block/sdb/sdb3/start") + machine.read("sys/block/sdb/sdb3/size"),
+              "2634664\n17365064\n");
+}
+
+TEST(DiskClean, RemovesWhatIsAskedForOrNothing) {
+    const std::string remove = std::string(kNoReread) + "--delete /dev/sda";
     const struct {
         int kinds;
         std::string calls;
         int code_when_busy;
-    } cases[] = {
-        {PARTITION_DATA,
-         "sbin/mdadm --zero-superblock /dev/sda3\n" + std::string(kNoReread) + "--delete /dev/sda 3\n\n", 0},
-        {PARTITION_SYSTEM, all + kNoReread + "--delete /dev/sda 1 2\n\n", ERR_DEVICE_BUSY},
-        {PARTITION_ALL,
-         all + "sbin/mdadm --zero-superblock /dev/sda3\n" + kNoReread + "--delete /dev/sda 1 2 3\n\n",
-         ERR_DEVICE_BUSY}};
+    } cases[] = {{PARTITION_DATA, remove + " 3\n\n", 0},
+                 {PARTITION_SYSTEM, remove + " 1 2\n\n", ERR_DEVICE_BUSY},
+                 {PARTITION_ALL, remove + "\n\n", ERR_DEVICE_BUSY}};
     for (const auto &c : cases) {
         Disks machine;
         EXPECT_EQ(PartitionClean("/dev/sda", c.kinds), 0);
@@ -217,6 +232,8 @@ TEST(DiskClean, WipesAndRemovesWhatIsAskedFor) {
             if (!is_busy) kept.tool("sbin/sfdisk", "exit 1");
             const int code = is_busy ? c.code_when_busy : int{ERR_SYS_UNKNOWN};
             EXPECT_TRUE(gives(code ? -1 : 0, code, PartitionClean("/dev/sda", c.kinds)));
+            EXPECT_EQ(kept.calls(),
+                      code == ERR_DEVICE_BUSY ? "" : c.calls.substr(0, c.calls.size() - !is_busy));
             EXPECT_EQ(DiskSizeGet("/dev/sda1", &sectors), 1);
             EXPECT_EQ(DiskSizeGet("/dev/sda2", &sectors), 1);
         }

@@ -127,6 +127,10 @@ TEST(RaidInfo, FollowsAResyncByTheAppliancesCallOrByTheFilesOfOthers) {
         machine.write(md + "sync_completed", std::string(c.completed) + "\n");
         expect(c.expected, std::string(c.action) + " " + c.completed);
     }
+    // A file that is there but cannot be read does not mean that nothing is going on.
+    machine.write(md + "sync_action", "");
+    RAID_INFO *info = nullptr;
+    EXPECT_TRUE(gives(-1, ERR_UNKNOWN, RAIDInfoGet("/dev/md2", &info)));
     // Where the kernel answers itself, the files do not count.
     const std::pair<const char *, RAID_REBUILD> words[] = {{"0 7 9", {0, {0, 0}}},
                                                            {"1 0 9", {2, {0, 0}}},
@@ -272,8 +276,9 @@ TEST(RaidList, KeepsTheFirstAndFindsByPathMemberAndResync) {
         }
     }
     list->pInfo = first;
-    const RAID_CRITERIA no_mode = {"/dev/md2", nullptr, 3};
+    const RAID_CRITERIA no_mode = {"/dev/md2", nullptr, 3}, flag_alone = {nullptr, &yes, 0};
     EXPECT_TRUE(refuses(-1, RAIDListSearch(list, &no_mode, nullptr)));
+    EXPECT_EQ(RAIDListSearch(list, &flag_alone, nullptr), 1);
     RAIDListFree(list);
 }
 

@@ -46,13 +46,6 @@ TEST_F(Mounting, MountsWithQuotasWhereNothingWas) {
     EXPECT_NE(stat_of(root.dir() + "/volume1").st_ino, 0U);
 }
 
-TEST_F(Mounting, UnmountsByForce) {
-    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, VolumeUnmount("/volume1")));
-    root.tool("bin/umount");
-    EXPECT_EQ(VolumeUnmount("/volume1"), 0);
-    EXPECT_EQ(root.calls(), "umount -f ROOT/volume1\n");
-}
-
 TEST_F(Mounting, ACrashedArrayBecomesReadOnlyWhileTheServicesRest) {
     root.tool("sbin/mount");
     root.tool("usr/morv/etc/rc.d/S20samba");

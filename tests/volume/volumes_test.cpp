@@ -257,65 +257,55 @@ struct Built {
 
 TEST(Health, TellsWhatIsWrong) {
     const ScratchRoot root;  // without system arrays: nothing is said of them
-    Built unmounted, erroneous, unreadable;
-    unmounted.info.pFs = nullptr;
-    erroneous.fs.state = FS_STATE_ERRORS;
-    unreadable.fs.state = FS_STATE_UNKNOWN;
-    const struct {
-        const char *what;
-        int expected, got;
-    } cases[] = {
-        {"all well", 0, Built().raid(0, 2, RAID_TYPE_RAID5, RAID_NORMAL).health()},
-        {"not mounted", -1, unmounted.health()},
-        {"errors found", -2, erroneous.health()},
-        {"superblock not read", 0, unreadable.health()},
-        {"degraded", 16, Built().raid(0, 2, RAID_TYPE_RAID5, RAID_DEGRADED).health()},
-        {"crashed", -32, Built().raid(0, 2, RAID_TYPE_RAID5, RAID_CRASHED).health()},
-        {"both", -48,
-         Built()
-             .raid(0, 2, RAID_TYPE_RAID5, RAID_DEGRADED)
-             .raid(1, 3, RAID_TYPE_RAID5, RAID_CRASHED)
-             .health()},
-        {"a missing volume of the appliance", -4, Built().pv(0, "/dev/md100", 1).health()},
-        {"one of an enclosure", -8, Built().pv(0, "/dev/md2", 0).pv(1, "/dev/md101", 1).health()},
-        {"both", -12, Built().pv(0, "/dev/md2", 1).pv(1, "/dev/md101", 1).health()},
-        {"one that is no array", 0, Built().pv(0, "/dev/sda3", 1).health()},
+    constexpr int kNormal = RAID_NORMAL, kDegraded = RAID_DEGRADED, kCrashed = RAID_CRASHED;
+    const auto of_arrays = [](int first, int second) {
+        return Built().raid(0, 2, RAID_TYPE_RAID5, first).raid(1, 3, RAID_TYPE_RAID5, second).health();
     };
-    for (const auto &[what, expected, got] : cases)
-        EXPECT_EQ(got, expected) << what;
-    Built broken;
-    broken.raid(0, 2, RAID_TYPE_RAID5, RAID_CRASHED).nodes[0].pInfo = nullptr;
+    const auto of_volumes = [](const char *path, int first, int second) {
+        return Built().pv(0, path, first).pv(1, "/dev/md101", second).health();
+    };
+    EXPECT_EQ(of_arrays(kNormal, kNormal), 0);
+    EXPECT_EQ(of_arrays(kNormal, kDegraded), 16);
+    EXPECT_EQ(of_arrays(kCrashed, kNormal), -32);
+    EXPECT_EQ(of_arrays(kDegraded, kCrashed), -48);
+    EXPECT_EQ(of_volumes("/dev/md100", 0, 0), 0);
+    EXPECT_EQ(of_volumes("/dev/md100", 1, 0), -4);
+    EXPECT_EQ(of_volumes("/dev/md2", 0, 1), -8);
+    EXPECT_EQ(of_volumes("/dev/sda3", 1, 1), -8);
+    EXPECT_EQ(of_volumes("/dev/md2", 1, 1), -12);
+    Built built;
+    built.fs.state = FS_STATE_UNKNOWN;
+    EXPECT_EQ(built.health(), 0);
+    built.fs.state = FS_STATE_ERRORS;
+    EXPECT_EQ(built.health(), -2);
+    built.info.pFs = nullptr;
+    EXPECT_EQ(built.health(), -1);
+    built.raid(0, 2, RAID_TYPE_RAID5, RAID_CRASHED).nodes[0].pInfo = nullptr;
     int32_t flags = 7;
     MLIBErrSet(ERR_SUCCESS);
-    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, VolumeHealthyCheck(&broken.info, &flags)));
-    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, VolumeIsWritable(&broken.info, &flags)));
+    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, VolumeHealthyCheck(&built.info, &flags)));
+    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, VolumeIsWritable(&built.info, &flags)));
     EXPECT_EQ(flags, 7);
 }
 
 TEST_F(Lookup, ADiskOfAnInternalArrayHasToServeBothSystemArrays) {
-    constexpr struct {
-        const char *md0[2], *md1[2];
+    const std::vector<std::string> both = {"in_sync", "in_sync"}, first = {"in_sync"},
+                                   faulty = {"in_sync", "faulty"};
+    const struct {
+        std::vector<std::string> md0, md1;
         int number, flags;
-    } kCases[] = {
-        {{"in_sync", "in_sync"}, {"in_sync", "in_sync"}, 2, 0},
-        {{"in_sync", "faulty"}, {"in_sync", "in_sync"}, 2, 64},
-        {{"in_sync", nullptr}, {"in_sync", nullptr}, 2, 64},
-        {{"in_sync", nullptr}, {"in_sync", nullptr}, 99, 64},
-        {{"in_sync", nullptr}, {"in_sync", nullptr}, 100, 0},
+    } cases[] = {
+        {both, both, 2, 0},     {both, faulty, 2, 64},  {both, first, 2, 64},
+        {first, first, 99, 64}, {first, first, 100, 0},
     };
-    for (const auto &[md0, md1, number, flags] : kCases) {
-        StorageRoot<> machine;
-        machine.array(0, "raid1",
-                      md0[1] ? std::vector<std::string>{md0[0], md0[1]} : std::vector<std::string>{md0[0]},
-                      1);
-        machine.array(1, "raid1",
-                      md1[1] ? std::vector<std::string>{md1[0], md1[1]} : std::vector<std::string>{md1[0]},
-                      2);
-        machine.array(number, "raid1", {"in_sync", "in_sync"});
+    for (const auto &[md0, md1, number, flags] : cases) {
+        const StorageRoot<> machine;
+        machine.array(0, "raid1", md0, 1);
+        machine.array(1, "raid1", md1, 2);
+        machine.array(number, "raid1", both);
         machine.mounts("/dev/md" + std::to_string(number) + " /volume1 xfs rw 0 0\n");
         const Volume info = get("/volume1");
         int32_t found = -1;
-        ASSERT_TRUE(info);
         EXPECT_EQ(VolumeIsWritable(info.get(), &found), 1);
         EXPECT_EQ(found, flags) << number;
     }
@@ -324,24 +314,24 @@ TEST_F(Lookup, ADiskOfAnInternalArrayHasToServeBothSystemArrays) {
 TEST(Health, ABasicVolumeIsOneOfOneDisk) {
     const ScratchRoot root;
     root.write("etc/morvinfo.conf", "md2_level=\"99\"\nmd3_level=\"1\"\n");
-    Built disk, two_groups, nothing;
-    disk.info.kind = two_groups.info.kind = VOLUME_ON_DISK;
-    two_groups.pv(0, "/dev/md2", 0).pv(1, "/dev/md3", 0);
-    const auto basic = [](int number, int type, int slots) {
-        Built built;
-        return VolumeIsBasic(&built.raid(0, number, type, RAID_NORMAL, slots).info);
+    constexpr struct {
+        int number, type, slots, basic;
+    } kArrays[] = {
+        {2, RAID_TYPE_RAID0, 1, 1}, {2, RAID_TYPE_RAID0, 2, 0}, {4, RAID_TYPE_RAID1, 1, 1},
+        {2, RAID_TYPE_RAID1, 2, 1}, {3, RAID_TYPE_RAID1, 2, 0}, {4, RAID_TYPE_RAID1, 2, 0},
+        {2, RAID_TYPE_RAID5, 1, 0},
     };
-    EXPECT_EQ(VolumeIsBasic(&disk.info), 1);
-    EXPECT_EQ(VolumeIsBasic(&two_groups.info), 0);
-    EXPECT_EQ(basic(2, RAID_TYPE_RAID0, 1), 1);
-    EXPECT_EQ(basic(2, RAID_TYPE_RAID0, 2), 0);
-    EXPECT_EQ(basic(4, RAID_TYPE_RAID1, 1), 1);
-    EXPECT_EQ(basic(2, RAID_TYPE_RAID1, 2), 1);
-    EXPECT_EQ(basic(3, RAID_TYPE_RAID1, 2), 0);
-    EXPECT_EQ(basic(4, RAID_TYPE_RAID1, 2), 0);
-    EXPECT_EQ(basic(2, RAID_TYPE_RAID5, 1), 0);
-    EXPECT_EQ(VolumeIsBasic(&nothing.info), 0);
+    for (const auto &[number, type, slots, basic] : kArrays) {
+        Built built;
+        EXPECT_EQ(VolumeIsBasic(&built.raid(0, number, type, RAID_NORMAL, slots).info), basic)
+            << number << type;
+    }
+    Built built;
     MLIBErrSet(ERR_SUCCESS);
+    EXPECT_EQ(VolumeIsBasic(&built.info), 0);
+    built.info.kind = VOLUME_ON_DISK;
+    EXPECT_EQ(VolumeIsBasic(&built.info), 1);
+    EXPECT_EQ(VolumeIsBasic(&built.pv(0, "/dev/md2", 0).pv(1, "/dev/md3", 0).info), 0);
     EXPECT_TRUE(gives(0, ERR_SUCCESS, VolumeIsBasic(nullptr)));
 }
 

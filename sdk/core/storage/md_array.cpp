@@ -44,30 +44,37 @@ bool take_number(std::string_view &text, uint64_t &number) noexcept {
     return true;
 }
 
-// The number of the array that a descriptor was opened by the name of.
-bool number_of(int fd, int32_t &number) noexcept {
+// One of the files of a resync; `missing` where there is none, as for levels without redundancy.
+int read_sync_file(int32_t number, const char *name, std::span<char> room, std::string_view missing,
+                   std::string_view &line) noexcept {
+    char path[64];
+    snprintf(path, sizeof path, "/sys/block/md%d/md/%s", number, name);
+    const int code = read_attribute(path, room, line);
+    if (code == ERR_OPEN_FAILED && errno == ENOENT) line = missing;
+    return code == 0 || line.data() == missing.data() ? 0 : ERR_UNKNOWN;
+}
+
+int read_sync_files(int fd, RAID_REBUILD &rebuild) noexcept {
+    int32_t number;
+    char action_room[32], completed_room[64];
+    std::string_view action, completed;
+    if (!md_number(fd, number) || read_sync_file(number, "sync_action", action_room, "idle", action) != 0 ||
+        read_sync_file(number, "sync_completed", completed_room, "none", completed) != 0) {
+        return ERR_UNKNOWN;
+    }
+    rebuild = parse_sync(action, completed);
+    return 0;
+}
+
+}  // namespace
+
+bool md_number(int fd, int32_t &number) noexcept {
     char link[64], target[4096];
     snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
     const ssize_t size = readlink(link, target, sizeof target);
     if (size <= 0 || size_t(size) == sizeof target) return false;
     return number_behind(last_name({target, size_t(size)}), "md", number);
 }
-
-int read_sync_files(int fd, RAID_REBUILD &rebuild) noexcept {
-    int32_t number;
-    if (!number_of(fd, number)) return ERR_UNKNOWN;
-    char path[64], action_room[32], completed_room[64];
-    std::string_view action, completed;
-    snprintf(path, sizeof path, "/sys/block/md%d/md/sync_action", number);
-    // Levels without redundancy have no such file, and nothing to resync.
-    if (read_attribute(path, action_room, action) != 0) action = "idle";
-    snprintf(path, sizeof path, "/sys/block/md%d/md/sync_completed", number);
-    if (action != "idle" && read_attribute(path, completed_room, completed) != 0) completed = "none";
-    rebuild = parse_sync(action, completed);
-    return 0;
-}
-
-}  // namespace
 
 int md_description(int fd, mdu_array_info_t &array) noexcept {
     return ioctl(fd, GET_ARRAY_INFO, &array) == 0 ? 0 : ioctl_code();

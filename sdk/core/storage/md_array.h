@@ -14,6 +14,9 @@ int md_description(int fd, mdu_array_info_t &array) noexcept;
 int md_size(int fd, uint64_t &bytes) noexcept;
 int md_rebuild(int fd, RAID_REBUILD &rebuild) noexcept;
 
+// The number of an array that was opened under the name "/dev/mdN", or by a link to it.
+bool md_number(int fd, int32_t &number) noexcept;
+
 // What an array uses of each member, in bytes. Where that does not fit the kernel's description, "/sys" tells;
 // where that does not either, the result is larger than every device.
 uint64_t md_component_size(const mdu_array_info_t &array, int32_t number) noexcept;

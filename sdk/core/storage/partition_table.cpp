@@ -6,6 +6,7 @@
 #include <morvsdk/errcodes.h>
 #include <string.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 #include "core/base/guard.h"
 #include "core/file/sys_path.h"
@@ -14,9 +15,6 @@
 namespace morv {
 
 namespace {
-
-// A DOS table has 32 bits for a sector.
-constexpr uint64_t kMostOfDos = UINT32_MAX;
 
 int tell_kernel(int disk, int operation, const Partition &partition) noexcept {
     blkpg_partition place = {};
@@ -29,6 +27,16 @@ int tell_kernel(int disk, int operation, const Partition &partition) noexcept {
     argument.data = &place;
     if (ioctl(disk, BLKPG, &argument) == 0) return 0;
     return errno == EBUSY ? ERR_DEVICE_BUSY : ERR_SYS_UNKNOWN;
+}
+
+int wipe(const std::string &device) noexcept {
+    return MORV_RUN("/sbin/wipefs -a %s > /dev/null 2>&1", {SysPath(device.c_str()).c_str()});
+}
+
+// "/dev/sda3", but "/dev/nvme0n1p3".
+std::string partition_device(const Disk &disk, int number) {
+    const char last = disk.device.back();
+    return disk.device + (last >= '0' && last <= '9' ? "p" : "") + std::to_string(number);
 }
 
 int open_disk(const Disk &disk, UniqueFd &fd) noexcept {
@@ -45,22 +53,40 @@ int check_unused(const std::string &device) noexcept {
     return errno == EBUSY ? ERR_DEVICE_BUSY : ERR_OPEN_FAILED;
 }
 
+bool has_gpt(const Disk &disk) noexcept {
+    constexpr std::string_view kSignature = "EFI PART";
+    char found[kSignature.size()];
+    UniqueFd fd;
+    return open_disk(disk, fd) == 0 &&
+           pread(fd.get(), found, sizeof found, static_cast<off_t>(disk.sector_size)) ==
+               ssize_t(sizeof found) &&
+           kSignature == std::string_view(found, sizeof found);
+}
+
 int write_empty_table(const Disk &disk) noexcept {
     const char *const label = disk.size > kMostOfDos ? "label: gpt" : "label: dos";
+    if (const int code = wipe(disk.device)) return code;
     return MORV_RUN("/bin/echo %s | /sbin/sfdisk --no-reread --no-tell-kernel %s > /dev/null 2>&1",
                     {label, SysPath(disk.device.c_str()).c_str()});
 }
 
-int add_partition(const Disk &disk, const Partition &partition) {
+int add_partition(const Disk &disk, const Partition &wanted) {
     UniqueFd fd;
     if (const int code = open_disk(disk, fd)) return code;
+    // The table counts in the disk's own sectors.
     const uint64_t unit = disk.sector_size / 512;
-    const std::string place = "start=" + std::to_string(partition.start / unit) +
-                              ", size=" + std::to_string(partition.size / unit) + ", type=raid";
-    const int code =
+    const uint64_t start = (wanted.start + unit - 1) / unit, end = (wanted.start + wanted.size) / unit;
+    if (end <= start) return ERR_DISK_TOO_SMALL;
+    const Partition partition = {partition_device(disk, wanted.number), wanted.number, start * unit,
+                                 (end - start) * unit};
+    const std::string place =
+        "start=" + std::to_string(start) + ", size=" + std::to_string(end - start) + ", type=raid";
+    int code =
         MORV_RUN("/bin/echo %s | /sbin/sfdisk --no-reread --no-tell-kernel --append %s > /dev/null 2>&1",
                  {place, SysPath(disk.device.c_str()).c_str()});
-    return code ? code : tell_kernel(fd.get(), BLKPG_ADD_PARTITION, partition);
+    if (code == 0) code = tell_kernel(fd.get(), BLKPG_ADD_PARTITION, partition);
+    // What lay in this place before would come back: a superblock of an old array, for one.
+    return code ? code : wipe(partition.device);
 }
 
 int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions) {
@@ -76,8 +102,10 @@ int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions
         const std::string device = SysPath(disk.device.c_str()).c_str();
         std::vector<CommandValue> values = {device};
         std::string format = "/sbin/sfdisk --no-reread --no-tell-kernel --delete %s";
-        for (const Partition &partition : partitions) {
-            values.emplace_back(partition.number);
+        // All are named by naming none; logical ones go with the one that they lie in.
+        const bool are_all = partitions.size() == disk.partitions.size();
+        for (size_t i = 0; i < partitions.size() && !are_all; ++i) {
+            values.emplace_back(partitions[i].number);
             format += " %d";
         }
         format += " > /dev/null 2>&1";

@@ -1,26 +1,35 @@
 // Changes of partition tables, and of what the kernel knows of them.
 //
-// sfdisk writes the table only; the kernel is told each partition by itself. It would not read the table of a disk
-// anew while one of its partitions is in use, as the system's always are.
+// sfdisk writes the table only; the kernel is told each partition by itself. It would not read the table of
+// a disk anew while one of its partitions is in use, as the system's always are.
 #pragma once
 
 #include "core/storage/block_device.h"
 
 namespace morv {
 
-// Whether a device is mounted, or belongs to an array, a volume group or another holder: ERR_DEVICE_BUSY. Else
-// 0, or ERR_OPEN_FAILED.
+// A DOS table has 32 bits for the number of a sector.
+inline constexpr uint64_t kMostOfDos = UINT32_MAX;
+
+// Whether a device is mounted, or belongs to an array, a volume group or another holder: ERR_DEVICE_BUSY.
+// Else 0, or ERR_OPEN_FAILED.
 int check_unused(const std::string &device) noexcept;
 
-// Writes an empty table. Answers 0, ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY.
+// Whether the disk has a GUID partition table, which has a copy of itself in the last sectors.
+bool has_gpt(const Disk &disk) noexcept;
+
+// Wipes what is known by a signature on the disk itself, and writes an empty table. Answers 0,
+// ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY.
 int write_empty_table(const Disk &disk) noexcept;
 
-// Adds a partition to the table and to the kernel. Its number is the first free one. Answers 0, ERR_DEVICE_BUSY, ERR_OPEN_FAILED,
-// ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY. May throw std::bad_alloc.
-int add_partition(const Disk &disk, const Partition &partition);
+// Adds a partition to the table and to the kernel, and wipes what is known by a signature in it. Its number
+// is the first free one; its ends move inwards to the disk's own sectors. Answers 0, ERR_OPEN_FAILED,
+// ERR_DISK_TOO_SMALL, ERR_DEVICE_BUSY, ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY. May throw std::bad_alloc.
+int add_partition(const Disk &disk, const Partition &wanted);
 
-// Takes partitions out of the kernel and out of the table. One that is in use ends it: ERR_DEVICE_BUSY, and
-// everything is as it was. Else the answers of add_partition.
+// Takes partitions out of the kernel and out of the table. One that is in use, or open, ends it with
+// ERR_DEVICE_BUSY, and everything is as it was; so it is when the table cannot be written. Else the answers
+// of add_partition. What the partitions hold stays on the disk.
 int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions);
 
 }  // namespace morv

@@ -52,8 +52,8 @@ bool parse_mount(std::span<char> line, Mount &mount) noexcept {
     std::string_view fields[4];
     if (split_fields(text, ' ', fields) < 2 || !fields[1].starts_with('/') || text.find('\0') != text.npos)
         return false;
-    if (text.find('\\') != text.npos) {
-        for (std::string_view &field : fields)
+    for (std::string_view &field : fields) {
+        if (field.find('\\') != field.npos)
             field = decode_mount_field(line.subspan(size_t(field.data() - text.data()), field.size()));
     }
     mount = {fields[0], fields[1], fields[2], fields[3]};

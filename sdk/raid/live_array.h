@@ -1,0 +1,24 @@
+// The array that a device is a member of.
+#pragma once
+
+#include <morvsdk/raid.h>
+
+#include "core/storage/device_name.h"
+
+namespace morv {
+
+// 1 with the array that has the device as a member and runs, 0 when there is none, -1 with the error state set
+// when the device or the array cannot be read.
+inline int find_live_array(const char *device, RAID_SB &sb, int32_t &number) noexcept {
+    const int has_superblock = RAIDSBGet(device, &sb);
+    if (has_superblock != 1) return has_superblock;
+    if (!array_number(sb.szPath, number)) return 0;
+    RAID_INFO *info = nullptr;
+    const int runs = RAIDInfoGet(sb.szPath, &info);
+    if (runs != 1) return runs;
+    const int is_member = RAIDDiskListSearch(info->pDisks, device, nullptr);
+    RAIDInfoFree(info);
+    return is_member;
+}
+
+}  // namespace morv
