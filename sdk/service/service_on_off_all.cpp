@@ -46,10 +46,8 @@ int call_all(const char *argument) {
 }  // namespace
 
 extern "C" int MORVServiceOnOffALL(int action) noexcept {
-    if (action != MORV_SERVICES_STOP && action != MORV_SERVICES_START) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (action != MORV_SERVICES_STOP && action != MORV_SERVICES_START)
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return call_all(action == MORV_SERVICES_STOP ? "stop" : "start"); });
     return code ? MORV_FAIL(code, -1) : 0;
 }

@@ -7,10 +7,7 @@ using namespace morv;
 
 extern "C" int MORVMountVolInfoEnum(VOLUME_MOUNT **list) noexcept {
     constexpr int kLocations = VOLUME_INTERNAL | VOLUME_EXPANSION;
-    if (!list) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!list) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     MountListPtr mounts;
     int count;
     bool has_room;

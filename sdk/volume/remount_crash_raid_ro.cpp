@@ -45,12 +45,9 @@ int remount(const char *device) {
 }  // namespace
 
 extern "C" int MORVRemountCrashRaidRo(const char *device) noexcept {
-    if (!device || !*device) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!device || !*device) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return remount(device); });
     if (code == 0) return 0;
-    MORV_LOG(LOG_ERR, "Failed to mount '%s' read-only, errno=0X%X", device, unsigned(code));
-    return MORV_FAIL(code, -1);
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to mount '%s' read-only, errno=0X%X", device,
+                         unsigned(code));
 }

@@ -103,10 +103,7 @@ class Enumeration {
 }  // namespace
 
 extern "C" int VolumeInfoEnum(VOLUME_INFO_LIST **list) noexcept {
-    if (!list) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!list) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     Enumeration enumeration;
     const int code = no_throw([&] { return enumeration.run(); });
     if (code) return code == kErrorIsSet ? -1 : MORV_FAIL(code, -1);

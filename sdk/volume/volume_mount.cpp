@@ -28,10 +28,8 @@ bool make_folder(const char *path, bool &made) noexcept {
 }  // namespace
 
 extern "C" int VolumeMount(const char *device, const char *mountPoint) noexcept {
-    if (!device || !mountPoint || *device != '/' || *mountPoint != '/') {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!device || !mountPoint || *device != '/' || *mountPoint != '/')
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const SysPath from(device), to(mountPoint);
     bool made = false;
     int code = make_folder(to.c_str(), made) ? 0 : ERR_CREATE_FAILED;

@@ -8,10 +8,8 @@
 
 extern "C" int VolumeUnExport(const char *path) noexcept {
     VOLUME_ID id;
-    if (!path || !morv::parse_volume(path, id)) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!path || !morv::parse_volume(path, id))
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = morv::no_throw([&] { return morv::unexport_volume(path); });
     return code ? MORV_FAIL(code, -1) : 0;
 }
