@@ -27,5 +27,5 @@ extern "C" int FSPathEnum(MLIBSZLIST **list) noexcept {
     if (!list || !*list) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return push_points(list); });
     if (code == 0) return 0;
-    return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read /proc/mounts, errno=0X%X", unsigned(code));
+    return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to list mount points, errno=0X%X", unsigned(code));
 }

@@ -9,7 +9,8 @@ extern "C" int LVMVgInfoEnumPv(const LVM_VG_INFO *info, int status, MLIBSZLIST *
     int count = 0;
     for (const LVM_PV *volume = info->pPvs; volume; volume = volume->pNext) {
         if (volume->status != status) continue;
-        if (MLIBSzListPush(list, volume->szPath) < 0) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
+        if (MLIBSzListPush(list, volume->szPath) < 0)
+            return MORV_LOG_FAIL(LOG_DEBUG, ERR_OUT_OF_MEMORY, -1, "Failed to add %s", volume->szPath);
         ++count;
     }
     return count;

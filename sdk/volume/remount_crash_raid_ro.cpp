@@ -17,10 +17,7 @@ namespace {
 // Where the device is mounted and may still be written to.
 int find_writable(const char *device, std::string &point) {
     Mounts mounts;
-    if (const int code = mounts.load()) {
-        syslog(LOG_ERR, "%s(%d)[%X]Failed to open /proc/mounts", MORV_STEM, __LINE__, unsigned(code));
-        return code;
-    }
+    if (const int code = mounts.load(LOG_ERR)) return code;
     int code = ERR_PATH_NOT_FOUND;
     for (const Mount &mount : mounts.all()) {
         if (mount.device != device) continue;

@@ -32,5 +32,6 @@ extern "C" int MORVVolIDParse(const char *path) noexcept {
     const size_t slash = text.find('/', 1);
     const bool leads_in = slash != text.npos && text.find_first_not_of(kBlanks, slash + 1) != text.npos;
     const int number = leads_in ? number_of(text.substr(0, slash)) : -1;
-    return number >= 0 ? number : MORV_FAIL(ERR_INVALID_PATH, -1);
+    if (number >= 0) return number;
+    return MORV_LOG_FAIL(LOG_DEBUG, ERR_INVALID_PATH, -1, "No path in a volume: %s", path);
 }

@@ -16,10 +16,11 @@ namespace {
 
 // The lines of "/proc/mounts" that have the volume's name somewhere.
 int grep(int number, std::string &lines) {
-    constexpr int kNoLine = 1;
+    constexpr int kNoLine = 1, kTrouble = 2;
     int status = 0;
     const SysPath mounts("/proc/mounts");
     const int code = capture_tool(lines, "grep %s%d %s", {"/volume", number, mounts.c_str()}, &status);
+    if (code == ERR_SYS_UNKNOWN && status == kTrouble) return mounts_not_opened(LOG_DEBUG);
     return code == ERR_SYS_UNKNOWN && status == kNoLine ? 0 : code;
 }
 

@@ -9,5 +9,6 @@ extern "C" int VolumePathSwitch(const char *path, int option, char *buffer, int 
     MappedPath mapped;
     if (!path || !buffer || size < 0 || !map_path(path, option, mapped))
         return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
-    return copy_text({buffer, size_t(size)}, mapped) ? 0 : MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
+    if (copy_text({buffer, size_t(size)}, mapped)) return 0;
+    return MORV_LOG_FAIL(LOG_DEBUG, ERR_NOT_ENOUGH_MEMORY, -1, "No room for %s in %d bytes", mapped, size);
 }

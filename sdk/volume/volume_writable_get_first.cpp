@@ -12,7 +12,8 @@ extern "C" int VolumeWritableGetFirst(const VOLUME_MOUNT *list, int mask, char *
         list = list->pNext;
     if (!list) return 0;
     if (!morv::copy_text({buffer, size_t(size)}, list->szMountPoint))
-        return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, 0);
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_NOT_ENOUGH_MEMORY, 0, "No room for %s in %d bytes",
+                             list->szMountPoint, size);
     if (id) *id = {list->number, list->location};
     return 1;
 }
