@@ -16,7 +16,7 @@ export LC_ALL=C PATH=/usr/sbin:/usr/bin:/sbin:/bin
 kept=${MORV_TEST_CACHE:-/var/tmp/morv-system-tests}
 packages=(busybox-static mdadm lvm2 libdevmapper-event1.02.1 libdevmapper1.02.1 libaio1 libedit2)
 modules=(virtio_pci virtio_scsi sd_mod linear raid0 raid1 raid10 raid456 dm-mod)
-host_programs=(bash sfdisk partx lsblk blkid mount umount mke2fs debugfs e2fsck dumpe2fs)
+host_programs=(bash sfdisk partx wipefs lsblk blkid mount umount mke2fs debugfs e2fsck dumpe2fs)
 
 skip() { echo "SKIPPED: $*" && exit 77; }
 broken() { echo "vm: $*" >&2 && exit 125; }
@@ -49,7 +49,7 @@ add_libraries() { # add_libraries ROOT SEARCH_PATH FILE...
 
 init_script() {
     cat <<'INIT'
-#!/bin/sh
+#!/bin/busybox sh
 export PATH=/usr/bin HOME=/root TERM=dumb LC_ALL=C
 mount -t proc proc /proc && mount -t sysfs sys /sys && mount -t devtmpfs dev /dev
 mount -t tmpfs run /run && mount -t tmpfs tmp /tmp
@@ -107,7 +107,8 @@ make_base() { # make_base FOLDER PACKAGES: the kernel, and the archive of all th
     for name in "${host_programs[@]}"; do
         program=$(type -P "$name") && cp -L "$program" "$root/usr/bin/$name" || return 1
     done
-    ln -s mke2fs "$root/usr/bin/mkfs.ext4"
+    # busybox as the shell would run its own mount and grep in place of those in the path.
+    ln -s bash "$root/usr/bin/sh" && ln -s mke2fs "$root/usr/bin/mkfs.ext4" || return 1
     for name in $("$files/bin/busybox" --list); do
         [[ -e $root/usr/bin/$name || -L $root/usr/bin/$name ]] || ln -s busybox "$root/usr/bin/$name" || return 1
     done

@@ -191,11 +191,13 @@ rebuild() {
     settled /dev/md2
     gives "then it is whole" "raid5 normal 3 slots, rebuild none: *sda3=faulty" probe array /dev/md2
     take_out /dev/md2 /dev/sda3
+
+    section "A member is added"
     gives "what is too small is not added" "-1 ERR_NOT_ENOUGH_SPACE" probe add-checked /dev/md2 /dev/sda4
     gives "nor to an array that is not there" "-1 *" probe add-checked /dev/md9 /dev/sda3
     gives "what is no device neither" "-1 *" probe add-checked /dev/md2 /dev/sdz3
     expect "morvctl adds it again" raid add /dev/md2 /dev/sda3
-    gives "as a spare" "raid5 normal 3 slots, rebuild none: *sda3=spare" probe array /dev/md2
+    gives "which makes it a spare" "raid5 normal 3 slots, rebuild none: *sda3=spare" probe array /dev/md2
 
     section "It grows by the spare"
     speed_limit 20000 /dev/md2
@@ -249,6 +251,15 @@ assembling() {
     gives "it takes the member back" 0 probe add-checked /dev/md2 /dev/sdc3
     settled /dev/md2
     gives "and is whole" "raid5 normal 3 slots, rebuild none: *" probe array /dev/md2
+    speed_limit 2000 /dev/md2
+    break_member /dev/md2 /dev/sda3
+    take_out /dev/md2 /dev/sda3
+    must mdadm -q /dev/md2 -a /dev/sda3
+    expect "stopped while it is rebuilt" raid stop /dev/md2
+    gives "it starts" 0 probe assemble /dev/md2 "$uuid" /dev/sd[abc]3
+    gives "and rebuilds" "raid5 degraded 3 slots, rebuild *: sdc3=sync sdb3=sync sda3=rebuilding" probe array /dev/md2
+    settled /dev/md2
+    gives "to its end" "raid5 normal 3 slots, rebuild none: *" probe array /dev/md2
     must mdadm -q -S /dev/md2
     gives "with too few members" 0 probe assemble /dev/md2 "$uuid" /dev/sda3
     gives "nothing starts" "-1 ERR_OPEN_FAILED" probe array /dev/md2
@@ -258,6 +269,25 @@ assembling() {
     gives "an array of which too little was found is none" absent probe array /dev/md2
     gives "nor is it listed" "/dev/md0 /dev/md1" probe arrays
     forget /dev/md2 /dev/sd[abc]3
+}
+
+refusing() {
+    local before
+    section "What is in use stays as it is"
+    must mdadm -q -C /dev/md2 -amd -R -l1 -n2 --assume-clean /dev/sda3 /dev/sdb3
+    before=$(mdadm -D /dev/md2)
+    gives "no array is made of a member of another" "-1 ERR_SYS_UNKNOWN" probe create /dev/md3 raid1 2 0 /dev/sda3 /dev/sdd3
+    expect "morvctl does not even try" refused raid create /dev/md3 --level raid1 /dev/sda3 /dev/sdd3
+    expect "nor does it add one" refused raid add /dev/md0 /dev/sdb3 --force
+    expect "nor take a number that is taken" refused raid create /dev/md2 --level raid1 /dev/sdc3 /dev/sdd3
+    expect "the others were not touched" no_superblocks /dev/sdc3 /dev/sdd3
+    expect "without a yes nothing is removed" refused morvctl raid remove /dev/md2
+    expect "nor stopped" refused morvctl raid stop /dev/md2
+    expect "the array has not changed" same "$(mdadm -D /dev/md2)" "$before"
+    expect "programs are told the same as people" same \
+        "$(morvctl raid show /dev/md2 --json | tr -d ' \n' | grep -oE '"(level|status|uuid)":"[^"]*"' | xargs)" \
+        "level:raid1 status:normal uuid:$(detail /dev/md2 UUID)"
+    forget /dev/md2 /dev/sda3 /dev/sdb3
 }
 
 wiping() {
@@ -328,6 +358,7 @@ first_disk() {
     must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdg3
     gives "who takes its place must have the reserve, too" "$(($(probe sizes /dev/md2 | cut -d' ' -f3) * 1024 + 3216084480 + 65536))" \
         probe required /dev/md2
+    expect "a disk of the same size has" test "$(probe required /dev/md2)" -le $((512 * $(cat /sys/block/sdg/size)))
     forget /dev/md2 /dev/sdg3
 }
 
@@ -395,6 +426,30 @@ new_disks() {
     must probe partition-create /dev/sdg 2
     expect "and of their superblocks" no_superblocks /dev/sdg[123]
     gives "which the library sees" 0 probe superblock /dev/sdg3
+    must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdg3
+    must mdadm -q -S /dev/md2
+    must sfdisk -q --delete /dev/sdg
+    must probe partition-create /dev/sdg 1
+    must probe partition-create /dev/sdg 2
+    expect "they do not come back with partitions that others removed" no_superblocks /dev/sdg[123]
+}
+
+large_disk() {
+    section "A disk beyond 2 TiB"
+    gives "it gets the system partitions" 0 probe partition-create /dev/sdh 1
+    gives "and the one for data" 0 probe partition-create /dev/sdh 2
+    expect "the kernel knows them" known /dev/sdh 1 2 3
+    gives "in a table that can hold them" gpt eval 'sfdisk -d /dev/sdh | sed -n "s/^label: //p"'
+    expect "which is sound" grep -q 'No errors' <(sfdisk -V /dev/sdh)
+    expect "morvctl makes an array of it" raid create /dev/md2 --level raid1 --devices 2 /dev/sdh3
+    # The kernel's description of the array has no room for as much.
+    gives "its size is right" "2 $(blockdev --getsize64 /dev/md2) $(cat /sys/block/md2/md/component_size) -1" probe sizes /dev/md2
+    gives "it uses all that there is" 0 probe expansible /dev/md2
+    gives "it does not shrink" "-1 ERR_BAD_PARAMETERS" probe expand /dev/md2 2147483647
+    gives "a small one is not added" "-1 ERR_NOT_ENOUGH_SPACE" probe add-checked /dev/md2 /dev/sdg3
+    expect "morvctl removes it" raid remove /dev/md2
+    gives "the disk is cleaned" 0 probe partition-clean /dev/sdh 3
+    expect "of all partitions" known /dev/sdh
 }
 
 growing() {
@@ -541,10 +596,10 @@ volumes_on_groups() {
     must lvcreate -q -n lv -l 100%FREE vg1
     expect "morvctl writes down what LVM says" volume lvm-refresh
     gives "a volume that is not mounted is known by its group" \
-        "/volume1 lvm, flags 1, not writable, arrays *, group /dev/vg1 /dev/md2=0 /dev/md3=0 /dev/md101=0" probe volume /volume1
+        "/volume1 lvm, flags 1, not writable, arrays md101 md3 md2, group /dev/vg1 /dev/md101=0 /dev/md2=0 /dev/md3=0" probe volume /volume1
     make_file_system /dev/vg1/lv
     expect "morvctl mounts it" volume mount /dev/vg1/lv /volume1
-    gives "it is healthy" "/volume1 lvm on /dev/mapper/vg1-lv state 1, flags 0, writable, arrays md2 *, group /dev/vg1 *" \
+    gives "it is healthy" "/volume1 lvm on /dev/mapper/vg1-lv state 1, flags 0, writable, arrays md101 *, group /dev/vg1 *" \
         probe volume /volume1
     gives "it is one volume, not three" "/volume1 lvm *
 1 volumes, 1 internal" probe volumes
@@ -577,6 +632,46 @@ volumes_on_groups() {
     expect "stays mounted" grep -q ' /volume1 ' /proc/mounts
 }
 
+# ---- A disk goes ---------------------------------------------------------------------------------------------------
+
+scsi_disk() { basename "$(readlink -f "/sys/bus/scsi/devices/$1/block/"*)"; }
+
+pulled_out() {
+    local address new
+    section "A disk is pulled out"
+    must mdadm -q -C /dev/md5 -amd -R -l1 -n2 -z 65536 --assume-clean /dev/sde3 /dev/sdf3
+    make_file_system /dev/md5
+    must probe mount /dev/md5 /volume4
+    address=$(basename "$(readlink -f /sys/block/sdf/device)")
+    echo 1 >/sys/block/sdf/device/delete
+    must within 10 test ! -e /sys/block/sdf
+    gives "it is no device any more" 0 probe sectors /dev/sdf3
+    gives "until something is written nobody knows" "raid1 normal 2 slots, rebuild none: sdf3=sync sde3=sync" probe array /dev/md5
+    gives "what the other could give is known" "[0t]*" probe expansible /dev/md5
+    gives "and what a new one needs" "[1-9]*" probe required /dev/md5
+    echo "Dear all" >/volume4/letter
+    sync
+    must within 10 faulty /dev/md5 /dev/sdf3
+    gives "then the array is degraded" "raid1 degraded 2 slots, rebuild none: sdf3=faulty sde3=sync" probe array /dev/md5
+    gives "and the volume is, and the system may be" "/volume4 raid on /dev/md5 state 1, flags *, writable, arrays md5" \
+        probe volume /volume4
+    expect "morvctl shows the array" morvctl raid show /dev/md5
+    expect "and the volume" volume show /volume4
+
+    echo "${address#*:}" | tr : ' ' >"/sys/class/scsi_host/host${address%%:*}/scan"
+    must within 10 test -e "/sys/bus/scsi/devices/$address/block"
+    new=$(scsi_disk "$address")
+    gives "it comes back by another name" "sd[!f]" echo "$new"
+    must within 10 test -b "/dev/${new}3"
+    must mdadm -q /dev/md5 --remove failed
+    expect "morvctl adds it" raid add /dev/md5 "/dev/${new}3"
+    settled /dev/md5
+    gives "the array is whole" "raid1 normal 2 slots, rebuild none: *" probe array /dev/md5
+    gives "with the new name" "/dev/md5 5" probe member-of "/dev/${new}3"
+    must probe unmount /volume4
+    forget /dev/md5 /dev/sde3 "/dev/${new}3"
+}
+
 # ---- Speed ---------------------------------------------------------------------------------------------------------
 
 speed() {
@@ -592,11 +687,14 @@ system_arrays
 every_level
 rebuild
 assembling
+refusing
 wiping
 new_disks
+large_disk
 growing
 volumes_on_arrays
 volumes_on_groups
 speed
+pulled_out
 printf '\n%d checks, %d failures, %s s\n' $checks $failures "$(cut -d. -f1 /proc/uptime)"
 ((failures == 0))
