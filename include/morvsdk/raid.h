@@ -153,7 +153,7 @@ MORV_API int RAIDIoctlInfo(int fd, mdu_array_info_t *pArray) MORV_NOEXCEPT;
 MORV_API int RAIDIoctlSize(int fd, uint64_t *pBytes) MORV_NOEXCEPT;
 MORV_API int RAIDRebuildStatusGet(int fd, RAID_REBUILD *pRebuild) MORV_NOEXCEPT;
 
-/* Reads the members of an array, the last by name first.
+/* Reads the members of an array, the last by name first. One that leaves the array meanwhile is left out.
  *
  * ppDisks: gets the list, null for none; free it with RAIDDiskListFree.
  *

@@ -1,16 +1,22 @@
 #include <errno.h>
 #include <morvsdk/error.h>
 #include <morvsdk/raid.h>
+#include <unistd.h>
 
 #include "core/base/guard.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
+#include "core/file/sys_path.h"
 #include "core/storage/device_name.h"
 #include "core/system/sysfs.h"
 
 using namespace morv;
 
 using DisksPtr = std::unique_ptr<RAID_DISK, Releaser<RAIDDiskListFree>>;
+
+static bool is_gone(const std::string &entry) {
+    return access(SysPath(entry.c_str()).c_str(), F_OK) != 0 && errno == ENOENT;
+}
 
 static int read_disks(int32_t number, DisksPtr &disks) {
     const std::string folder = "/sys/block/md" + std::to_string(number) + "/md";
@@ -20,7 +26,10 @@ static int read_disks(int32_t number, DisksPtr &disks) {
         return MORV_FAIL(code, code);
     }
     for (const std::string &name : names) {
-        RAID_DISK *const disk = RAIDDiskCreate((folder + "/" + name).c_str());
+        const std::string entry = folder + "/" + name;
+        RAID_DISK *const disk = RAIDDiskCreate(entry.c_str());
+        // One that was taken out of the array since it was listed is no member.
+        if (!disk && MLIBErrGet() == ERR_OPEN_FAILED && is_gone(entry)) continue;
         if (!disk) return MLIBErrGet();
         RAID_DISK *head = disks.release();
         RAIDDiskListPush(&head, disk);

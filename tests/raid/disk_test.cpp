@@ -183,7 +183,7 @@ TEST(DiskInit, UsesTheLargeLayoutOnANewSystemAndAGptOnALargeDisk) {
     EXPECT_EQ(PartitionCreate("/dev/sda", PARTITION_DATA), 0);
     EXPECT_EQ(machine.calls(),
               "label: gpt\nstart=256, size=622592, type=raid\nstart=622848, size=131072, type=raid\n"
-              "start=784896, size=999215070, type=raid\n");
+              "start=785177, size=999214789, type=raid\n");
     int layout = 0;
     EXPECT_EQ(PartitionLayoutGet("/dev/sda3", &layout), 0);
     EXPECT_EQ(layout, DISK_LAYOUT_LARGE);

@@ -187,6 +187,9 @@ TEST(RaidInfo, SaysWhyAnArrayCannotBeRead) {
     }
     machine.write(state, std::string(1 << 20, 'x'));
     RAIDInfoFree(info_of("/dev/md2").release());
+    // One that has left since it was listed.
+    ASSERT_EQ(symlink("gone", machine.path("sys/block/md2/md/dev-sdc3").c_str()), 0);
+    EXPECT_EQ(RAIDDiskCount(info_of("/dev/md2")->pDisks, RAID_DISK_IN_SYNC), 1);
 
     for (const unsigned long request : {static_cast<unsigned long>(GET_ARRAY_INFO), kSyncStatusRequest}) {
         fail_ioctl(request, EIO);

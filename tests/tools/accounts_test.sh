@@ -16,23 +16,6 @@ state() {
         find . -path ./tmp -prune -o -type f -exec cksum {} +)
 }
 
-# One value of the JSON document in $out, as "user name" or "users 0 name".
-value() {
-    python3 -c '
-import json, sys
-at = json.loads(sys.argv[1])
-for step in sys.argv[2:]:
-    at = at[int(step)] if isinstance(at, list) else at[step]
-print(at if isinstance(at, str) else json.dumps(at))' "$out" "$@"
-}
-
-expect_value() { # expect_value WANTED STEP...
-    local wanted=$1 found
-    shift
-    found=$(value "$@")
-    [[ $found == "$wanted" ]] || fail "$* is $found, not $wanted"
-}
-
 # Every hash of the account files, to be looked for where none may be.
 # shellcheck disable=SC2016  # an expression for grep
 hashes() { grep -hoE '\$1\$[^:]+|[0-9A-F]{32}' "$root/etc/shadow" "$root/usr/morv/etc/private/smbpasswd"; }

@@ -56,11 +56,11 @@ test_every_command_and_option_is_offered_and_in_the_manual() {
         done
     }
     for_each_command check
-    ((count >= 38)) || fail "the help shows $count commands"
+    ((count >= 53)) || fail "the help shows $count commands"
 }
 
 test_words_are_offered_by_their_place() {
-    expect_offer "" 'conf|group|line|lock|mirror|section|share|store|user'
+    expect_offer "" 'conf|group|line|lock|mirror|raid|section|share|store|user|volume'
     expect_offer "co" conf
     expect_offer "--json con" conf
     expect_offer "--root /tmp conf g" get
@@ -78,6 +78,8 @@ test_words_are_offered_by_their_place() {
     expect_offer "mirror rebuild " 'all|group|share|user'
     expect_offer "share recycle s" 'status|stop'
     expect_offer "share set x --access r" 'ro|rw'
+    expect_offer "raid create md2 --level raid" 'raid0|raid1|raid5|raid6'
+    expect_offer "raid expand md2 --size " max
 }
 
 test_files_below_the_root_are_offered() {
@@ -126,6 +128,21 @@ test_accounts_are_offered() {
     expect_offer "group show acc" accounts
     expect_offer "share rights " 'books|public'
     expect_offer "share rights books alice b" bob
+}
+
+test_arrays_devices_and_volumes_are_offered() {
+    if ((${#emulator[@]})); then
+        skip "under an emulator nobody plays the kernel"
+        return
+    fi
+    "$SOURCE/tests/support/fake_storage" "$root" sda
+    "$root/sbin/mdadm" -C "$root/dev/md2" -l0 -n1 "$root/dev/sda3"
+    local -x LD_PRELOAD=$FAKE_MD ASAN_OPTIONS=${ASAN_OPTIONS-}:verify_asan_link_order=0
+    expect_offer "raid show " /dev/md2
+    expect_offer "raid add md2 " '/dev/md2 |/dev/sda |/dev/sda1 |/dev/sda2 |/dev/sda3 '
+    expect_offer "raid scan /dev/sda1 /dev/sda" '/dev/sda |/dev/sda1 |/dev/sda2 |/dev/sda3 '
+    expect_offer "volume mount /dev/m" '/dev/md2 '
+    expect_offer "volume show " /volume1
 }
 
 test_nothing_on_the_command_line_is_run() {

@@ -1,8 +1,8 @@
 # What the tests of the tools share. A test script sources it, defines functions named test_..., and calls run_tests. The
 # arguments of the script, if any, are the names of the tests to run.
 #
-# Environment: SOURCE, the tree; TOOLS and EXAMPLES, the folders of the programs; EMULATOR, what they run under, if
-# anything.
+# Environment: SOURCE, the tree; TOOLS and EXAMPLES, the folders of the programs; FAKE_MD, the library that plays the
+# kernel; EMULATOR, what they run under, if anything.
 # shellcheck shell=bash
 set -uo pipefail
 export LC_ALL=C
@@ -66,6 +66,23 @@ expect_file() { # expect_file FILE TEXT; the text has no line feed at its end
     local content
     content=$(cat "$1" && echo .)
     [[ $content == "$2"$'\n.' ]] || fail "$1 holds '${content%.}', not '$2'"
+}
+
+# One value of the JSON document in $out, as "user name" or "users 0 name".
+value() {
+    python3 -c '
+import json, sys
+at = json.loads(sys.argv[1])
+for step in sys.argv[2:]:
+    at = at[int(step)] if isinstance(at, list) else at[step]
+print(at if isinstance(at, str) else json.dumps(at))' "$out" "$@"
+}
+
+expect_value() { # expect_value WANTED STEP...
+    local wanted=$1 found
+    shift
+    found=$(value "$@")
+    [[ $found == "$wanted" ]] || fail "$* is $found, not $wanted"
 }
 
 run_tests() {

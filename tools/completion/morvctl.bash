@@ -98,7 +98,7 @@ _morvctl() {
         elif [[ -z $ended && $word == --root=* ]]; then
             root=$(_morvctl_plain "${word#*=}")
         elif [[ -z $ended && $word == -* ]]; then
-            option=$(_morvctl_entries "$help" Options | grep -m1 -xE -e "$word [^ ]+")
+            option=$(_morvctl_entries "$help" Options | sed 's/ REQUIRED$//' | grep -m1 -xE -e "$word [^ ]+")
         elif [[ -n $subcommands ]]; then
             grep -qxF -e "$word" <<<"$subcommands" || return 0
             commands+=("$word")
@@ -124,6 +124,8 @@ _morvctl() {
                 ;;
             USER) _morvctl_offer "$typed" < <("${ask[@]}" user list --names 2>/dev/null) ;;
             GROUP) _morvctl_offer "$typed" < <("${ask[@]}" group list --names 2>/dev/null) ;;
+            LEVEL) _morvctl_offer "$typed" <<<$'raid0\nraid1\nraid5\nraid6\nlinear' ;;
+            KIB) _morvctl_offer "$typed" <<<max ;;
             ACCESS) _morvctl_offer "$typed" <<<$'ro\nrw\nnone' ;;
         esac
         return 0
@@ -185,6 +187,15 @@ _morvctl() {
             ;;
         mirror:MIRROR)
             _morvctl_offer "$typed" <<<$'user\ngroup\nshare\nall'
+            ;;
+        raid:ARRAY)
+            _morvctl_offer "$typed" < <("${ask[@]}" raid list --names 2>/dev/null)
+            ;;
+        volume:PATH)
+            _morvctl_offer "$typed" < <("${ask[@]}" volume list --names 2>/dev/null)
+            ;;
+        raid:MEMBER | raid:DEVICE | volume:DEVICE)
+            _morvctl_offer_files "$root" "${typed:-/dev/}"
             ;;
         lock:LOCKS)
             local before=

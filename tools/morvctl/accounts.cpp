@@ -168,10 +168,6 @@ void check_field(const std::string &what, const std::string &text, Colon colon) 
     }
 }
 
-void exclude(bool one, bool other, const char *options) {
-    if (one && other) throw Failure(Exit::kUsage, std::string(options) + " exclude each other");
-}
-
 int change_accounts(const Session &session, const std::vector<std::string> &folders,
                     const std::function<Json()> &apply) {
     Json document;

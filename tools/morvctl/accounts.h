@@ -18,10 +18,6 @@
 
 namespace morvctl {
 
-template <class Record, void (*release)(Record *)>
-struct Release {
-    void operator()(Record *record) const { release(record); }
-};
 using User = std::unique_ptr<MORVUSER, Release<MORVUSER, MORVUserFree>>;
 using Group = std::unique_ptr<MORVGROUP, Release<MORVGROUP, MORVGroupFree>>;
 using Share = std::unique_ptr<MORVSHARE, Release<MORVSHARE, MORVShareFree>>;
@@ -63,9 +59,6 @@ uint32_t parse_number(const std::string &what, const std::string &text, uint32_t
 // Refuses a field that would end its line, or, when colons divide that, itself.
 enum class Colon { kKept, kDivides };
 void check_field(const std::string &what, const std::string &text, Colon colon);
-
-// Wrong usage when both options are given.
-void exclude(bool one, bool other, const char *options);
 
 // Makes a change under the locks of users, groups and shares. With --dry-run it is made in a private copy
 // of the files, of which the differences are printed: all that `apply` and what it calls do goes on below

@@ -68,4 +68,8 @@ CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<s
     return command.add_option(name, values, description)->transform(without_mark, "")->type_name("");
 }
 
+void exclude(bool one, bool other, const char *options) {
+    if (one && other) throw Failure(Exit::kUsage, std::string(options) + " exclude each other");
+}
+
 }  // namespace morvctl

@@ -42,6 +42,9 @@ CLI::Option *add_text(CLI::App &command, const std::string &name, std::optional<
 CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<std::string> &values,
                        const std::string &description);
 
+// Wrong usage when both options are given.
+void exclude(bool one, bool other, const char *options);
+
 // The command-line parser reads texts like "[a,b]" and "{}" as lists. Arguments of that kind get a mark in
 // front, which add_text and add_texts take away again.
 std::string mark_list_like(std::string argument);

@@ -13,6 +13,12 @@
 
 namespace morvctl {
 
+// For std::unique_ptr of a record.
+template <class Record, void (*release)(Record *)>
+struct Release {
+    void operator()(Record *record) const { release(record); }
+};
+
 class Hash {
   public:
     Hash() : hash_(PshMLIBSzHashAlloc(1024)) {

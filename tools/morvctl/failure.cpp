@@ -24,6 +24,7 @@ constexpr struct {
     {ERR_STORE_WALK_FAILED, "ERR_STORE_WALK_FAILED"},
     {ERR_INVALID_PATH, "ERR_INVALID_PATH"},
     {ERR_ID_NOT_FOUND, "ERR_ID_NOT_FOUND"},
+    {ERR_INVALID_ARRAY, "ERR_INVALID_ARRAY"},
 };
 
 Exit exit_for(int code, int reason) {
@@ -45,6 +46,8 @@ Exit exit_for(int code, int reason) {
         case ERR_INVALID_GROUPNAME:
         case ERR_INVALID_SHARENAME:
         case ERR_INVALID_PATH:
+        case ERR_INVALID_ARRAY:
+        case ERR_DEVICE_BUSY:
             return Exit::kRefused;
         case ERR_LOCK_FAILED:
             return Exit::kLocked;
@@ -60,12 +63,7 @@ Exit exit_for(int code, int reason) {
     }
 }
 
-// What a code says that no system call has said already; `always` when what the system says would not help.
-constexpr struct {
-    int code;
-    bool always;
-    const char *text;
-} kTexts[] = {
+constexpr CodeText kTexts[] = {
     {ERR_OPEN_FAILED, false, "it is no regular file"},
     {ERR_OUT_OF_MEMORY, false, "out of memory"},
     {ERR_BAD_PARAMETERS, false, "the library refuses it"},
@@ -93,8 +91,8 @@ constexpr struct {
     {ERR_INVALID_PATH, true, "the path does not begin with a slash"},
 };
 
-const char *code_text(int code, bool always) {
-    for (const auto &text : kTexts) {
+const char *code_text(std::span<const CodeText> texts, int code, bool always) {
+    for (const CodeText &text : texts) {
         if (text.code == code && (text.always || !always)) return text.text;
     }
     return nullptr;
@@ -126,11 +124,13 @@ void clear_errors() {
     errno = 0;
 }
 
-void fail_library(const std::string &what) {
+void fail_library(const std::string &what, std::span<const CodeText> texts) {
     const int reason = errno;
     const int code = MLIBErrGet();
     std::string sentence = "cannot " + what;
-    if (const char *text = code_text(code, reason != 0)) {
+    const char *text = code_text(texts, code, reason != 0);
+    if (!text) text = code_text(kTexts, code, reason != 0);
+    if (text) {
         sentence.append(": ").append(text);
     } else if (reason != 0) {
         sentence.append(": ").append(reason_text(reason));

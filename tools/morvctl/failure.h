@@ -1,6 +1,7 @@
 // How a command fails: with an exit code and one sentence.
 #pragma once
 
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -15,6 +16,7 @@ enum class Exit {
     kLocked = 4,
     kNoSpace = 5,
     kFailed = 6,
+    kNotHealthy = 7,
 };
 
 inline constexpr struct {
@@ -23,12 +25,13 @@ inline constexpr struct {
     const char *meaning;
 } kExits[] = {
     {Exit::kDone, "done", "what was asked for has been done"},
-    {Exit::kNotFound, "not found", "no such key, section, line, record or account"},
+    {Exit::kNotFound, "not found", "no such key, section, line, record, account, array or volume"},
     {Exit::kUsage, "usage", "the command line is wrong"},
     {Exit::kRefused, "refused", "the input is not valid, or is there already"},
     {Exit::kLocked, "locked", "another program held the lock until the time was over"},
     {Exit::kNoSpace, "no space", "the disk, the quota or the model's limit is full"},
     {Exit::kFailed, "failed", "anything else: a missing file, no permission, a disk error"},
+    {Exit::kNotHealthy, "not healthy", "volume health: a volume is not healthy"},
 };
 
 struct Failure : std::runtime_error {
@@ -45,8 +48,16 @@ void clear_errors();
 // The system's words for an errno, as a part of a sentence.
 std::string reason_text(int reason);
 
-// Throws for the library's call that has just failed: "cannot WHAT: cause (ERR_NAME)".
-[[noreturn]] void fail_library(const std::string &what);
+// What a code says that no system call has said already; `always` when what the system says would not help.
+struct CodeText {
+    int code;
+    bool always;
+    const char *text;
+};
+
+// Throws for the library's call that has just failed: "cannot WHAT: cause (ERR_NAME)". `texts` are those of
+// the family, and go before the common ones.
+[[noreturn]] void fail_library(const std::string &what, std::span<const CodeText> texts = {});
 
 // Throws for the system call that has just failed: "cannot WHAT: cause".
 [[noreturn]] void fail_system(const std::string &what);

@@ -13,7 +13,9 @@
     FAMILY(user)                 \
     FAMILY(group)                \
     FAMILY(share)                \
-    FAMILY(mirror)
+    FAMILY(mirror)               \
+    FAMILY(raid)                 \
+    FAMILY(volume)
 
 namespace morvctl {
 

@@ -16,7 +16,7 @@ std::string exit_code_help() {
     std::string text = "Exit codes:\n";
     for (const auto &exit : kExits) {
         char line[128];
-        snprintf(line, sizeof line, "  %d  %-10s %s\n", int(exit.code), exit.name, exit.meaning);
+        snprintf(line, sizeof line, "  %d  %-11s %s\n", int(exit.code), exit.name, exit.meaning);
         text += line;
     }
     return text + "Commands that write take the lock of the file. 'morvctl COMMAND --help' tells more.";

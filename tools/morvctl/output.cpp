@@ -122,7 +122,8 @@ void print_pairs(const Pairs &pairs) {
     }
 }
 
-void print_table(std::vector<std::vector<std::string>> rows) {
+std::vector<std::string> table_lines(Rows rows) {
+    std::vector<std::string> lines;
     std::vector<size_t> widest;
     for (auto &row : rows) {
         widest.resize(std::max(widest.size(), row.size()));
@@ -139,8 +140,14 @@ void print_table(std::vector<std::vector<std::string>> rows) {
             if (!row[i].empty()) line.append(std::exchange(missing, 0), ' ').append(row[i]);
             if (widest[i] != 0) missing += widest[i] - width(row[i]) + 2;
         }
-        print_line(line);
+        lines.push_back(line);
     }
+    return lines;
+}
+
+void print_table(Rows rows) {
+    for (const std::string &line : table_lines(std::move(rows)))
+        print_line(line);
 }
 
 std::string escape(std::string_view text) {

@@ -23,7 +23,9 @@ void print_pairs(const Pairs &pairs);
 
 // Rows of cells, aligned by the columns that they take on a terminal. The cells are shown as printable() has
 // them.
-void print_table(std::vector<std::vector<std::string>> rows);
+using Rows = std::vector<std::vector<std::string>>;
+std::vector<std::string> table_lines(Rows rows);
+void print_table(Rows rows);
 
 // Text as it can be shown on a terminal: control characters, backslashes and what is not UTF-8 as "\n", "\\",
 // "\x1b".

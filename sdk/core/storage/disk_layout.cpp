@@ -1,6 +1,6 @@
 #include "core/storage/disk_layout.h"
 
-#include <string.h>
+#include <morvsdk/disk.h>
 
 #include "core/system/sysfs.h"
 
@@ -10,8 +10,10 @@ namespace {
 
 constexpr uint64_t kMiB = 2048;
 
-// All start on a MiB, and end below DISK_RESERVE_LARGE.
-constexpr DiskLayout kLargeLayout = {{1 * kMiB, 2433 * kMiB, 3066 * kMiB}, {2432 * kMiB, 512 * kMiB}};
+// The data partition starts with the first sector of 4 KiB behind the reserve: earlier, and a disk would be
+// smaller than what the array on it requires of one; later, and one of the size required would be too small.
+constexpr uint64_t kDataStart = (DISK_RESERVE_LARGE + 7) / 8 * 8;
+constexpr DiskLayout kLargeLayout = {{1 * kMiB, 2433 * kMiB, kDataStart}, {2432 * kMiB, 512 * kMiB}};
 
 }  // namespace
 
