@@ -186,19 +186,22 @@ tree=$1
 shift
 run=$(mktemp -d /tmp/morv-vm.XXXXXX)
 trap 'rm -rf "$run"' EXIT
-mkdir -p "$run/tree/usr/lib" && cp -a "$tree/." "$run/tree/" || broken "$tree cannot be copied"
+mkdir -p "$run/tree/usr/lib"
+cp -a "$tree/." "$run/tree/" || broken "$tree cannot be copied"
 mapfile -t programs < <(find "$run/tree" -type f -exec sh -c 'head -c 4 "$1" | grep -q ELF' sh {} \; -print)
-((${#programs[@]} == 0)) || add_libraries "$run/tree" "$run/tree/usr/lib" "${programs[@]}" || broken "a library is missing"
+if ((${#programs[@]})); then
+    add_libraries "$run/tree" "$run/tree/usr/lib" "${programs[@]}" || broken "a library is missing"
+fi
 printf '%q ' exec "$@" >"$run/tree/program"
 touch "$run/complete"  # comes last
 { cat "$base/base.cpio" && archive "$run/tree" && (cd "$run" && echo complete | cpio --quiet -o -H newc); } >"$run/initrd" || broken "the archive cannot be written"
 
-devices=(-device virtio-scsi-pci,id=scsi)
+devices=(-device "virtio-scsi-pci,id=scsi")
 count=0
 for size in $disks; do
     truncate -s "$size" "$run/disk$count" || broken "no disk of $size"
     devices+=(-drive "file=$run/disk$count,format=raw,if=none,id=disk$count,cache=unsafe,discard=unmap,detect-zeroes=unmap"
-        -device "scsi-hd,bus=scsi.0,scsi-id=$count,drive=disk$count,serial=MORV$count")
+        -device "scsi-hd,bus=scsi.0,scsi-id=$count,drive=disk$count")
     count=$((count + 1))
 done
 timeout --foreground --kill-after=5 "$limit" qemu-system-x86_64 -machine pc -accel tcg,thread=multi -cpu max -smp 2 -m "$memory" \

@@ -13,7 +13,7 @@ passed() { checks=$((checks + 1)) && echo "ok: $1"; }
 failed() { # failed WHAT DETAILS
     checks=$((checks + 1))
     failures=$((failures + 1))
-    printf 'FAILED: %s\n%s\n' "$1" "$(sed 's/^/    /' <<<"$2")"
+    printf 'FAILED: %s\n    %s\n' "$1" "${2//$'\n'/$'\n    '}"
 }
 expect() { # expect WHAT COMMAND...
     local what=$1 output status=0
@@ -61,7 +61,7 @@ break_member() { # break_member ARRAY DEVICE; of one too many mdadm says that it
     mdadm -q "$1" -f "$2" 2>/dev/null
     must within 10 faulty "$1" "$2"
 }
-take_out() { must within 10 eval "mdadm -q $1 --remove $2 2>/dev/null"; } # busy for a moment after a fault
+take_out() { must within 10 mdadm -q "$1" --remove "$2"; } # busy for a moment after a fault
 no_superblock() { [[ -z $(mdadm -E -b "$1" 2>&1) ]]; }
 on_disk() { mdadm -E -b "$1" | sed -n 's/.*UUID=\([^ ]*\).*/\1/p'; }
 detail() { mdadm -D "$1" | sed -n "s/^ *$2 : \([^ ]*\).*/\1/p" | head -1; }
@@ -299,7 +299,7 @@ wiping() {
     first=$(on_disk /dev/sda3)
     must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdb3
     other=$(on_disk /dev/sdc3)
-    gives "no partition carries the path and another's UUID" "-1" eval 'probe clean-superblocks /dev/md2 '"$other"' | cut -d" " -f1'
+    gives "no partition carries the path and another's UUID" "-1 *" probe clean-superblocks /dev/md2 "$other"
     gives "the array is removed" 0 probe remove /dev/md2
     expect "its member is wiped" no_superblock /dev/sdb3
     gives "an array that had the same name is not" "$first" on_disk /dev/sda3
@@ -344,7 +344,20 @@ table() { sfdisk -d "$1" | grep -o '^/dev.*' | tr -s ' '; }
 known() { # known DISK NUMBER...: whether the kernel has just these partitions
     same "$(sed -n "s/.* ${1#/dev/}\([0-9]\)$/\1/p" /proc/partitions | xargs)" "${*:2}"
 }
-starts_at() { cat "/sys/block/${1:5:3}/${1#/dev/}/start"; }
+starts_at() { # starts_at PARTITION...
+    local partition
+    for partition; do
+        cat "/sys/block/${partition:5:3}/${partition#/dev/}/start"
+    done
+}
+aligned() {
+    local start
+    for start in $(starts_at "$@"); do
+        ((start % 2048 == 0)) || return 1
+    done
+}
+ends_at() { echo $(($(starts_at "$1") + $(probe sectors "$1"))); }
+label() { sfdisk -d "$1" | sed -n 's/^label: //p'; }
 
 first_disk() {
     section "A disk for a system without arrays"
@@ -353,8 +366,8 @@ first_disk() {
     expect "the kernel knows them at once" known /dev/sdg 1 2 3
     expect "and the devices are there" test -b /dev/sdg1 -a -b /dev/sdg2 -a -b /dev/sdg3
     gives "the data lies behind the larger reserve" 2 probe layout /dev/sdg3
-    gives "and ends with the disk" "$(cat /sys/block/sdg/size)" eval 'echo $(($(starts_at /dev/sdg3) + $(probe sectors /dev/sdg3)))'
-    expect "it is aligned" test $(($(starts_at /dev/sdg1) % 2048 + $(starts_at /dev/sdg2) % 2048 + $(starts_at /dev/sdg3) % 2048)) = 0
+    gives "and ends with the disk" "$(cat /sys/block/sdg/size)" ends_at /dev/sdg3
+    expect "all lie on whole MiB" aligned /dev/sdg[123]
     must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdg3
     gives "who takes its place must have the reserve, too" "$(($(probe sizes /dev/md2 | cut -d' ' -f3) * 1024 + 3216084480 + 65536))" \
         probe required /dev/md2
@@ -370,8 +383,7 @@ new_disks() {
     must mke2fs -q -F /dev/sde2
     gives "it is made one of the appliance's" 0 probe disk-init /dev/sde 1
     expect "it has three partitions at once" known /dev/sde 1 2 3
-    gives "where the other disks have them" "$(starts_at /dev/sda1) $(starts_at /dev/sda2) $(starts_at /dev/sda3)" \
-        eval 'echo $(starts_at /dev/sde1) $(starts_at /dev/sde2) $(starts_at /dev/sde3)'
+    gives "where the other disks have them" "$(starts_at /dev/sda[123])" starts_at /dev/sde[123]
     gives "which is the smaller reserve" 1 probe layout /dev/sde
     gives "it serves both system arrays" healthy probe system-disk /dev/sde
     gives "the first has it as a spare" "raid1 normal 4 slots, rebuild none: *sde1=spare*" probe array /dev/md0
@@ -387,8 +399,8 @@ new_disks() {
     gives "its data partition is made meanwhile" 0 probe disk-init /dev/sdf 1
     expect "and the kernel knows it at once" known /dev/sdf 1 2 3
     gives "on both disks alike" "$(table /dev/sde | sed 's/sde/sdf/')" table /dev/sdf
-    gives "the arrays take both" "0
-0" eval 'probe count /dev/md0 6; probe count /dev/md1 6'
+    gives "the first array takes both" 0 probe count /dev/md0 6
+    gives "and so does the second" 0 probe count /dev/md1 6
     settled /dev/md0 && settled /dev/md1
     gives "and are whole" "raid1 normal 6 slots, rebuild none: sdf1=sync sde1=sync *" probe array /dev/md0
 
@@ -439,7 +451,7 @@ large_disk() {
     gives "it gets the system partitions" 0 probe partition-create /dev/sdh 1
     gives "and the one for data" 0 probe partition-create /dev/sdh 2
     expect "the kernel knows them" known /dev/sdh 1 2 3
-    gives "in a table that can hold them" gpt eval 'sfdisk -d /dev/sdh | sed -n "s/^label: //p"'
+    gives "in a table that can hold them" gpt label /dev/sdh
     expect "which is sound" grep -q 'No errors' <(sfdisk -V /dev/sdh)
     expect "morvctl makes an array of it" raid create /dev/md2 --level raid1 --devices 2 /dev/sdh3
     # The kernel's description of the array has no room for as much.
@@ -557,6 +569,7 @@ volumes_on_arrays() {
 
     section "Read-only"
     mkdir -p /usr/morv/etc/rc.d
+    # shellcheck disable=SC2016  # the script's own argument
     printf '#!/bin/sh\necho "$1" >>/tmp/services\n' >/usr/morv/etc/rc.d/S50witness.sh
     chmod 755 /usr/morv/etc/rc.d/S50witness.sh
     break_member /dev/md2 /dev/sda3
@@ -628,7 +641,9 @@ volumes_on_groups() {
     expect "it is not mounted" refused grep -q ' /volume1 ' /proc/mounts
     gives "its line alone is gone" "/dev/md9 /volume9 ext4 defaults 0 0" cat /etc/fstab
     must mount /dev/vg1/lv /volume1
-    gives "one in use" "-1 ERR_*" eval 'cd /volume1 && probe unexport /volume1'
+    cd /volume1 || failed "cd /volume1" ""
+    gives "one in use" "-1 ERR_DEVICE_BUSY" probe unexport /volume1
+    cd /
     expect "stays mounted" grep -q ' /volume1 ' /proc/mounts
 }
 
@@ -674,10 +689,12 @@ pulled_out() {
 
 # ---- Speed ---------------------------------------------------------------------------------------------------------
 
+measured() { probe speed 25 >/tmp/speed; }
+
 speed() {
     section "Speed, reading by a program and by the tools of the system"
-    cat /proc/mdstat | grep -c '^md' | sed 's/$/ arrays/'
-    expect "everything can be read many times" eval 'probe speed 25 >/tmp/speed'
+    echo "$(grep -c '^md' /proc/mdstat) arrays"
+    expect "everything can be read many times" measured
     cat /tmp/speed
 }
 
