@@ -41,7 +41,8 @@ MORV_API int PartitionLayoutGet(const char *device, int *pLayout) MORV_NOEXCEPT;
  *
  * Returns 0, also when the partitions are there already; or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND
  * (no such disk; or partition 3 is asked for, and the system's are missing), ERR_DISK_TOO_SMALL,
- * ERR_DEVICE_BUSY, ERR_SYS_UNKNOWN (sfdisk, wipefs or the kernel failed), or the codes of DiskSizeGet. */
+ * ERR_DEVICE_BUSY (the disk is in use, or its table has partitions that the kernel does not know),
+ * ERR_SYS_UNKNOWN (sfdisk, wipefs or the kernel failed), or the codes of DiskSizeGet. */
 MORV_API int PartitionCreate(const char *disk, int kind) MORV_NOEXCEPT;
 
 /* Removes partitions of a disk: those of the kinds in the mask, with PARTITION_ALL all that it has. What

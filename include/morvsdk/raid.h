@@ -304,9 +304,9 @@ MORV_API int RAIDExpand(const char *path, uint64_t kib) MORV_NOEXCEPT;
  * Returns 0, or -1 with ERR_BAD_PARAMETERS or the codes of PartitionLayoutGet. */
 MORV_API int RAIDRequireDevSizeGet(const RAID_INFO *pInfo, uint64_t *pBytes) MORV_NOEXCEPT;
 
-/* Reads the limit of what an array uses of each member: a file "/tmp/volume.N" sets it to N GiB. Limits
- * beyond 32 bits of KiB count as the largest one. Returns 1 with *pKiB set, or 0 with *pKiB 0 when there is
- * none. */
+/* Reads the limit of what a new array uses of each member: a file "/tmp/volume.N" of root or of the caller's
+ * user sets it to N GiB. Limits beyond 32 bits of KiB count as the largest one. Returns 1 with *pKiB set,
+ * or 0 with *pKiB 0 when there is none, or when that cannot be told (the error state tells). */
 MORV_API int RAIDSizeLimitGet(uint32_t *pKiB) MORV_NOEXCEPT;
 
 /* ---- Tuning ---------------------------------------------------------------------------------------- */

@@ -16,12 +16,17 @@ static bool is_wanted(const Partition &partition, int kinds) {
 static int clean(const char *device, int kinds) {
     Disk disk;
     if (const int code = read_disk(device, disk)) return code;
-    if (disk.device != device) return ERR_BAD_PARAMETERS;
+    if (disk.device != device || disk.is_made_of_others) return ERR_BAD_PARAMETERS;
     std::vector<Partition> partitions;
     for (const Partition &partition : disk.partitions) {
         if (is_wanted(partition, kinds)) partitions.push_back(partition);
     }
-    return partitions.empty() ? 0 : remove_partitions(disk, partitions);
+    size_t entries = partitions.size();
+    if (kinds == PARTITION_ALL) {
+        if (const int code = count_entries(disk, entries)) return code;
+    }
+    if (partitions.empty() && entries == 0) return 0;
+    return remove_partitions(disk, partitions, kinds == PARTITION_ALL);
 }
 
 extern "C" int PartitionClean(const char *disk, int kinds) noexcept {

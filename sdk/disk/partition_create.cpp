@@ -11,6 +11,7 @@ using namespace morv;
 
 // What a GUID partition table needs behind the last partition.
 constexpr uint64_t kSectorsOfGptCopy = 34;
+
 static uint64_t end_of(const Disk &disk, bool is_gpt) {
     const uint64_t kept = is_gpt ? kSectorsOfGptCopy * (disk.sector_size / 512) : 0;
     return disk.size < kept ? 0 : disk.size - kept;
@@ -45,7 +46,11 @@ static int create_data(const Disk &disk) {
 static int create(const char *device, int kind) {
     Disk disk;
     if (const int code = read_disk(device, disk)) return code;
-    if (disk.device != device) return ERR_BAD_PARAMETERS;
+    if (disk.device != device || disk.is_made_of_others) return ERR_BAD_PARAMETERS;
+    // A table with partitions that the kernel does not know is not to be written over.
+    size_t entries;
+    if (const int code = count_entries(disk, entries)) return code;
+    if (entries != disk.partitions.size()) return ERR_DEVICE_BUSY;
     return kind == PARTITION_SYSTEM ? create_system(disk) : create_data(disk);
 }
 

@@ -3,6 +3,7 @@
 #include "core/file/sys_path.h"
 #include "core/storage/device_name.h"
 #include "core/storage/logged_command.h"
+#include "raid/size_limit.h"
 
 using namespace morv;
 
@@ -40,7 +41,7 @@ static int create(const char *path, int type, const char *level, int count, int 
                   const MLIBSZLIST *members) {
     const bool has_spares = type == RAID_TYPE_RAID1 || type == RAID_TYPE_RAID5 || type == RAID_TYPE_RAID6;
     uint32_t limit;
-    const bool has_limit = RAIDSizeLimitGet(&limit) == 1;
+    if (const int code = read_size_limit(limit)) return code;
 
     const std::string array = SysPath(path).c_str();
     std::vector<std::string> devices;
@@ -53,7 +54,7 @@ static int create(const char *path, int type, const char *level, int count, int 
         values.emplace_back(spares);
     }
     format += ' ';
-    if (has_limit) {
+    if (limit) {
         format += "-z %lu";
         values.emplace_back(limit);
     }

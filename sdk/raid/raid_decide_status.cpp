@@ -2,10 +2,10 @@
 
 #include "core/base/fail.h"
 
-static int tolerance_of(const mdu_array_info_t &array) {
+static int64_t tolerance_of(const mdu_array_info_t &array) {
     switch (array.level) {
         case 1:
-            return array.raid_disks - 1;
+            return int64_t{array.raid_disks} - 1;
         case 5:
             return 1;
         case 6:
@@ -23,7 +23,7 @@ static int32_t decide(const mdu_array_info_t &array, const RAID_DISK *disks) {
         has_error |= disk->status == RAID_DISK_ERROR;
     }
     if (!disks || has_error) return RAID_CRASHED;
-    const int missing = array.raid_disks - in_sync;
+    const int64_t missing = int64_t{array.raid_disks} - in_sync;
     if (missing <= 0) return RAID_NORMAL;
     return missing > tolerance_of(array) ? RAID_CRASHED : RAID_DEGRADED;
 }

@@ -3,6 +3,9 @@
 #include <morvsdk/raid.h>
 
 #include "core/base/log.h"
+#include "core/storage/device_name.h"
+
+using namespace morv;
 
 static int make_member(const char *disk) {
     RAID_SYSTEM system;
@@ -20,7 +23,9 @@ static int make_member(const char *disk) {
 }
 
 extern "C" int RAIDDiskInit(const char *disk, int mode) noexcept {
-    if (!disk || (mode != RAID_INIT_MEMBER && mode != RAID_INIT_CLEAN))
+    // With the number of a partition behind it, a name that ends in a digit would be that of another disk.
+    const bool is_disk = disk && without_partition(disk) == disk;
+    if (!is_disk || (mode != RAID_INIT_MEMBER && mode != RAID_INIT_CLEAN))
         return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     const int result = mode == RAID_INIT_CLEAN ? PartitionClean(disk, PARTITION_ALL) : make_member(disk);
     if (result != 0) MORV_LOG(LOG_ERR, "Failed to initiate %s, errno=0x%X", disk, unsigned(MLIBErrGet()));

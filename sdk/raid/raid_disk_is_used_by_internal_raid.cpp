@@ -19,8 +19,6 @@ extern "C" int RAIDDiskIsUsedByInternalRAID(const char *disk) noexcept {
     });
     if (code) return MORV_FAIL(code, -1);
     if (found < 0) {
-        // An array whose device cannot be opened does not run.
-        if (MLIBErrGet() == ERR_OPEN_FAILED) return 0;
         MORV_LOG(LOG_DEBUG, "Failed to get the array of %s, errno=0x%X", disk, unsigned(MLIBErrGet()));
         return -1;
     }

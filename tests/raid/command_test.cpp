@@ -333,6 +333,8 @@ TEST(RaidMembership, IsThatOfARunningArray) {
     EXPECT_EQ(RAIDDiskIsUsedByInternalRAID("/dev/sdb"), 0) << "100 is beyond the internal ones";
     EXPECT_EQ(RAIDDiskIsUsedByInternalRAID("/dev/sdz"), 0);
     EXPECT_EQ(RAIDDiskIsUsedByInternalRAID("/dev/sdd"), 0) << "its array does not run";
+    ASSERT_EQ(unlink(machine.path("sys/block/md2/md/dev-sda3/state").c_str()), 0);
+    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, RAIDDiskIsUsedByInternalRAID("/dev/sda")));
     ASSERT_EQ(unlink(machine.path(kMdadm).c_str()), 0);
     EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, RAIDDiskIsUsedByInternalRAID("/dev/sda")))
         << "nobody may take it for a free disk";

@@ -1,5 +1,9 @@
 // Sizes of disks, their partitions, and what an array asks of them.
+#include <linux/blkpg.h>
+#include <linux/fs.h>
+
 #include "raid/arrays.h"
+#include "support/sys_fault.h"
 
 using namespace testing_support;
 
@@ -130,12 +134,28 @@ TEST(RaidStripe, IsAsWideAsTheDataDisks) {
     EXPECT_TRUE(gives(-1, ERR_READ_FAILED, RAIDMdStripeSizeGet("/dev/md2")));
 }
 
-// A system whose arrays lie on sda, which has the small layout, and a fresh disk sdb.
-struct Disks : Machine {
-    Disks() {
-        tool("sbin/sfdisk", "read -r line; echo \"$line\" >>\"$MORV_ROOT/calls\"");
+struct PartitionTools : Machine {
+    PartitionTools() {
+        // The table is what the kernel knows, and what a file adds.
+        write("sbin/sfdisk", R"(#!/bin/sh
+            if [ "$1" = --dump ]; then
+                cd "$MORV_ROOT/sys/block/${2##*/}" && for name in *[0-9]; do
+                    [ ! -e $name/start ] || echo "/dev/$name : start= 1, size= 1"
+                done
+                cat "$MORV_ROOT/more_entries" 2>/dev/null
+                exit 0
+            fi
+            echo "sbin/sfdisk $*" | sed "s,$MORV_ROOT,,g" >>"$MORV_ROOT/calls"
+            read -r line; echo "$line" >>"$MORV_ROOT/calls")",
+              0755);
         tool("sbin/wipefs", "");
         write("bin/echo", "#!/bin/sh\necho \"$*\"\n", 0755);
+    }
+};
+
+// A system whose arrays lie on sda, which has the small layout, and a fresh disk sdb.
+struct Disks : PartitionTools {
+    Disks() {
         array(0, "raid1", 4, {{"sda1"}});
         array(1, "raid1", 4, {{"sda2"}});
         disk("sda", 20000000);
@@ -172,16 +192,19 @@ TEST(DiskInit, MakesAFreshDiskLikeTheOthersAndAddsIt) {
 }
 
 TEST(DiskInit, UsesTheLargeLayoutOnANewSystemAndAGptOnALargeDisk) {
-    Machine machine;
-    machine.write("sbin/sfdisk", "#!/bin/sh\nread -r line; echo \"$line\" >>\"$MORV_ROOT/calls\"\n", 0755);
-    machine.write("sbin/wipefs", "#!/bin/sh\n", 0755);
-    machine.write("bin/echo", "#!/bin/sh\necho \"$*\"\n", 0755);
+    PartitionTools machine;
     machine.disk("sda", 8000000000);
     machine.write("sys/block/sda/queue/logical_block_size", "4096\n");
     EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, PartitionCreate("/dev/sda", PARTITION_DATA)));
     EXPECT_EQ(PartitionCreate("/dev/sda", PARTITION_SYSTEM), 0);
     EXPECT_EQ(PartitionCreate("/dev/sda", PARTITION_DATA), 0);
-    EXPECT_EQ(machine.calls(),
+    std::string places;
+    const std::string calls = machine.calls();
+    for (const char *const word : {"label: ", "start="}) {
+        for (size_t at = calls.find(word); at != calls.npos; at = calls.find(word, at + 1))
+            places += calls.substr(at, calls.find('\n', at) - at) + "\n";
+    }
+    EXPECT_EQ(places,
               "label: gpt\nstart=256, size=622592, type=raid\nstart=622848, size=131072, type=raid\n"
               "start=785177, size=999214789, type=raid\n");
     int layout = 0;
@@ -192,6 +215,10 @@ TEST(DiskInit, UsesTheLargeLayoutOnANewSystemAndAGptOnALargeDisk) {
     EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, PartitionCreate("/dev/sdc", PARTITION_SYSTEM)));
     EXPECT_TRUE(refuses(-1, PartitionCreate("/dev/sda3", PARTITION_SYSTEM)));
     EXPECT_TRUE(refuses(-1, PartitionCreate("/dev/sda", PARTITION_ALL)));
+    machine.array(7, "raid1", 2, {});
+    EXPECT_TRUE(refuses(-1, PartitionCreate("/dev/md7", PARTITION_SYSTEM)));
+    EXPECT_TRUE(refuses(-1, PartitionClean("/dev/md7", PARTITION_ALL)));
+    EXPECT_TRUE(refuses(-1, RAIDDiskInit("/dev/nvme0n1", RAID_INIT_MEMBER)));
 }
 
 TEST(DiskInit, GivesTheTableAndTheKernelTheSamePlaces) {
@@ -207,6 +234,49 @@ TEST(DiskInit, GivesTheTableAndTheKernelTheSamePlaces) {
     EXPECT_EQ(PartitionCreate("/dev/sdb", PARTITION_DATA), 0);
     EXPECT_EQ(machine.read("sys/block/sdb/sdb3/start") + machine.read("sys/block/sdb/sdb3/size"),
               "2634664\n17365064\n");
+}
+
+TEST(DiskInit, TakesBackAPartitionThatTheKernelRefusesOrThatCannotBeWiped) {
+    for (const bool refused : {true, false}) {
+        Disks machine;
+        EXPECT_EQ(PartitionCreate("/dev/sdb", PARTITION_SYSTEM), 0);
+        machine.calls();
+        if (refused) {
+            fail_ioctl(BLKPG, EBUSY);
+        } else {
+            machine.tool("sbin/wipefs", "exit 1");
+        }
+        for (int i = 0; i < 2; ++i) {
+            uint64_t sectors;
+            EXPECT_EQ(PartitionCreate("/dev/sdb", PARTITION_DATA), -1);
+            EXPECT_NE(machine.calls().find("--delete /dev/sdb 3\n"), std::string::npos);
+            EXPECT_EQ(DiskSizeGet("/dev/sdb3", &sectors), 0);
+        }
+    }
+    // A table that the kernel does not know may be that of somebody's data.
+    Disks machine;
+    machine.write("more_entries", "/dev/sdb1 : start= 2048, size= 100\n");
+    EXPECT_TRUE(gives(-1, ERR_DEVICE_BUSY, PartitionCreate("/dev/sdb", PARTITION_SYSTEM)));
+    EXPECT_EQ(machine.calls(), "");
+    EXPECT_EQ(PartitionClean("/dev/sdb", PARTITION_ALL), 0);
+    EXPECT_EQ(machine.calls(), std::string(kNoReread) + "--delete /dev/sdb\n\n");
+}
+
+TEST(DiskClean, LeavesTheKernelWithItsPartitionsWhateverFails) {
+    for (int nth = 1; nth < 1000; ++nth) {
+        Disks machine;
+        int result;
+        bool reached;
+        {
+            SysFault fault(Sys::kAllocation, nth);
+            result = PartitionClean("/dev/sda", PARTITION_ALL);
+            reached = fault.reached();
+        }
+        uint64_t sectors;
+        for (const char *device : {"/dev/sda1", "/dev/sda2", "/dev/sda3"})
+            ASSERT_EQ(DiskSizeGet(device, &sectors), result == 0 ? 0 : 1) << device << " " << nth;
+        if (!reached) break;
+    }
 }
 
 TEST(DiskClean, RemovesWhatIsAskedForOrNothing) {
@@ -229,7 +299,13 @@ TEST(DiskClean, RemovesWhatIsAskedForOrNothing) {
         for (const bool is_busy : {true, false}) {
             Disks kept;
             if (is_busy) kept.write("sys/block/sda/sda2/holders", "");
-            if (!is_busy) kept.tool("sbin/sfdisk", "exit 1");
+            if (!is_busy) {
+                kept.write("sbin/sfdisk", R"(#!/bin/sh
+                    [ "$1" != --dump ] || exit 0
+                    echo "sbin/sfdisk $*" | sed "s,$MORV_ROOT,,g" >>"$MORV_ROOT/calls"
+                    exit 1)",
+                           0755);
+            }
             const int code = is_busy ? c.code_when_busy : int{ERR_SYS_UNKNOWN};
             EXPECT_TRUE(gives(code ? -1 : 0, code, PartitionClean("/dev/sda", c.kinds)));
             EXPECT_EQ(kept.calls(),

@@ -14,14 +14,14 @@ TEST(RaidStatus, FollowsFromTheMembersAndTheLevel) {
         const char *members;  // a digit each: the member's status
         int status;
     } cases[] = {
-        {0, 2, "00", RAID_NORMAL},    {0, 2, "01", RAID_CRASHED},   {-1, 2, "04", RAID_CRASHED},
-        {1, 2, "00", RAID_NORMAL},    {1, 2, "01", RAID_DEGRADED},  {1, 2, "11", RAID_CRASHED},
-        {1, 2, "44", RAID_CRASHED},   {1, 3, "0", RAID_DEGRADED},   {1, 1, "0", RAID_NORMAL},
-        {5, 3, "000", RAID_NORMAL},   {5, 3, "001", RAID_DEGRADED}, {5, 3, "002", RAID_CRASHED},
-        {5, 3, "003", RAID_DEGRADED}, {5, 3, "0004", RAID_NORMAL},  {5, 3, "04", RAID_CRASHED},
-        {6, 4, "00", RAID_DEGRADED},  {6, 4, "0", RAID_CRASHED},    {10, 4, "000", RAID_CRASHED},
-        {10, 4, "0000", RAID_NORMAL}, {5, 3, "0000", RAID_NORMAL},  {5, 3, "", RAID_CRASHED},
-        {5, 3, "0002", RAID_CRASHED},
+        {0, 2, "00", RAID_NORMAL},    {0, 2, "01", RAID_CRASHED},       {-1, 2, "04", RAID_CRASHED},
+        {1, 2, "00", RAID_NORMAL},    {1, 2, "01", RAID_DEGRADED},      {1, 2, "11", RAID_CRASHED},
+        {1, 2, "44", RAID_CRASHED},   {1, 3, "0", RAID_DEGRADED},       {1, 1, "0", RAID_NORMAL},
+        {5, 3, "000", RAID_NORMAL},   {5, 3, "001", RAID_DEGRADED},     {5, 3, "002", RAID_CRASHED},
+        {5, 3, "003", RAID_DEGRADED}, {5, 3, "0004", RAID_NORMAL},      {5, 3, "04", RAID_CRASHED},
+        {6, 4, "00", RAID_DEGRADED},  {6, 4, "0", RAID_CRASHED},        {10, 4, "000", RAID_CRASHED},
+        {10, 4, "0000", RAID_NORMAL}, {5, 3, "0000", RAID_NORMAL},      {5, 3, "", RAID_CRASHED},
+        {5, 3, "0002", RAID_CRASHED}, {1, INT32_MIN, "0", RAID_NORMAL},
     };
     for (const auto &c : cases) {
         mdu_array_info_t array = {};

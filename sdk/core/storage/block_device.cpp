@@ -2,10 +2,12 @@
 
 #include <errno.h>
 #include <morvsdk/errcodes.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 
+#include "core/file/sys_path.h"
 #include "core/storage/device_name.h"
 #include "core/system/sysfs.h"
 #include "core/text/trim.h"
@@ -105,7 +107,10 @@ int read_disk(const char *device, Disk &disk) {
     uint64_t size;
     if (const int code = find_folder(device, folder, disk_name, size)) return code;
     folder = std::string(kFolder) + disk_name;
-    disk = {device_of(disk_name), 0, 512, {}};
+    const auto has_folder = [&](const char *name) {
+        return access(SysPath((folder + name).c_str()).c_str(), F_OK) == 0;
+    };
+    disk = {device_of(disk_name), has_folder("/md") || has_folder("/dm"), 0, 512, {}};
     if (const int code = read_number(folder + "/size", disk.size)) return code;
     if (read_number(folder + "/queue/logical_block_size", disk.sector_size) != 0 || disk.sector_size < 512 ||
         disk.sector_size % 512 != 0) {

@@ -17,7 +17,8 @@ struct Partition {
 };
 
 struct Disk {
-    std::string device;  // "/dev/sda"
+    std::string device;      // "/dev/sda"
+    bool is_made_of_others;  // an array or a mapping: what lies on it belongs to its users
     uint64_t size;
     uint64_t sector_size;  // bytes of a sector of the disk's own, a multiple of 512
     std::vector<Partition> partitions;

@@ -11,6 +11,7 @@
 #include "core/base/guard.h"
 #include "core/file/sys_path.h"
 #include "core/storage/logged_command.h"
+#include "core/text/lines.h"
 
 namespace morv {
 
@@ -81,36 +82,58 @@ int add_partition(const Disk &disk, const Partition &wanted) {
                                  (end - start) * unit};
     const std::string place =
         "start=" + std::to_string(start) + ", size=" + std::to_string(end - start) + ", type=raid";
-    int code =
-        MORV_RUN("/bin/echo %s | /sbin/sfdisk --no-reread --no-tell-kernel --append %s > /dev/null 2>&1",
-                 {place, SysPath(disk.device.c_str()).c_str()});
-    if (code == 0) code = tell_kernel(fd.get(), BLKPG_ADD_PARTITION, partition);
-    // What lay in this place before would come back: a superblock of an old array, for one.
-    return code ? code : wipe(partition.device);
+    if (const int code =
+            MORV_RUN("/bin/echo %s | /sbin/sfdisk --no-reread --no-tell-kernel --append %s > /dev/null 2>&1",
+                     {place, SysPath(disk.device.c_str()).c_str()})) {
+        return code;
+    }
+    int code = tell_kernel(fd.get(), BLKPG_ADD_PARTITION, partition);
+    if (code == 0) {
+        // What lay in this place before would come back: a superblock of an old array, for one.
+        code = wipe(partition.device);
+        if (code) tell_kernel(fd.get(), BLKPG_DEL_PARTITION, partition);
+    }
+    if (code) {
+        MORV_RUN("/sbin/sfdisk --no-reread --no-tell-kernel --delete %s %d > /dev/null 2>&1",
+                 {SysPath(disk.device.c_str()).c_str(), partition.number});
+    }
+    return code;
 }
 
-int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions) {
+int count_entries(const Disk &disk, size_t &count) {
+    constexpr int kNoTable = 1;
+    std::string table;
+    int status = 0;
+    const int code = capture_tool(table, "/sbin/sfdisk --dump %s 2>/dev/null",
+                                  {SysPath(disk.device.c_str()).c_str()}, &status);
+    if (code && status != kNoTable) return code;
+    count = 0;
+    for (const std::string_view line : Lines(table))
+        count += line.find(" : start=") != line.npos;
+    return 0;
+}
+
+int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions, bool all) {
     UniqueFd fd;
     if (const int code = open_disk(disk, fd)) return code;
+    // Everything that takes memory comes before the first change.
+    const std::string device = SysPath(disk.device.c_str()).c_str();
+    std::vector<CommandValue> values = {device};
+    std::string format = "/sbin/sfdisk --no-reread --no-tell-kernel --delete %s";
+    // All are named by naming none; logical ones go with the one that they lie in.
+    for (size_t i = 0; i < partitions.size() && !all; ++i) {
+        values.emplace_back(partitions[i].number);
+        format += " %d";
+    }
+    format += " > /dev/null 2>&1";
+
     size_t removed = 0;
     int code = 0;
     while (code == 0 && removed < partitions.size()) {
         code = tell_kernel(fd.get(), BLKPG_DEL_PARTITION, partitions[removed]);
         if (code == 0) ++removed;
     }
-    if (code == 0) {
-        const std::string device = SysPath(disk.device.c_str()).c_str();
-        std::vector<CommandValue> values = {device};
-        std::string format = "/sbin/sfdisk --no-reread --no-tell-kernel --delete %s";
-        // All are named by naming none; logical ones go with the one that they lie in.
-        const bool are_all = partitions.size() == disk.partitions.size();
-        for (size_t i = 0; i < partitions.size() && !are_all; ++i) {
-            values.emplace_back(partitions[i].number);
-            format += " %d";
-        }
-        format += " > /dev/null 2>&1";
-        code = MORV_RUN(format.c_str(), values);
-    }
+    if (code == 0) code = MORV_RUN(format.c_str(), values);
     if (code == 0) return 0;
     while (removed > 0)
         tell_kernel(fd.get(), BLKPG_ADD_PARTITION, partitions[--removed]);

@@ -22,14 +22,19 @@ bool has_gpt(const Disk &disk) noexcept;
 // ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY.
 int write_empty_table(const Disk &disk) noexcept;
 
-// Adds a partition to the table and to the kernel, and wipes what is known by a signature in it. Its number
-// is the first free one; its ends move inwards to the disk's own sectors. Answers 0, ERR_OPEN_FAILED,
-// ERR_DISK_TOO_SMALL, ERR_DEVICE_BUSY, ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY. May throw std::bad_alloc.
+// How many partitions the table has, which may be others than the kernel knows. Answers 0, or the codes of
+// capture_tool. May throw std::bad_alloc.
+int count_entries(const Disk &disk, size_t &count);
+
+// Adds a partition to the table and to the kernel, and wipes what is known by a signature in it. Its number is
+// the first free one; its ends move inwards to the disk's own sectors. Answers 0, or ERR_OPEN_FAILED,
+// ERR_DISK_TOO_SMALL, ERR_DEVICE_BUSY, ERR_SYS_UNKNOWN or ERR_OUT_OF_MEMORY: the partition is then not there.
+// May throw std::bad_alloc.
 int add_partition(const Disk &disk, const Partition &wanted);
 
-// Takes partitions out of the kernel and out of the table. One that is in use, or open, ends it with
-// ERR_DEVICE_BUSY, and everything is as it was; so it is when the table cannot be written. Else the answers
-// of add_partition. What the partitions hold stays on the disk.
-int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions);
+// Takes partitions out of the kernel and out of the table; with `all`, every one out of the table. One that is
+// in use, or open, ends it with ERR_DEVICE_BUSY, and everything is as it was; so it is when the table cannot be
+// written. Else the answers of add_partition. What the partitions hold stays on the disk.
+int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions, bool all);
 
 }  // namespace morv
