@@ -3,9 +3,11 @@
 # shellcheck shell=bash
 
 ship() { # ship SOURCE BUILD PREFIX
-    mkdir -p "${2%/*}" && flock "$2.lock" bash -euc '
-        cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMORV_TESTS=OFF \
-            -DCMAKE_INSTALL_PREFIX=/usr/local -DCMAKE_INSTALL_LIBDIR=lib
-        cmake --build "$2"
-        cmake --install "$2" --prefix "$3"' ship "$@"
+    mkdir -p "${2%/*}" && {
+        flock 9 &&
+            cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMORV_TESTS=OFF \
+                -DCMAKE_INSTALL_PREFIX=/usr/local -DCMAKE_INSTALL_LIBDIR=lib &&
+            cmake --build "$2" &&
+            cmake --install "$2" --prefix "$3"
+    } 9>"$2.lock"
 }

@@ -16,7 +16,7 @@ export LC_ALL=C PATH=/usr/sbin:/usr/bin:/sbin:/bin
 kept=${MORV_TEST_CACHE:-/var/tmp/morv-system-tests}
 packages=(busybox-static mdadm lvm2 libdevmapper-event1.02.1 libdevmapper1.02.1 libaio1 libedit2)
 modules=(virtio_pci virtio_scsi sd_mod linear raid0 raid1 raid10 raid456 dm-mod)
-host_programs=(bash sfdisk partx lsblk blkid mount umount mke2fs debugfs e2fsck dumpe2fs)
+host_programs=(bash sfdisk partx wipefs lsblk blkid mount umount mke2fs debugfs e2fsck dumpe2fs)
 
 skip() { echo "SKIPPED: $*" && exit 77; }
 broken() { echo "vm: $*" >&2 && exit 125; }
@@ -49,7 +49,7 @@ add_libraries() { # add_libraries ROOT SEARCH_PATH FILE...
 
 init_script() {
     cat <<'INIT'
-#!/bin/sh
+#!/bin/busybox sh
 export PATH=/usr/bin HOME=/root TERM=dumb LC_ALL=C
 mount -t proc proc /proc && mount -t sysfs sys /sys && mount -t devtmpfs dev /dev
 mount -t tmpfs run /run && mount -t tmpfs tmp /tmp
@@ -107,7 +107,8 @@ make_base() { # make_base FOLDER PACKAGES: the kernel, and the archive of all th
     for name in "${host_programs[@]}"; do
         program=$(type -P "$name") && cp -L "$program" "$root/usr/bin/$name" || return 1
     done
-    ln -s mke2fs "$root/usr/bin/mkfs.ext4"
+    # busybox as the shell would run its own mount and grep in place of those in the path.
+    ln -s bash "$root/usr/bin/sh" && ln -s mke2fs "$root/usr/bin/mkfs.ext4" || return 1
     for name in $("$files/bin/busybox" --list); do
         [[ -e $root/usr/bin/$name || -L $root/usr/bin/$name ]] || ln -s busybox "$root/usr/bin/$name" || return 1
     done
@@ -185,19 +186,22 @@ tree=$1
 shift
 run=$(mktemp -d /tmp/morv-vm.XXXXXX)
 trap 'rm -rf "$run"' EXIT
-mkdir -p "$run/tree/usr/lib" && cp -a "$tree/." "$run/tree/" || broken "$tree cannot be copied"
+mkdir -p "$run/tree/usr/lib"
+cp -a "$tree/." "$run/tree/" || broken "$tree cannot be copied"
 mapfile -t programs < <(find "$run/tree" -type f -exec sh -c 'head -c 4 "$1" | grep -q ELF' sh {} \; -print)
-((${#programs[@]} == 0)) || add_libraries "$run/tree" "$run/tree/usr/lib" "${programs[@]}" || broken "a library is missing"
+if ((${#programs[@]})); then
+    add_libraries "$run/tree" "$run/tree/usr/lib" "${programs[@]}" || broken "a library is missing"
+fi
 printf '%q ' exec "$@" >"$run/tree/program"
 touch "$run/complete"  # comes last
 { cat "$base/base.cpio" && archive "$run/tree" && (cd "$run" && echo complete | cpio --quiet -o -H newc); } >"$run/initrd" || broken "the archive cannot be written"
 
-devices=(-device virtio-scsi-pci,id=scsi)
+devices=(-device "virtio-scsi-pci,id=scsi")
 count=0
 for size in $disks; do
     truncate -s "$size" "$run/disk$count" || broken "no disk of $size"
     devices+=(-drive "file=$run/disk$count,format=raw,if=none,id=disk$count,cache=unsafe,discard=unmap,detect-zeroes=unmap"
-        -device "scsi-hd,bus=scsi.0,scsi-id=$count,drive=disk$count,serial=MORV$count")
+        -device "scsi-hd,bus=scsi.0,scsi-id=$count,drive=disk$count")
     count=$((count + 1))
 done
 timeout --foreground --kill-after=5 "$limit" qemu-system-x86_64 -machine pc -accel tcg,thread=multi -cpu max -smp 2 -m "$memory" \

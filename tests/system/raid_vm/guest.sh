@@ -13,7 +13,7 @@ passed() { checks=$((checks + 1)) && echo "ok: $1"; }
 failed() { # failed WHAT DETAILS
     checks=$((checks + 1))
     failures=$((failures + 1))
-    printf 'FAILED: %s\n%s\n' "$1" "$(sed 's/^/    /' <<<"$2")"
+    printf 'FAILED: %s\n    %s\n' "$1" "${2//$'\n'/$'\n    '}"
 }
 expect() { # expect WHAT COMMAND...
     local what=$1 output status=0
@@ -61,7 +61,7 @@ break_member() { # break_member ARRAY DEVICE; of one too many mdadm says that it
     mdadm -q "$1" -f "$2" 2>/dev/null
     must within 10 faulty "$1" "$2"
 }
-take_out() { must within 10 eval "mdadm -q $1 --remove $2 2>/dev/null"; } # busy for a moment after a fault
+take_out() { must within 10 mdadm -q "$1" --remove "$2"; } # busy for a moment after a fault
 no_superblock() { [[ -z $(mdadm -E -b "$1" 2>&1) ]]; }
 on_disk() { mdadm -E -b "$1" | sed -n 's/.*UUID=\([^ ]*\).*/\1/p'; }
 detail() { mdadm -D "$1" | sed -n "s/^ *$2 : \([^ ]*\).*/\1/p" | head -1; }
@@ -191,11 +191,13 @@ rebuild() {
     settled /dev/md2
     gives "then it is whole" "raid5 normal 3 slots, rebuild none: *sda3=faulty" probe array /dev/md2
     take_out /dev/md2 /dev/sda3
+
+    section "A member is added"
     gives "what is too small is not added" "-1 ERR_NOT_ENOUGH_SPACE" probe add-checked /dev/md2 /dev/sda4
     gives "nor to an array that is not there" "-1 *" probe add-checked /dev/md9 /dev/sda3
     gives "what is no device neither" "-1 *" probe add-checked /dev/md2 /dev/sdz3
     expect "morvctl adds it again" raid add /dev/md2 /dev/sda3
-    gives "as a spare" "raid5 normal 3 slots, rebuild none: *sda3=spare" probe array /dev/md2
+    gives "which makes it a spare" "raid5 normal 3 slots, rebuild none: *sda3=spare" probe array /dev/md2
 
     section "It grows by the spare"
     speed_limit 20000 /dev/md2
@@ -249,6 +251,15 @@ assembling() {
     gives "it takes the member back" 0 probe add-checked /dev/md2 /dev/sdc3
     settled /dev/md2
     gives "and is whole" "raid5 normal 3 slots, rebuild none: *" probe array /dev/md2
+    speed_limit 2000 /dev/md2
+    break_member /dev/md2 /dev/sda3
+    take_out /dev/md2 /dev/sda3
+    must mdadm -q /dev/md2 -a /dev/sda3
+    expect "stopped while it is rebuilt" raid stop /dev/md2
+    gives "it starts" 0 probe assemble /dev/md2 "$uuid" /dev/sd[abc]3
+    gives "and rebuilds" "raid5 degraded 3 slots, rebuild *: sdc3=sync sdb3=sync sda3=rebuilding" probe array /dev/md2
+    settled /dev/md2
+    gives "to its end" "raid5 normal 3 slots, rebuild none: *" probe array /dev/md2
     must mdadm -q -S /dev/md2
     gives "with too few members" 0 probe assemble /dev/md2 "$uuid" /dev/sda3
     gives "nothing starts" "-1 ERR_OPEN_FAILED" probe array /dev/md2
@@ -260,6 +271,25 @@ assembling() {
     forget /dev/md2 /dev/sd[abc]3
 }
 
+refusing() {
+    local before
+    section "What is in use stays as it is"
+    must mdadm -q -C /dev/md2 -amd -R -l1 -n2 --assume-clean /dev/sda3 /dev/sdb3
+    before=$(mdadm -D /dev/md2)
+    gives "no array is made of a member of another" "-1 ERR_SYS_UNKNOWN" probe create /dev/md3 raid1 2 0 /dev/sda3 /dev/sdd3
+    expect "morvctl does not even try" refused raid create /dev/md3 --level raid1 /dev/sda3 /dev/sdd3
+    expect "nor does it add one" refused raid add /dev/md0 /dev/sdb3 --force
+    expect "nor take a number that is taken" refused raid create /dev/md2 --level raid1 /dev/sdc3 /dev/sdd3
+    expect "the others were not touched" no_superblocks /dev/sdc3 /dev/sdd3
+    expect "without a yes nothing is removed" refused morvctl raid remove /dev/md2
+    expect "nor stopped" refused morvctl raid stop /dev/md2
+    expect "the array has not changed" same "$(mdadm -D /dev/md2)" "$before"
+    expect "programs are told the same as people" same \
+        "$(morvctl raid show /dev/md2 --json | tr -d ' \n' | grep -oE '"(level|status|uuid)":"[^"]*"' | xargs)" \
+        "level:raid1 status:normal uuid:$(detail /dev/md2 UUID)"
+    forget /dev/md2 /dev/sda3 /dev/sdb3
+}
+
 wiping() {
     local other first
     section "Wiping leaves other arrays alone"
@@ -269,7 +299,7 @@ wiping() {
     first=$(on_disk /dev/sda3)
     must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdb3
     other=$(on_disk /dev/sdc3)
-    gives "no partition carries the path and another's UUID" "-1" eval 'probe clean-superblocks /dev/md2 '"$other"' | cut -d" " -f1'
+    gives "no partition carries the path and another's UUID" "-1 *" probe clean-superblocks /dev/md2 "$other"
     gives "the array is removed" 0 probe remove /dev/md2
     expect "its member is wiped" no_superblock /dev/sdb3
     gives "an array that had the same name is not" "$first" on_disk /dev/sda3
@@ -314,7 +344,20 @@ table() { sfdisk -d "$1" | grep -o '^/dev.*' | tr -s ' '; }
 known() { # known DISK NUMBER...: whether the kernel has just these partitions
     same "$(sed -n "s/.* ${1#/dev/}\([0-9]\)$/\1/p" /proc/partitions | xargs)" "${*:2}"
 }
-starts_at() { cat "/sys/block/${1:5:3}/${1#/dev/}/start"; }
+starts_at() { # starts_at PARTITION...
+    local partition
+    for partition; do
+        cat "/sys/block/${partition:5:3}/${partition#/dev/}/start"
+    done
+}
+aligned() {
+    local start
+    for start in $(starts_at "$@"); do
+        ((start % 2048 == 0)) || return 1
+    done
+}
+ends_at() { echo $(($(starts_at "$1") + $(probe sectors "$1"))); }
+label() { sfdisk -d "$1" | sed -n 's/^label: //p'; }
 
 first_disk() {
     section "A disk for a system without arrays"
@@ -323,11 +366,12 @@ first_disk() {
     expect "the kernel knows them at once" known /dev/sdg 1 2 3
     expect "and the devices are there" test -b /dev/sdg1 -a -b /dev/sdg2 -a -b /dev/sdg3
     gives "the data lies behind the larger reserve" 2 probe layout /dev/sdg3
-    gives "and ends with the disk" "$(cat /sys/block/sdg/size)" eval 'echo $(($(starts_at /dev/sdg3) + $(probe sectors /dev/sdg3)))'
-    expect "it is aligned" test $(($(starts_at /dev/sdg1) % 2048 + $(starts_at /dev/sdg2) % 2048 + $(starts_at /dev/sdg3) % 2048)) = 0
+    gives "and ends with the disk" "$(cat /sys/block/sdg/size)" ends_at /dev/sdg3
+    expect "all lie on whole MiB" aligned /dev/sdg[123]
     must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdg3
     gives "who takes its place must have the reserve, too" "$(($(probe sizes /dev/md2 | cut -d' ' -f3) * 1024 + 3216084480 + 65536))" \
         probe required /dev/md2
+    expect "a disk of the same size has" test "$(probe required /dev/md2)" -le $((512 * $(cat /sys/block/sdg/size)))
     forget /dev/md2 /dev/sdg3
 }
 
@@ -339,8 +383,7 @@ new_disks() {
     must mke2fs -q -F /dev/sde2
     gives "it is made one of the appliance's" 0 probe disk-init /dev/sde 1
     expect "it has three partitions at once" known /dev/sde 1 2 3
-    gives "where the other disks have them" "$(starts_at /dev/sda1) $(starts_at /dev/sda2) $(starts_at /dev/sda3)" \
-        eval 'echo $(starts_at /dev/sde1) $(starts_at /dev/sde2) $(starts_at /dev/sde3)'
+    gives "where the other disks have them" "$(starts_at /dev/sda[123])" starts_at /dev/sde[123]
     gives "which is the smaller reserve" 1 probe layout /dev/sde
     gives "it serves both system arrays" healthy probe system-disk /dev/sde
     gives "the first has it as a spare" "raid1 normal 4 slots, rebuild none: *sde1=spare*" probe array /dev/md0
@@ -356,8 +399,8 @@ new_disks() {
     gives "its data partition is made meanwhile" 0 probe disk-init /dev/sdf 1
     expect "and the kernel knows it at once" known /dev/sdf 1 2 3
     gives "on both disks alike" "$(table /dev/sde | sed 's/sde/sdf/')" table /dev/sdf
-    gives "the arrays take both" "0
-0" eval 'probe count /dev/md0 6; probe count /dev/md1 6'
+    gives "the first array takes both" 0 probe count /dev/md0 6
+    gives "and so does the second" 0 probe count /dev/md1 6
     settled /dev/md0 && settled /dev/md1
     gives "and are whole" "raid1 normal 6 slots, rebuild none: sdf1=sync sde1=sync *" probe array /dev/md0
 
@@ -395,6 +438,30 @@ new_disks() {
     must probe partition-create /dev/sdg 2
     expect "and of their superblocks" no_superblocks /dev/sdg[123]
     gives "which the library sees" 0 probe superblock /dev/sdg3
+    must mdadm -q -C /dev/md2 -amd -R -f -l1 -n1 /dev/sdg3
+    must mdadm -q -S /dev/md2
+    must sfdisk -q --delete /dev/sdg
+    must probe partition-create /dev/sdg 1
+    must probe partition-create /dev/sdg 2
+    expect "they do not come back with partitions that others removed" no_superblocks /dev/sdg[123]
+}
+
+large_disk() {
+    section "A disk beyond 2 TiB"
+    gives "it gets the system partitions" 0 probe partition-create /dev/sdh 1
+    gives "and the one for data" 0 probe partition-create /dev/sdh 2
+    expect "the kernel knows them" known /dev/sdh 1 2 3
+    gives "in a table that can hold them" gpt label /dev/sdh
+    expect "which is sound" grep -q 'No errors' <(sfdisk -V /dev/sdh)
+    expect "morvctl makes an array of it" raid create /dev/md2 --level raid1 --devices 2 /dev/sdh3
+    # The kernel's description of the array has no room for as much.
+    gives "its size is right" "2 $(blockdev --getsize64 /dev/md2) $(cat /sys/block/md2/md/component_size) -1" probe sizes /dev/md2
+    gives "it uses all that there is" 0 probe expansible /dev/md2
+    gives "it does not shrink" "-1 ERR_BAD_PARAMETERS" probe expand /dev/md2 2147483647
+    gives "a small one is not added" "-1 ERR_NOT_ENOUGH_SPACE" probe add-checked /dev/md2 /dev/sdg3
+    expect "morvctl removes it" raid remove /dev/md2
+    gives "the disk is cleaned" 0 probe partition-clean /dev/sdh 3
+    expect "of all partitions" known /dev/sdh
 }
 
 growing() {
@@ -502,6 +569,7 @@ volumes_on_arrays() {
 
     section "Read-only"
     mkdir -p /usr/morv/etc/rc.d
+    # shellcheck disable=SC2016  # the script's own argument
     printf '#!/bin/sh\necho "$1" >>/tmp/services\n' >/usr/morv/etc/rc.d/S50witness.sh
     chmod 755 /usr/morv/etc/rc.d/S50witness.sh
     break_member /dev/md2 /dev/sda3
@@ -541,10 +609,10 @@ volumes_on_groups() {
     must lvcreate -q -n lv -l 100%FREE vg1
     expect "morvctl writes down what LVM says" volume lvm-refresh
     gives "a volume that is not mounted is known by its group" \
-        "/volume1 lvm, flags 1, not writable, arrays *, group /dev/vg1 /dev/md2=0 /dev/md3=0 /dev/md101=0" probe volume /volume1
+        "/volume1 lvm, flags 1, not writable, arrays md101 md3 md2, group /dev/vg1 /dev/md101=0 /dev/md2=0 /dev/md3=0" probe volume /volume1
     make_file_system /dev/vg1/lv
     expect "morvctl mounts it" volume mount /dev/vg1/lv /volume1
-    gives "it is healthy" "/volume1 lvm on /dev/mapper/vg1-lv state 1, flags 0, writable, arrays md2 *, group /dev/vg1 *" \
+    gives "it is healthy" "/volume1 lvm on /dev/mapper/vg1-lv state 1, flags 0, writable, arrays md101 *, group /dev/vg1 *" \
         probe volume /volume1
     gives "it is one volume, not three" "/volume1 lvm *
 1 volumes, 1 internal" probe volumes
@@ -573,16 +641,60 @@ volumes_on_groups() {
     expect "it is not mounted" refused grep -q ' /volume1 ' /proc/mounts
     gives "its line alone is gone" "/dev/md9 /volume9 ext4 defaults 0 0" cat /etc/fstab
     must mount /dev/vg1/lv /volume1
-    gives "one in use" "-1 ERR_*" eval 'cd /volume1 && probe unexport /volume1'
+    cd /volume1 || failed "cd /volume1" ""
+    gives "one in use" "-1 ERR_DEVICE_BUSY" probe unexport /volume1
+    cd /
     expect "stays mounted" grep -q ' /volume1 ' /proc/mounts
+}
+
+# ---- A disk goes ---------------------------------------------------------------------------------------------------
+
+scsi_disk() { basename "$(readlink -f "/sys/bus/scsi/devices/$1/block/"*)"; }
+
+pulled_out() {
+    local address new
+    section "A disk is pulled out"
+    must mdadm -q -C /dev/md5 -amd -R -l1 -n2 -z 65536 --assume-clean /dev/sde3 /dev/sdf3
+    make_file_system /dev/md5
+    must probe mount /dev/md5 /volume4
+    address=$(basename "$(readlink -f /sys/block/sdf/device)")
+    echo 1 >/sys/block/sdf/device/delete
+    must within 10 test ! -e /sys/block/sdf
+    gives "it is no device any more" 0 probe sectors /dev/sdf3
+    gives "until something is written nobody knows" "raid1 normal 2 slots, rebuild none: sdf3=sync sde3=sync" probe array /dev/md5
+    gives "what the other could give is known" "[0t]*" probe expansible /dev/md5
+    gives "and what a new one needs" "[1-9]*" probe required /dev/md5
+    echo "Dear all" >/volume4/letter
+    sync
+    must within 10 faulty /dev/md5 /dev/sdf3
+    gives "then the array is degraded" "raid1 degraded 2 slots, rebuild none: sdf3=faulty sde3=sync" probe array /dev/md5
+    gives "and the volume is, and the system may be" "/volume4 raid on /dev/md5 state 1, flags *, writable, arrays md5" \
+        probe volume /volume4
+    expect "morvctl shows the array" morvctl raid show /dev/md5
+    expect "and the volume" volume show /volume4
+
+    echo "${address#*:}" | tr : ' ' >"/sys/class/scsi_host/host${address%%:*}/scan"
+    must within 10 test -e "/sys/bus/scsi/devices/$address/block"
+    new=$(scsi_disk "$address")
+    gives "it comes back by another name" "sd[!f]" echo "$new"
+    must within 10 test -b "/dev/${new}3"
+    must mdadm -q /dev/md5 --remove failed
+    expect "morvctl adds it" raid add /dev/md5 "/dev/${new}3"
+    settled /dev/md5
+    gives "the array is whole" "raid1 normal 2 slots, rebuild none: *" probe array /dev/md5
+    gives "with the new name" "/dev/md5 5" probe member-of "/dev/${new}3"
+    must probe unmount /volume4
+    forget /dev/md5 /dev/sde3 "/dev/${new}3"
 }
 
 # ---- Speed ---------------------------------------------------------------------------------------------------------
 
+measured() { probe speed 25 >/tmp/speed; }
+
 speed() {
     section "Speed, reading by a program and by the tools of the system"
-    cat /proc/mdstat | grep -c '^md' | sed 's/$/ arrays/'
-    expect "everything can be read many times" eval 'probe speed 25 >/tmp/speed'
+    echo "$(grep -c '^md' /proc/mdstat) arrays"
+    expect "everything can be read many times" measured
     cat /tmp/speed
 }
 
@@ -592,11 +704,14 @@ system_arrays
 every_level
 rebuild
 assembling
+refusing
 wiping
 new_disks
+large_disk
 growing
 volumes_on_arrays
 volumes_on_groups
 speed
+pulled_out
 printf '\n%d checks, %d failures, %s s\n' $checks $failures "$(cut -d. -f1 /proc/uptime)"
 ((failures == 0))
