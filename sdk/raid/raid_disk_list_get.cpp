@@ -26,7 +26,7 @@ static int read_disks(int32_t number, DisksPtr &disks) {
         return MORV_FAIL(code, code);
     }
     for (const std::string &name : names) {
-        const std::string entry = folder + "/" + name;
+        const std::string entry = std::string(folder).append("/").append(name);
         RAID_DISK *const disk = RAIDDiskCreate(entry.c_str());
         // One that was taken out of the array since it was listed is no member.
         if (!disk && MLIBErrGet() == ERR_OPEN_FAILED && is_gone(entry)) continue;

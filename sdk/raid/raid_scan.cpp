@@ -26,7 +26,7 @@ static int push(ListPtr &list, const RAID_SB &sb) {
     const int pushed = RAIDSBPush(&head, record.get());
     list.reset(head);
     if (pushed != 0) return ERR_OUT_OF_MEMORY;
-    record.release();
+    static_cast<void>(record.release());
     return 0;
 }
 

@@ -74,7 +74,7 @@ int read_partitions(const std::string &folder, const std::string &disk_name,
     std::vector<std::string> names;
     if (const int code = list_names(folder.c_str(), disk_name, names)) return code;
     for (const std::string &name : names) {
-        const std::string path = folder + "/" + name;
+        const std::string path = std::string(folder).append("/").append(name);
         Partition partition = {device_of(name), 0, 0, 0};
         uint64_t number;
         int code = read_number(path + "/partition", number);

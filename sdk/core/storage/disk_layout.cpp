@@ -12,7 +12,7 @@ constexpr uint64_t kMiB = 2048;
 
 // The data partition starts with the first sector of 4 KiB behind the reserve: earlier, and a disk would be
 // smaller than what the array on it requires of one; later, and one of the size required would be too small.
-constexpr uint64_t kDataStart = (DISK_RESERVE_LARGE + 7) / 8 * 8;
+constexpr uint64_t kDataStart = (uint64_t{DISK_RESERVE_LARGE} + 7) / 8 * 8;
 constexpr DiskLayout kLargeLayout = {{1 * kMiB, 2433 * kMiB, kDataStart}, {2432 * kMiB, 512 * kMiB}};
 
 }  // namespace

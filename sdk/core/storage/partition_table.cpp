@@ -19,8 +19,8 @@ namespace {
 
 int tell_kernel(int disk, int operation, const Partition &partition) noexcept {
     blkpg_partition place = {};
-    place.start = static_cast<long long>(partition.start * 512);
-    place.length = static_cast<long long>(partition.size * 512);
+    place.start = int64_t(partition.start) * 512;
+    place.length = int64_t(partition.size) * 512;
     place.pno = partition.number;
     blkpg_ioctl_arg argument = {};
     argument.op = operation;
