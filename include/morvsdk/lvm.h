@@ -35,7 +35,8 @@ typedef struct LVM_VG_INFO {
  * ppInfo: gets one record (pNext is null); free it with LVMVgInfoFree.
  *
  * Returns 1; 0 when the file has no such group, or there is no file; or -1 with ERR_BAD_PARAMETERS,
- * ERR_OPEN_FAILED, ERR_FORMAT_ERROR (the section cannot be understood) or ERR_OUT_OF_MEMORY. */
+ * ERR_OPEN_FAILED, ERR_FORMAT_ERROR (the section cannot be understood, or the file is longer than 1 MiB) or
+ * ERR_OUT_OF_MEMORY. */
 MORV_API int LVMVgInfoGet(const char *path, LVM_VG_INFO **ppInfo) MORV_NOEXCEPT;
 
 /* Frees groups and their physical volumes; null is ignored. */
@@ -46,7 +47,8 @@ MORV_API void LVMVgInfoFree(LVM_VG_INFO *pInfo) MORV_NOEXCEPT;
 MORV_API int LVMVgInfoEnumPv(const LVM_VG_INFO *pInfo, int status, MLIBSZLIST **ppList) MORV_NOEXCEPT;
 
 /* Pushes the paths of all groups onto a list, which may move, in the order of the file.
- * Returns 0, also without a file, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. */
+ * Returns 0, also without a file, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_FORMAT_ERROR (longer
+ * than 1 MiB) or ERR_OUT_OF_MEMORY. */
 MORV_API int LVMVgPathEnum(MLIBSZLIST **ppList) MORV_NOEXCEPT;
 
 /* Maps the device of a logical volume to its group.
@@ -62,8 +64,8 @@ MORV_API int LVMPathSwitch(const char *device, int option, char *buffer, int siz
 
 /* Writes "/tmp/lvm.status" anew, all groups of a list (null: none); readers see the old file or the new
  * one, also after a crash.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS (what could not be read back: a path
- * that is not absolute, with a line feed, bracket, "=" or blanks around it, a group that is there twice),
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS (what could not be read back: a path that is not absolute, with
+ * a line feed, bracket, "=" or blanks around it, a group that is there twice, more than 1 MiB),
  * ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int LVMStatusSet(const LVM_VG_INFO *pGroups) MORV_NOEXCEPT;
 

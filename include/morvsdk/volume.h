@@ -136,10 +136,15 @@ MORV_API int VolumePathSwitch(const char *path, int option, char *buffer, int si
  * ppInfo: gets the record; free it with VolumeInfoFree.
  *
  * A mounted volume lies on what its device says: VOLUME_ON_DISK for "/dev/sd...", VOLUME_ON_RAID for
- * "/dev/md...", VOLUME_ON_LVM for a logical volume (lvm.h), VOLUME_ON_UNKNOWN for anything else. One that
- * is not mounted lies on its group when "/tmp/lvm.status" has that, or else on its array. The arrays of a
- * group are its physical volumes that are not missing, in the order of RAIDListPush; those that are not
- * there or do not open are left out. An appliance without RAID ("supportraid" in
+ * "/dev/md...", VOLUME_ON_LVM for a logical volume (lvm.h). Anything else gives VOLUME_ON_UNKNOWN and no
+ * arrays: the health flags then speak of the file system alone. One that is not mounted lies on its group
+ * when "/tmp/lvm.status" has that (VOLUME_ON_LVM), or else on its array (VOLUME_ON_RAID). A mounted logical
+ * volume of a group that is not in there stays VOLUME_ON_LVM without a group, and gets the array of its
+ * number, which nothing but the number ties to it.
+ *
+ * The arrays of a group are its physical volumes that are not missing, in the order of RAIDListPush. An
+ * array that is not there, or whose device does not open, is left out; one that is there but cannot be read
+ * is a failure, for it may be crashed. An appliance without RAID ("supportraid" in
  * "/etc.defaults/morvinfo.conf" is "no") has no internal volumes that are not mounted.
  *
  * Returns 1; 0 when there is neither a file system, nor a group, nor an array; or -1 with
@@ -172,7 +177,8 @@ MORV_API void VolumeInfoListFree(VOLUME_INFO_LIST *pList) MORV_NOEXCEPT;
 MORV_API int VolumeInfoListSearch(const VOLUME_INFO_LIST *pList, const VOLUME_CRITERIA *pCriteria,
                                   VOLUME_INFO **ppInfo) MORV_NOEXCEPT;
 
-/* Sorts by location, then by number; equal ones keep their order. Returns the first node. */
+/* Sorts by location, then by number; equal ones keep their order, nodes without a record come last. Returns
+ * the first node. */
 MORV_API VOLUME_INFO_LIST *VolumeInfoListSort(VOLUME_INFO_LIST *pList) MORV_NOEXCEPT;
 
 /* The health flags of a volume; 0 is a healthy one.
@@ -197,11 +203,11 @@ MORV_API int VolumeCount(const VOLUME_INFO_LIST *pList, int location) MORV_NOEXC
 
 /* Mounts a device with quotas, after making the mount point, where it is missing, with mode 0777 (it goes
  * again when nothing was mounted). Both are absolute paths. Returns 0, or -1 with ERR_BAD_PARAMETERS,
- * ERR_CREATE_FAILED (the mount point) or ERR_SYS_UNKNOWN (mount failed). */
+ * ERR_CREATE_FAILED (the mount point), ERR_SYS_UNKNOWN (mount failed) or ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeMount(const char *device, const char *mountPoint) MORV_NOEXCEPT;
 
-/* Unmounts, by force. mountPoint: an absolute path. Returns 0, or -1 with ERR_BAD_PARAMETERS or
- * ERR_SYS_UNKNOWN (umount failed). */
+/* Unmounts, by force. mountPoint: an absolute path. Returns 0, or -1 with ERR_BAD_PARAMETERS,
+ * ERR_SYS_UNKNOWN (umount failed) or ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeUnmount(const char *mountPoint) MORV_NOEXCEPT;
 
 /* Mounts the file system of a crashed array read-only, while all services are stopped
@@ -210,7 +216,8 @@ MORV_API int VolumeUnmount(const char *mountPoint) MORV_NOEXCEPT;
  * device: as "/proc/mounts" names it
  *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (it is not mounted), ERR_READ_ONLY_FS (it is
- * read-only already), ERR_OPEN_FAILED or ERR_SYS_UNKNOWN (mount failed; the services are started again). */
+ * read-only already), ERR_OPEN_FAILED ("/proc/mounts"), ERR_SYS_UNKNOWN (mount failed; the services are
+ * started again) or ERR_OUT_OF_MEMORY. */
 MORV_API int MORVRemountCrashRaidRo(const char *device) MORV_NOEXCEPT;
 
 /* ---- Mounted volumes ------------------------------------------------------------------------------- */
@@ -218,9 +225,10 @@ MORV_API int MORVRemountCrashRaidRo(const char *device) MORV_NOEXCEPT;
 /* Reads internal volume `number`, or the volume with that path: what was mounted there last. One that is
  * not mounted is a success, with `mounted` 0. pMount->pNext is set to null.
  *
- * Return 0, or -1 with ERR_BAD_PARAMETERS (also: a mounted path of more than 31 bytes), ERR_OPEN_FAILED,
- * ERR_SYS_UNKNOWN, ERR_OUT_OF_MEMORY; a volume whose room cannot be told has 0 bytes, and ERR_READ_FAILED
- * is set although 0 is returned. */
+ * Return 0, or -1 with ERR_BAD_PARAMETERS (also: a mounted path of more than 31 bytes), ERR_OPEN_FAILED
+ * ("/proc/mounts") or ERR_OUT_OF_MEMORY, MORVVolInfoGet also with ERR_SYS_UNKNOWN, ERR_TIMER_EXPIRED or
+ * ERR_READ_FAILED (grep, which it runs, is missing or fails, does not end, or tells too much); a volume
+ * whose room cannot be told has 0 bytes, and ERR_READ_FAILED is set although 0 is returned. */
 MORV_API int MORVVolInfoGet(int number, VOLUME_MOUNT *pMount) MORV_NOEXCEPT;
 MORV_API int MORVMountVolInfoGet(const char *path, VOLUME_MOUNT *pMount) MORV_NOEXCEPT;
 
@@ -253,24 +261,29 @@ MORV_API int VolumeWritableGetFirst(const VOLUME_MOUNT *pList, int mask, char *b
 
 /* ---- Work on volumes ------------------------------------------------------------------------------- */
 
-/* Whether a running process works on a volume, as it says in "/tmp/webman/modules/volume". pProgress: null,
- * or what gets what it does, when it does. Returns 1, 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or
- * ERR_OUT_OF_MEMORY. */
+/* Whether a running process works on a volume, as it says in "/tmp/webman/modules/volume"; a file of more
+ * than 64 KiB counts as missing. pProgress: null, or what gets what it does, when it does. Returns 1, 0, or
+ * -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeIsActioning(const char *path, VOLUME_PROGRESS *pProgress) MORV_NOEXCEPT;
 
 /* Takes a volume out of service, mounted or not:
  *   1. ends what serves iSCSI targets from it (MORVVolStopCGI)
- *   2. unmounts it; "/proc/mounts" has to say so, or nothing else is done
+ *   2. unmounts all that is mounted at its path and below, the last one mounted first. Where that does not
+ *      do, all services are stopped (MORVServiceOnOffALL) and it is tried again; they are started again at
+ *      the end, whatever came of it. "/proc/mounts" has to say that all is unmounted, or no further step is
+ *      taken
  *   3. removes the shares in it from the file-sharing configuration and from "/etc/exports". Their folders
  *      stay, on the volume and under its mount point; MORVShareDelete would remove them
  *   4. removes its lines from "/etc/fstab", under MORV_LOCK_FSTAB
  *   5. has smbd, nmbd, afpd and ftpd read their configuration again, as far as their pid files in
  *      "/var/run" name processes of these names; not with a system root
  *
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED ("/proc/mounts"), ERR_DEVICE_BUSY (it is still
- * mounted); or, when steps 3 and 4 were done as far as they could be, the codes of MORVShareEnumByMntPath
- * and MORVShareSet, ERR_LOCK_FAILED, ERR_OPEN_FAILED, ERR_WRITE_FAILED or ERR_RENAME_FAILED ("/etc/fstab").
- * After a crash it can be called again. */
+ * path: "/" and one component; "/volumeUSB1/share" is taken out with "/volumeUSB1"
+ *
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED ("/proc/mounts"), ERR_DEVICE_BUSY (something is
+ * still mounted), ERR_OUT_OF_MEMORY; or, when steps 3 and 4 were done as far as they could be, the codes of
+ * MORVShareEnumByMntPath and MORVShareSet, ERR_LOCK_FAILED, ERR_OPEN_FAILED, ERR_WRITE_FAILED or
+ * ERR_RENAME_FAILED ("/etc/fstab"). After a crash it can be called again. */
 MORV_API int VolumeUnExport(const char *path) MORV_NOEXCEPT;
 
 /* Does the same for every mounted internal volume, and those of enclosures, whose arrays are gone: on

@@ -8,10 +8,7 @@
 using namespace morv;
 
 extern "C" int FSInfoGet(const char *path, FS_INFO **info) noexcept {
-    if (!path || !info) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!path || !info) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     FS_INFO *read = nullptr;
     const int code = no_throw([&] {
         Mounts mounts;
@@ -19,10 +16,9 @@ extern "C" int FSInfoGet(const char *path, FS_INFO **info) noexcept {
         const Mount *const mount = mounts.at(path);
         return mount ? read_file_system(*mount, &read) : 0;
     });
-    if (code) {
-        MORV_LOG(LOG_DEBUG, "Failed to read what is mounted at %s, errno=0X%X", path, unsigned(code));
-        return MORV_FAIL(code, -1);
-    }
+    if (code)
+        return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read what is mounted at %s, errno=0X%X", path,
+                             unsigned(code));
     if (!read) return 0;
     *info = read;
     return 1;

@@ -24,12 +24,8 @@ static int push_points(MLIBSZLIST **list) {
 }
 
 extern "C" int FSPathEnum(MLIBSZLIST **list) noexcept {
-    if (!list || !*list) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!list || !*list) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return push_points(list); });
     if (code == 0) return 0;
-    MORV_LOG(LOG_DEBUG, "Failed to read /proc/mounts, errno=0X%X", unsigned(code));
-    return MORV_FAIL(code, -1);
+    return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to list mount points, errno=0X%X", unsigned(code));
 }

@@ -9,9 +9,8 @@ using namespace morv;
 
 extern "C" int LVMPathSwitch(const char *device, int option, char *buffer, int size) noexcept {
     MappedPath group;
-    if (!device || !buffer || size < 0 || option != LVM_DEVICE_TO_VG || !group_of_device(device, group)) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
-    return copy_text({buffer, size_t(size)}, group) ? 0 : MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
+    if (!device || !buffer || size < 0 || option != LVM_DEVICE_TO_VG || !group_of_device(device, group))
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
+    if (copy_text({buffer, size_t(size)}, group)) return 0;
+    return MORV_LOG_FAIL(LOG_DEBUG, ERR_NOT_ENOUGH_MEMORY, -1, "No room for %s in %d bytes", group, size);
 }

@@ -20,12 +20,8 @@ static int ask(char **text) {
 }
 
 extern "C" int LVMReportGet(char **text) noexcept {
-    if (!text) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!text) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return ask(text); });
     if (code == 0) return 0;
-    MORV_LOG(LOG_ERR, "Failed to ask LVM for its volumes, errno=0X%X", unsigned(code));
-    return MORV_FAIL(code, -1);
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to ask LVM for its volumes, errno=0X%X", unsigned(code));
 }

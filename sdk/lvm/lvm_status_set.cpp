@@ -18,6 +18,5 @@ static int write_groups(const LVM_VG_INFO *groups) {
 extern "C" int LVMStatusSet(const LVM_VG_INFO *groups) noexcept {
     const int code = no_throw([&] { return write_groups(groups); });
     if (code == 0) return 0;
-    MORV_LOG(LOG_ERR, "Failed to write /tmp/lvm.status, errno=0X%X", unsigned(code));
-    return MORV_FAIL(code, -1);
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to write /tmp/lvm.status, errno=0X%X", unsigned(code));
 }

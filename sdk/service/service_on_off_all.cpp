@@ -46,10 +46,11 @@ int call_all(const char *argument) {
 }  // namespace
 
 extern "C" int MORVServiceOnOffALL(int action) noexcept {
-    if (action != MORV_SERVICES_STOP && action != MORV_SERVICES_START) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
-    const int code = no_throw([&] { return call_all(action == MORV_SERVICES_STOP ? "stop" : "start"); });
-    return code ? MORV_FAIL(code, -1) : 0;
+    if (action != MORV_SERVICES_STOP && action != MORV_SERVICES_START)
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
+    const char *const argument = action == MORV_SERVICES_STOP ? "stop" : "start";
+    const int code = no_throw([&] { return call_all(argument); });
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to %s all services, errno=0X%X", argument,
+                         unsigned(code));
 }

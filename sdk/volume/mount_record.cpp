@@ -23,7 +23,10 @@ uint64_t bytes_of(uint64_t blocks, uint64_t block_size) noexcept {
 
 bool read_room(VOLUME_MOUNT &record) noexcept {
     struct statfs room;
-    if (statfs(SysPath(record.szMountPoint).c_str(), &room) != 0) return false;
+    if (statfs(SysPath(record.szMountPoint).c_str(), &room) != 0) {
+        MORV_LOG(LOG_DEBUG, "Failed to statfs '%s', errno=%m", record.szMountPoint);
+        return false;
+    }
     const auto block_size = static_cast<uint64_t>(room.f_frsize > 0 ? room.f_frsize : room.f_bsize);
     record.availableBytes = bytes_of(room.f_bavail, block_size);
     record.totalBytes = bytes_of(room.f_blocks, block_size);

@@ -7,18 +7,14 @@ using namespace morv;
 
 extern "C" int MORVMountVolInfoEnum(VOLUME_MOUNT **list) noexcept {
     constexpr int kLocations = VOLUME_INTERNAL | VOLUME_EXPANSION;
-    if (!list) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!list) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     MountListPtr mounts;
     int count;
     bool has_room;
     const int code = no_throw([&] { return list_mounts(kLocations, mounts, count, has_room); });
-    if (code) {
-        syslog(LOG_DEBUG, "%s(%d)[%X]Failed to open /proc/mounts", MORV_STEM, __LINE__, unsigned(code));
-        return MORV_FAIL(code, -1);
-    }
+    if (code)
+        return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to list mounted volumes, errno=0X%X",
+                             unsigned(code));
     *list = mounts.release();
     return has_room ? count : MORV_FAIL(ERR_READ_FAILED, count);
 }

@@ -8,10 +8,8 @@ using namespace morv;
 
 extern "C" int MORVMountVolInfoGet(const char *path, VOLUME_MOUNT *mount) noexcept {
     VOLUME_ID id;
-    if (!path || !mount || !parse_volume(path, id)) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!path || !mount || !parse_volume(path, id))
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     VOLUME_MOUNT record;
     bool has_room;
     const int code = no_throw([&] {
@@ -19,10 +17,9 @@ extern "C" int MORVMountVolInfoGet(const char *path, VOLUME_MOUNT *mount) noexce
         if (const int failed = mounts.load()) return failed;
         return fill_mount(id, mounts.at(path), record, has_room);
     });
-    if (code) {
-        MORV_LOG(LOG_DEBUG, "Failed to read what is mounted at %s, errno=0X%X", path, unsigned(code));
-        return MORV_FAIL(code, -1);
-    }
+    if (code)
+        return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read what is mounted at %s, errno=0X%X", path,
+                             unsigned(code));
     *mount = record;
     return has_room ? 0 : MORV_FAIL(ERR_READ_FAILED, 0);
 }

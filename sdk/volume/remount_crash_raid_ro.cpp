@@ -17,10 +17,7 @@ namespace {
 // Where the device is mounted and may still be written to.
 int find_writable(const char *device, std::string &point) {
     Mounts mounts;
-    if (const int code = mounts.load()) {
-        syslog(LOG_ERR, "%s(%d)[%X]Failed to open /proc/mounts", MORV_STEM, __LINE__, unsigned(code));
-        return code;
-    }
+    if (const int code = mounts.load(LOG_ERR)) return code;
     int code = ERR_PATH_NOT_FOUND;
     for (const Mount &mount : mounts.all()) {
         if (mount.device != device) continue;
@@ -45,12 +42,9 @@ int remount(const char *device) {
 }  // namespace
 
 extern "C" int MORVRemountCrashRaidRo(const char *device) noexcept {
-    if (!device || !*device) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!device || !*device) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return remount(device); });
     if (code == 0) return 0;
-    MORV_LOG(LOG_ERR, "Failed to mount '%s' read-only, errno=0X%X", device, unsigned(code));
-    return MORV_FAIL(code, -1);
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to mount '%s' read-only, errno=0X%X", device,
+                         unsigned(code));
 }

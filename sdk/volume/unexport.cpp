@@ -2,14 +2,18 @@
 
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
+#include <morvsdk/service.h>
 #include <morvsdk/share.h>
 #include <morvsdk/volume.h>
 #include <signal.h>
 #include <stdio.h>
 
+#include <algorithm>
 #include <memory>
+#include <string>
 
 #include "core/account/share_change.h"
+#include "core/account/share_list.h"
 #include "core/base/log.h"
 #include "core/file/file_edit.h"
 #include "core/file/sys_path.h"
@@ -24,17 +28,44 @@ namespace {
 constexpr const char *kFileServices[] = {"smbd", "nmbd", "afpd", "ftpd"};
 constexpr unsigned kLockSeconds = 5;
 
-// What the tool says of its success is not believed: everything after this counts on it.
+// Unmounts what is mounted at a path and below it, the last one first. What the tool says of its success is
+// not believed: everything after this counts on it.
 int unmount(const char *path) {
-    constexpr int kMostMounts = 8;  // on top of each other
-    for (int i = 0; i <= kMostMounts; ++i) {
+    for (ptrdiff_t before = PTRDIFF_MAX;;) {
         Mounts mounts;
-        if (const int code = mounts.load()) return code;
-        if (!mounts.at(path)) return 0;
-        if (i < kMostMounts && VolumeUnmount(path) != 0) break;
+        if (const int code = mounts.load(LOG_ERR)) return code;
+        const auto is_in = [&](const Mount &mount) { return lies_below(mount.point, path); };
+        const std::span<const Mount> all = mounts.all();
+        const ptrdiff_t left = std::count_if(all.begin(), all.end(), is_in);
+        if (left == 0) return 0;
+        const std::string last(std::find_if(all.rbegin(), all.rend(), is_in)->point);
+        if (left >= before) {
+            MORV_LOG(LOG_ERR, "%s is still mounted", last.c_str());
+            return ERR_DEVICE_BUSY;
+        }
+        before = left;
+        VolumeUnmount(last.c_str());
     }
-    return ERR_DEVICE_BUSY;
 }
+
+// All services, from the call of stop() to the end of the object.
+class Services {
+  public:
+    Services() noexcept = default;
+    Services(const Services &) = delete;
+    Services &operator=(const Services &) = delete;
+    ~Services() {
+        if (stopped_) MORVServiceOnOffALL(MORV_SERVICES_START);
+    }
+
+    void stop() noexcept {
+        stopped_ = true;
+        MORVServiceOnOffALL(MORV_SERVICES_STOP);
+    }
+
+  private:
+    bool stopped_ = false;
+};
 
 struct ListFreer {
     void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
@@ -45,7 +76,11 @@ int delete_shares(const char *path) {
     if (!list) return ERR_OUT_OF_MEMORY;
     const int count = MORVShareEnumByMntPath(&list, path);
     const std::unique_ptr<MLIBSZLIST, ListFreer> names(list);
-    if (count < 0) return MLIBErrGet();
+    if (count < 0) {
+        const int code = MLIBErrGet();
+        MORV_LOG(LOG_ERR, "Failed to list the shares in %s, errno=0X%X", path, unsigned(code));
+        return code;
+    }
     int result = 0;
     for (int i = 0; i < count; ++i) {
         const char *const name = SzMLIBSzListGet(list, i);
@@ -86,11 +121,14 @@ void reload(const char *service) noexcept {
 }  // namespace
 
 int unexport_volume(const char *path) {
+    Services services;
     MORVVolStopCGI(path);
-    if (const int code = unmount(path)) {
-        MORV_LOG(LOG_ERR, "%s is still mounted, errno=0X%X", path, unsigned(code));
-        return code;
+    int code = unmount(path);
+    if (code == ERR_DEVICE_BUSY) {
+        services.stop();
+        code = unmount(path);
     }
+    if (code) return code;
     const int shares = delete_shares(path);
     const int fstab = remove_from_fstab(path);
     for (const char *const service : kFileServices)

@@ -27,12 +27,11 @@ extern "C" int MORVVolIDParse(const char *path) noexcept {
     constexpr size_t kShortest = 8, kLongest = 485;
     constexpr std::string_view kBlanks = " \t\n\v\f\r";
     const std::string_view text = path ? path : "";
-    if (text.size() < kShortest || text.size() > kLongest || !text.starts_with("/volume")) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (text.size() < kShortest || text.size() > kLongest || !text.starts_with("/volume"))
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const size_t slash = text.find('/', 1);
     const bool leads_in = slash != text.npos && text.find_first_not_of(kBlanks, slash + 1) != text.npos;
     const int number = leads_in ? number_of(text.substr(0, slash)) : -1;
-    return number >= 0 ? number : MORV_FAIL(ERR_INVALID_PATH, -1);
+    if (number >= 0) return number;
+    return MORV_LOG_FAIL(LOG_DEBUG, ERR_INVALID_PATH, -1, "No path in a volume: %s", path);
 }

@@ -16,10 +16,11 @@ namespace {
 
 // The lines of "/proc/mounts" that have the volume's name somewhere.
 int grep(int number, std::string &lines) {
-    constexpr int kNoLine = 1;
+    constexpr int kNoLine = 1, kTrouble = 2;
     int status = 0;
     const SysPath mounts("/proc/mounts");
     const int code = capture_tool(lines, "grep %s%d %s", {"/volume", number, mounts.c_str()}, &status);
+    if (code == ERR_SYS_UNKNOWN && status == kTrouble) return mounts_not_opened(LOG_DEBUG);
     return code == ERR_SYS_UNKNOWN && status == kNoLine ? 0 : code;
 }
 
@@ -44,18 +45,13 @@ int read_volume(int number, VOLUME_MOUNT &record, bool &has_room) {
 }  // namespace
 
 extern "C" int MORVVolInfoGet(int number, VOLUME_MOUNT *mount) noexcept {
-    if (number < 0 || !mount) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (number < 0 || !mount) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     VOLUME_MOUNT record;
     bool has_room;
     const int code = no_throw([&] { return read_volume(number, record, has_room); });
-    if (code) {
-        MORV_LOG(LOG_DEBUG, "Failed to look for /volume%d in /proc/mounts, errno=0X%X", number,
-                 unsigned(code));
-        return MORV_FAIL(code, -1);
-    }
+    if (code)
+        return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to look for /volume%d in /proc/mounts, errno=0X%X",
+                             number, unsigned(code));
     *mount = record;
     return has_room ? 0 : MORV_FAIL(ERR_READ_FAILED, 0);
 }

@@ -61,10 +61,7 @@ int is_stale(StorageView &view, const Mount &mount, bool &stale) {
 
 int remove_stale() {
     StorageView view;
-    if (const int code = view.load()) {
-        syslog(LOG_ERR, "%s(%d)[%X]Failed to open /proc/mounts", MORV_STEM, __LINE__, unsigned(code));
-        return code;
-    }
+    if (const int code = view.load(LOG_ERR)) return code;
     int result = 0;
     for (const Mount &mount : view.mounts().all()) {
         if (!is_fixed_volume(mount.point) || !view.mounts().is_visible(mount)) continue;
@@ -75,7 +72,9 @@ int remove_stale() {
             MORV_LOG(LOG_ERR, "The array of %s is gone", path.c_str());
             code = unexport_volume(path.c_str());
         }
-        if (code) result = code;
+        if (code == 0) continue;
+        MORV_LOG(LOG_ERR, "Failed to remove %s, errno=0X%X", path.c_str(), unsigned(code));
+        result = code;
     }
     return result;
 }
@@ -84,5 +83,6 @@ int remove_stale() {
 
 extern "C" int MORVVolRemoveStaleVolumes() noexcept {
     const int code = no_throw(remove_stale);
-    return code ? MORV_FAIL(code, -1) : 0;
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to remove stale volumes, errno=0X%X", unsigned(code));
 }

@@ -65,10 +65,10 @@ int end_all(const char *target) {
 
 extern "C" int MORVVolStopCGI(const char *target) noexcept {
     VOLUME_ID id;
-    if (!target || !parse_volume(target, id)) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!target || !parse_volume(target, id))
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return end_all(target); });
-    return code ? MORV_FAIL(code, -1) : 0;
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to stop the targets on %s, errno=0X%X", target,
+                         unsigned(code));
 }

@@ -17,10 +17,9 @@ bool counts(std::string_view path, int location) noexcept {
 }  // namespace
 
 extern "C" int VolumeCount(const VOLUME_INFO_LIST *list, int location) noexcept {
-    if (location != 0 && location != VOLUME_INTERNAL && location != VOLUME_EXPANSION) {
-        MORV_LOG(LOG_DEBUG, "Unsupport volume location type: %d", location);
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (location != 0 && location != VOLUME_INTERNAL && location != VOLUME_EXPANSION)
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Unsupport volume location type: %d",
+                             location);
     int count = 0;
     for (; list; list = list->pNext)
         count += list->pInfo && counts(list->pInfo->szPath, location);

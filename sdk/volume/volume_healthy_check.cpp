@@ -50,10 +50,7 @@ class SystemArrays {
 }  // namespace
 
 extern "C" int VolumeHealthyCheck(const VOLUME_INFO *info, int32_t *flags) noexcept {
-    if (!info || !flags) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!info || !flags) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     int32_t found = 0;
     if (!info->pFs) found |= VOLUME_NOT_MOUNTED;
     if (info->pFs && info->pFs->state == FS_STATE_ERRORS) found |= VOLUME_FS_ERRORS;
@@ -61,10 +58,7 @@ extern "C" int VolumeHealthyCheck(const VOLUME_INFO *info, int32_t *flags) noexc
     SystemArrays system;
     for (const RAID_LIST *node = info->pRaids; node; node = node->pNext) {
         const RAID_INFO *const raid = node->pInfo;
-        if (!raid) {
-            MORV_LOG(LOG_DEBUG, "RAID_INFO is NULL");
-            return MORV_FAIL(ERR_SYS_UNKNOWN, -1);
-        }
+        if (!raid) return MORV_LOG_FAIL(LOG_DEBUG, ERR_SYS_UNKNOWN, -1, "RAID_INFO is NULL");
         if (raid->status == RAID_DEGRADED) found |= VOLUME_RAID_DEGRADED;
         if (raid->status == RAID_CRASHED) found |= VOLUME_RAID_CRASHED;
         if (raid->number <= kLastInternal && system.miss_member_of(*raid)) found |= VOLUME_SYSTEM_DEGRADED;

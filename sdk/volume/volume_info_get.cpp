@@ -16,13 +16,13 @@ static int look_up(const char *path, VolumePtr &info) {
 }
 
 extern "C" int VolumeInfoGet(const char *path, VOLUME_INFO **info) noexcept {
-    if (!path || !info) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!path || !info) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     VolumePtr found;
     const int code = no_throw([&] { return look_up(path, found); });
-    if (code) return code == kErrorIsSet ? -1 : MORV_FAIL(code, -1);
+    if (code == kErrorIsSet) return -1;
+    if (code)
+        return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read volume %s, errno=0X%X", path,
+                             unsigned(code));
     if (!found) return 0;
     *info = found.release();
     return 1;

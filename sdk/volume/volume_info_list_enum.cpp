@@ -22,10 +22,7 @@ class Enumeration {
     ~Enumeration() { VolumeInfoListFree(list_); }
 
     int run() {
-        if (const int code = view_.load()) {
-            syslog(LOG_DEBUG, "%s(%d)[%X]Failed to open /proc/mounts", MORV_STEM, __LINE__, unsigned(code));
-            return code;
-        }
+        if (const int code = view_.load()) return code;
         int code = add_mounted();
         if (code == 0) code = add_groups();
         if (code == 0) code = add_arrays();
@@ -103,13 +100,11 @@ class Enumeration {
 }  // namespace
 
 extern "C" int VolumeInfoEnum(VOLUME_INFO_LIST **list) noexcept {
-    if (!list) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!list) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     Enumeration enumeration;
     const int code = no_throw([&] { return enumeration.run(); });
-    if (code) return code == kErrorIsSet ? -1 : MORV_FAIL(code, -1);
+    if (code == kErrorIsSet) return -1;
+    if (code) return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to list volumes, errno=0X%X", unsigned(code));
     *list = enumeration.release();
     return enumeration.count();
 }

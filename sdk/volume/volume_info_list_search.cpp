@@ -31,10 +31,8 @@ extern "C" int VolumeInfoListSearch(const VOLUME_INFO_LIST *list, const VOLUME_C
     const int mode = criteria ? criteria->mode : 0;
     if (!criteria || !criteria->szKey ||
         (mode != VOLUME_SEARCH_DEVICE && mode != VOLUME_SEARCH_VG && mode != VOLUME_SEARCH_RAID &&
-         mode != VOLUME_SEARCH_MEMBER)) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, 0);
-    }
+         mode != VOLUME_SEARCH_MEMBER))
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, 0, "Bad parameters");
     for (; list; list = list->pNext) {
         if (!list->pInfo || !matches(*list->pInfo, mode, criteria->szKey)) continue;
         if (info) *info = list->pInfo;

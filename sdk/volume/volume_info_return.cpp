@@ -14,17 +14,22 @@ namespace morv {
 
 namespace {
 
-// An array that cannot be opened says no more about the volume than one that is not there.
+// An array whose device cannot be opened says no more about the volume than one that is not there. One of
+// which something else cannot be opened has its say: it may be crashed.
+bool says_nothing(const char *path) noexcept {
+    const int code = MLIBErrGet();
+    if (code != ERR_OPEN_FAILED) return code == ERR_INVALID_ARRAY;
+    const int detected = RAIDIsDetected(path);
+    return detected == 0 || (detected < 0 && MLIBErrGet() == ERR_OPEN_FAILED);
+}
+
 int add_array(VOLUME_INFO &info, const char *path) noexcept {
     int32_t number;
     if (!array_number(path, number)) return 0;
     RAID_INFO *raid = nullptr;
     const int found = RAIDInfoGet(path, &raid);
     if (found == 0) return 0;
-    if (found < 0) {
-        const int code = MLIBErrGet();
-        return code == ERR_INVALID_ARRAY || code == ERR_OPEN_FAILED ? 0 : kErrorIsSet;
-    }
+    if (found < 0) return says_nothing(path) ? 0 : kErrorIsSet;
     if (RAIDListPush(&info.pRaids, raid) == 0) return 0;
     RAIDInfoFree(raid);
     return kErrorIsSet;

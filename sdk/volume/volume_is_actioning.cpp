@@ -9,16 +9,12 @@
 using namespace morv;
 
 extern "C" int VolumeIsActioning(const char *path, VOLUME_PROGRESS *progress) noexcept {
-    if (!path || !*path) {
-        MORV_LOG(LOG_DEBUG, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!path || !*path) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     VOLUME_PROGRESS read;
     const int code = no_throw([&] { return read_busy_file(read); });
-    if (code) {
-        MORV_LOG(LOG_DEBUG, "Failed to read what is done to volumes, errno=0X%X", unsigned(code));
-        return MORV_FAIL(code, -1);
-    }
+    if (code)
+        return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read what is done to volumes, errno=0X%X",
+                             unsigned(code));
     if (strcmp(read.szPath, path) != 0 || !BlMLIBProcAlive(read.pid)) return 0;
     if (progress) *progress = read;
     return 1;

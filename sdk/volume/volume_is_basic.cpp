@@ -1,15 +1,14 @@
-#include <morvsdk/file.h>
 #include <morvsdk/volume.h>
 #include <stdio.h>
 
 #include "core/base/log.h"
-#include "core/file/sys_path.h"
+#include "core/file/key_value.h"
 
 // Whether the appliance made the array as the beginning of a larger one.
 static bool is_marked_basic(int32_t number) noexcept {
     char key[32];
     snprintf(key, sizeof key, "md%d_level", number);
-    return BlMORVFileCheckKeyValue(morv::SysPath("/etc/morvinfo.conf").c_str(), key, "99", 0) == 1;
+    return morv::has_key_value("/etc/morvinfo.conf", key, "99");
 }
 
 extern "C" int VolumeIsBasic(const VOLUME_INFO *info) noexcept {

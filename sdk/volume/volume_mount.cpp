@@ -28,17 +28,18 @@ bool make_folder(const char *path, bool &made) noexcept {
 }  // namespace
 
 extern "C" int VolumeMount(const char *device, const char *mountPoint) noexcept {
-    if (!device || !mountPoint || *device != '/' || *mountPoint != '/') {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!device || !mountPoint || *device != '/' || *mountPoint != '/')
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const SysPath from(device), to(mountPoint);
     bool made = false;
     int code = make_folder(to.c_str(), made) ? 0 : ERR_CREATE_FAILED;
-    if (code == 0)
-        code = run_tool("mount -o usrquota,grpquota %s %s > /dev/null 2>&1", {from.c_str(), to.c_str()});
+    int status = 0;
+    if (code == 0) {
+        code = run_tool("mount -o usrquota,grpquota %s %s > /dev/null 2>&1", {from.c_str(), to.c_str()},
+                        &status);
+    }
     if (code == 0) return 0;
-    MORV_LOG(LOG_ERR, "Failed to mount '%s' on '%s', errno=%d", device, mountPoint, errno);
+    MORV_LOG(LOG_ERR, "Failed to mount '%s' on '%s', errno=%d", device, mountPoint, status ? status : errno);
     if (made) rmdir(to.c_str());
     return MORV_FAIL(code, -1);
 }

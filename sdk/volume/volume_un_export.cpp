@@ -1,4 +1,5 @@
 #include <morvsdk/volume.h>
+#include <string.h>
 
 #include "core/base/fail.h"
 #include "core/base/log.h"
@@ -8,10 +9,11 @@
 
 extern "C" int VolumeUnExport(const char *path) noexcept {
     VOLUME_ID id;
-    if (!path || !morv::parse_volume(path, id)) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    // A volume of its own, not a folder in one: all that is mounted in it goes.
+    if (!path || !morv::parse_volume(path, id) || strchr(path + 1, '/'))
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = morv::no_throw([&] { return morv::unexport_volume(path); });
-    return code ? MORV_FAIL(code, -1) : 0;
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to take %s out of service, errno=0X%X", path,
+                         unsigned(code));
 }

@@ -7,13 +7,12 @@
 #include "core/system/command.h"
 
 extern "C" int VolumeUnmount(const char *mountPoint) noexcept {
-    if (!mountPoint || *mountPoint != '/') {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    }
+    if (!mountPoint || *mountPoint != '/')
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const morv::SysPath path(mountPoint);
-    const int code = morv::run_tool("/bin/umount -f %s > /dev/null 2>&1", {path.c_str()});
+    int status = 0;
+    const int code = morv::run_tool("/bin/umount -f %s > /dev/null 2>&1", {path.c_str()}, &status);
     if (code == 0) return 0;
-    MORV_LOG(LOG_ERR, "Failed to unmount '%s', errno=%d", mountPoint, errno);
-    return MORV_FAIL(code, -1);
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to unmount '%s', errno=%d", mountPoint,
+                         status ? status : errno);
 }

@@ -99,7 +99,7 @@ TEST_F(Mounting, AMountedVolumeIsTheOneWithExactlyItsName) {
     EXPECT_EQ(mount.mounted, 1);
     EXPECT_EQ(mount.totalBytes, 0U);
     remove(root.path("proc/mounts").c_str());
-    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, MORVVolInfoGet(1, &mount)));
+    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, MORVVolInfoGet(1, &mount)));
     EXPECT_EQ(mount.number, 10);
     EXPECT_TRUE(refuses(-1, MORVVolInfoGet(-1, &mount)));
     EXPECT_TRUE(refuses(-1, MORVVolInfoGet(1, nullptr)));

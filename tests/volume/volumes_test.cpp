@@ -97,7 +97,9 @@ TEST_F(Lookup, FindsWhatLiesUnderAVolumeThatIsNotMounted) {
     root.array(3, "raid1", {"in_sync", "in_sync"});
     root.array(102, "raid1", {"in_sync", "in_sync"});
     root.write("tmp/lvm.status", "[/dev/vg2]\n/dev/md2=0\n[/dev/vg7]\n/dev/md8=0\n");
+    MLIBErrSet(ERR_SUCCESS);
     EXPECT_EQ(look_up("/volume1"), "/volume1:RAID:md2");
+    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS);
     EXPECT_EQ(look_up("/volume2"), "/volume2:LVM:md2");
     EXPECT_EQ(look_up("/volume7"), "/volume7:LVM:");
     EXPECT_EQ(look_up("/volumeX2"), "/volumeX2:RAID:md102");
@@ -127,7 +129,14 @@ TEST_F(Lookup, AnswersWhyItFailed) {
     EXPECT_STREQ(MORVErrorGetFile(), "raid_info_get");
     EXPECT_TRUE(gives(-1, ERR_UNKNOWN, result));
     fail_ioctl(0, 0);
+    // An array that runs but cannot be read may be crashed.
+    remove(root.path("sys/block/md2/md/dev-sda3/state").c_str());
+    get("/volume1");
+    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, result));
     root.mounts("");
+    root.write("tmp/lvm.status", std::string((1U << 20) + 1, '\n'));
+    get("/volume1");
+    EXPECT_TRUE(gives(-1, ERR_FORMAT_ERROR, result));
     root.write("tmp/lvm.status", "[/dev/vg1]\n/dev/md2\n");
     get("/volume1");
     EXPECT_TRUE(gives(-1, ERR_FORMAT_ERROR, result));
@@ -160,6 +169,13 @@ TEST_F(Lookup, EnumerationListsEachVolumeOnce) {
     found.reset(VolumeInfoListSort(found.release()));
     EXPECT_EQ(show(found.get()),
               "/volume1:RAID:md2 /volume3:LVM:md3 /volume4:RAID:md5 /volume8:LVM:md4 /volumeX1:RAID:md101");
+    // A node without a record is nobody's.
+    VOLUME_INFO_LIST nobody = {nullptr, found.release()};
+    found.reset(VolumeInfoListSort(&nobody));
+    VOLUME_INFO_LIST *last = found.get();
+    for (int i = 0; i < 4; ++i)
+        last = last->pNext;
+    EXPECT_EQ(std::exchange(last->pNext, nullptr), &nobody);
     EXPECT_EQ(VolumeCount(found.get(), 0), 5);
     EXPECT_EQ(VolumeCount(found.get(), VOLUME_INTERNAL), 4);
     EXPECT_EQ(VolumeCount(found.get(), VOLUME_EXPANSION), 1);
@@ -333,6 +349,13 @@ TEST(Health, ABasicVolumeIsOneOfOneDisk) {
     EXPECT_EQ(VolumeIsBasic(&built.info), 1);
     EXPECT_EQ(VolumeIsBasic(&built.pv(0, "/dev/md2", 0).pv(1, "/dev/md3", 0).info), 0);
     EXPECT_TRUE(gives(0, ERR_SUCCESS, VolumeIsBasic(nullptr)));
+    // Nothing is wrong with what is not marked.
+    for (const char *name : {"", "etc/morvinfo.conf"}) {
+        remove((root.dir() + "/" + name).c_str());
+        Built raid1;
+        EXPECT_TRUE(
+            gives(0, ERR_SUCCESS, VolumeIsBasic(&raid1.raid(0, 4, RAID_TYPE_RAID1, RAID_NORMAL).info)));
+    }
 }
 
 }  // namespace

@@ -61,6 +61,8 @@ TEST(Services, EveryScriptIsCalledInItsOrder) {
 TEST(BusyVolumes, AreThoseOfARunningProcess) {
     const ScratchRoot root;
     root.write("proc/77/stat", "77 (mke2fs) D 1 77\n");
+    const std::string too_long =
+        "pid=77\naction=create\nstep=mkfs\nvol_path=\"/volume2\"\n" + std::string(65536, '\n');
     const struct {
         const char *text;
         int busy;
@@ -73,6 +75,7 @@ TEST(BusyVolumes, AreThoseOfARunningProcess) {
         {"action=create\nstep=mkfs\nvol_path=\"/volume2\"\n", 0},
         {"pid=77\n", 0},
         {"", 0},
+        {too_long.c_str(), 0},
     };
     MLIBErrSet(ERR_SUCCESS);
     EXPECT_TRUE(gives(0, ERR_SUCCESS, VolumeIsActioning("/volume2", nullptr)));
@@ -88,6 +91,10 @@ TEST(BusyVolumes, AreThoseOfARunningProcess) {
     remove(root.path("tmp/webman/modules/volume").c_str());
     root.path("tmp/webman/modules/volume/x");
     EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, VolumeIsActioning("/volume2", nullptr)));
+    root.write("tmp/other/webman", "no folder");
+    rename(root.path("tmp/webman").c_str(), root.path("tmp/away").c_str());
+    rename(root.path("tmp/other/webman").c_str(), root.path("tmp/webman").c_str());
+    EXPECT_TRUE(gives(0, ERR_SUCCESS, VolumeIsActioning("/volume2", nullptr)));
 }
 
 struct Export : testing::Test {
@@ -100,6 +107,7 @@ struct Export : testing::Test {
                    "# /dev/md2 /volume1 ext4\n"
                    "/dev/md2  /volume1\text4 defaults 0 0\n"
                    "/dev/md11 /volume10 ext4 defaults 0 0\n"
+                   "LABEL=z /volume1/ ext4 defaults 0 0\n"
                    "LABEL=x\t/volume\\0611 ext4 defaults 0 0\n"
                    " LABEL=y\t/volume\\061 ext4 defaults 0 0\n"
                    "/volume1 /mnt none bind");
@@ -132,17 +140,56 @@ TEST_F(Export, AVolumeGoesWithItsSharesButNotTheirFiles) {
     EXPECT_EQ(root.calls(), "");
 }
 
+TEST_F(Export, WhatIsMountedInAVolumeGoesFirstAndWhatHoldsItStops) {
+    const std::string other = "/dev/md11 /volume10 ext4 rw 0 0\n";
+    const std::string unmounted =
+        "umount -f ROOT/volume1/plans/a\numount -f ROOT/volume1/plans\numount -f ROOT/volume1\n";
+    root.real_umount();
+    const std::string umount = root.read("bin/umount");
+    root.tool("usr/morv/etc/rc.d/S20samba", "rm -f \"$MORV_ROOT/held\"");
+    for (const bool is_held : {false, true}) {
+        root.mounts("/dev/md2 /volume1 ext4 rw 0 0\n" + other +
+                    "/dev/sdq1 /volume1/plans vfat rw 0 0\n/dev/sdr1 /volume1/plans/a vfat rw 0 0\n");
+        if (is_held) root.write("held", "");
+        root.tool("bin/umount",
+                  "[ ! -e \"$MORV_ROOT/held\" ] || exit 1\n" + umount.substr(umount.find("grep")));
+        EXPECT_EQ(VolumeUnExport("/volume1"), 0);
+        EXPECT_EQ(root.calls(),
+                  is_held ? "umount -f ROOT/volume1/plans/a\nS20samba stop\n" + unmounted + "S20samba start\n"
+                          : unmounted);
+        EXPECT_EQ(root.read("proc/mounts"), "rootfs / rootfs rw 0 0\n" + other);
+    }
+}
+
+TEST_F(Export, SharesInOneAnotherLeaveNoExports) {
+    root.write("usr/morv/etc/smb.conf", root.read("usr/morv/etc/smb.conf") +
+                                            "[within]\n\tpath = /volume1/plans/in\n"
+                                            "[same]\n\tpath = /volume1/plans/in/\n");
+    root.write("etc/exports", "/volume1/plans *(rw)\n/volume1/plans/in *(ro)\n/volume10/plans *(rw)\n");
+    EXPECT_EQ(VolumeUnExport("/volume1"), 0);
+    EXPECT_EQ(root.read("etc/exports"), "/volume10/plans *(rw)\n");
+}
+
 TEST_F(Export, NothingIsDeletedFromAVolumeThatIsStillMounted) {
     const auto files = root.files();
+    root.tool("usr/morv/etc/rc.d/S20samba");
     for (const char *script : {"exit 1", "exit 0"}) {
         root.tool("bin/umount", script);
         EXPECT_TRUE(gives(-1, ERR_DEVICE_BUSY, VolumeUnExport("/volume1"))) << script;
+        EXPECT_EQ(root.calls(),
+                  "umount -f ROOT/volume1\nS20samba stop\numount -f ROOT/volume1\nS20samba start\n");
     }
+    root.mounts("/dev/sdq1 /volume1/plans vfat rw 0 0\n");
+    EXPECT_TRUE(gives(-1, ERR_DEVICE_BUSY, VolumeUnExport("/volume1")));
+    root.calls();
     remove(root.path("proc/mounts").c_str());
     EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, VolumeUnExport("/volume1")));
+    EXPECT_EQ(root.calls(), "");
     EXPECT_EQ(root.files(), files);
     EXPECT_NE(root.read("etc/fstab"), kRestOfFstab);
-    for (const char *path : {"/music", "", "/volume1/plans"})
+    mount();
+    for (const char *path :
+         {"/music", "", "/volume1/plans", "/volumeUSB1/", "/volumeUSB1/a", "/volumeUSB1/.."})
         EXPECT_TRUE(refuses(-1, VolumeUnExport(path))) << path;
     EXPECT_TRUE(refuses(-1, VolumeUnExport(nullptr)));
 }
@@ -178,7 +225,9 @@ TEST_F(Export, VolumesWhoseArraysAreGoneAreRemoved) {
     root.tool("bin/umount", "exit 1");
     MLIBErrSet(ERR_SUCCESS);
     EXPECT_TRUE(gives(-1, ERR_DEVICE_BUSY, MORVVolRemoveStaleVolumes()));
-    EXPECT_EQ(root.calls(), "umount -f ROOT/volume1\numount -f ROOT/volume10\n");
+    EXPECT_EQ(root.calls(),
+              "umount -f ROOT/volume1\numount -f ROOT/volume1\n"
+              "umount -f ROOT/volume10\numount -f ROOT/volume10\n");
 }
 
 TEST(TargetPrograms, AreEndedWhereTheyServeTheVolume) {

@@ -233,8 +233,9 @@ class ShareChange : ConfChange {
                 change.replace(sections.section, rest_of_section(sections.section.text));
         }
         files_->set(AccountFile::kSmbConf, change.finish());
-        const bool is_ours =
-            names_folder(old_->szPath) && !is_needed_by_others(old_->szPath, text(), old_key_);
+        // Where the folder stays, others in it lose nothing with the line of this one.
+        const auto is_needed = folder == ShareFolder::kRemove ? is_needed_by_others : is_path_of_others;
+        const bool is_ours = names_folder(old_->szPath) && !is_needed(old_->szPath, text(), old_key_);
         if (is_ours) {
             if (const int code = edit_exports_to({})) return code;
         }

@@ -101,8 +101,11 @@ bool may_be_taken_away(std::string_view path) {
     return may_be_shared(path) && !lies_below(resolve(kHomes), resolve(path)) && !is_mount_point(path);
 }
 
-bool is_needed_by_others(std::string_view path, std::string_view conf, std::string_view own_key) {
-    FolderUse folder(path);
+namespace {
+
+// Whether the path of a section that is not the share's is such a one.
+template <class F>
+bool has_other_path(std::string_view conf, std::string_view own_key, F &&is_one) {
     std::string name;
     std::string_view key;
     std::string_view value;
@@ -111,10 +114,22 @@ bool is_needed_by_others(std::string_view path, std::string_view conf, std::stri
         for (const std::string_view line : Lines(sections.section.body())) {
             if (read_conf_line(line, &key, &value) != ConfLine::kPair || !is_same_setting(key, "path"))
                 continue;
-            if (value.starts_with('/') && folder.is_on_way(value)) return true;
+            if (value.starts_with('/') && is_one(value)) return true;
         }
     }
     return false;
+}
+
+}  // namespace
+
+bool is_needed_by_others(std::string_view path, std::string_view conf, std::string_view own_key) {
+    FolderUse folder(path);
+    return has_other_path(conf, own_key, [&](std::string_view other) { return folder.is_on_way(other); });
+}
+
+bool is_path_of_others(std::string_view path, std::string_view conf, std::string_view own_key) {
+    const std::string plain = plain_path(path);
+    return has_other_path(conf, own_key, [&](std::string_view other) { return plain_path(other) == plain; });
 }
 
 }  // namespace morv

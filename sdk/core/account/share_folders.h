@@ -20,4 +20,7 @@ bool may_be_taken_away(std::string_view path);
 // that is the folder, lies in it, or leads through it.
 bool is_needed_by_others(std::string_view path, std::string_view conf, std::string_view own_key);
 
+// Whether such a section has this very path.
+bool is_path_of_others(std::string_view path, std::string_view conf, std::string_view own_key);
+
 }  // namespace morv

@@ -14,3 +14,9 @@ void log_line(int priority, const char *stem, int line, const char *format, ...)
 }  // namespace morv
 
 #define MORV_LOG(priority, ...) __extension__ ::morv::log_line((priority), MORV_STEM, __LINE__, __VA_ARGS__)
+
+// A failure with a line of the log:
+//
+//     if (!path) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
+#define MORV_LOG_FAIL(priority, code, result, ...) \
+    (MORV_LOG((priority), __VA_ARGS__), MORV_FAIL((code), result))

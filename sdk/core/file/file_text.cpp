@@ -27,7 +27,7 @@ bool FileText::grow() noexcept {
     return true;
 }
 
-int FileText::load(int fd) noexcept {
+int FileText::load(int fd, size_t most) noexcept {
     size_ = 0;
     for (;;) {
         if (size_ + 1 == capacity_ && !grow()) return ERR_OUT_OF_MEMORY;
@@ -36,6 +36,7 @@ int FileText::load(int fd) noexcept {
         if (got < 0) return ERR_READ_FAILED;
         if (got == 0) break;
         size_ += size_t(got);
+        if (size_ > most) return ERR_FORMAT_ERROR;
     }
     data_[size_] = '\0';
     return 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stddef.h>
+#include <stdint.h>
 
 #include <string_view>
 
@@ -19,8 +20,9 @@ class FileText {
     // Reads the file at `path`. Answers 0, ERR_OPEN_FAILED (also for a folder) or ERR_OUT_OF_MEMORY.
     int load(const char *path) noexcept;
 
-    // Reads what `fd` still holds. Answers 0, ERR_READ_FAILED or ERR_OUT_OF_MEMORY.
-    int load(int fd) noexcept;
+    // Reads what `fd` still holds. Answers 0, ERR_READ_FAILED, ERR_OUT_OF_MEMORY, or ERR_FORMAT_ERROR for
+    // more than `most` bytes, of which no more are read.
+    int load(int fd, size_t most = SIZE_MAX) noexcept;
 
     std::string_view view() const noexcept { return {data_, size_}; }
     char *data() noexcept { return data_; }

@@ -14,12 +14,13 @@
 namespace morv {
 
 static constexpr size_t kLongestLine = 128;
+static constexpr size_t kLongest = size_t{64} * 1024;
 
 int read_busy_file(VOLUME_PROGRESS &progress) {
     progress = {};
     const std::unique_ptr<FileText> text(new FileText);
-    if (const int code = load_status("/tmp/webman/modules/volume", Writers::kAny, *text))
-        return code == ERR_FILE_NOT_FOUND ? 0 : code;
+    if (const int code = load_status("/tmp/webman/modules/volume", Writers::kAny, kLongest, *text))
+        return code == ERR_FILE_NOT_FOUND || code == ERR_FORMAT_ERROR ? 0 : code;
     for (const std::string_view line : Lines(text->view())) {
         if (line.size() > kLongestLine) continue;
         const KeyLine pair = parse_key_line(line);

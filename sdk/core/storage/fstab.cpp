@@ -15,10 +15,16 @@ std::string_view take_word(std::string_view &line) noexcept {
     return word;
 }
 
+std::string_view without_end_slashes(std::string_view path) noexcept {
+    while (path.size() > 1 && path.ends_with('/'))
+        path.remove_suffix(1);
+    return path;
+}
+
 bool is_of(std::string_view line, std::string_view point) {
     if (take_word(line).starts_with('#')) return false;
     std::string word(take_word(line));
-    return decode_mount_field(word) == point;
+    return without_end_slashes(decode_mount_field(word)) == without_end_slashes(point);
 }
 
 }  // namespace

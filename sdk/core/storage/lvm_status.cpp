@@ -22,6 +22,7 @@ namespace morv {
 namespace {
 
 constexpr char kStatusFile[] = "/tmp/lvm.status";
+constexpr size_t kLongest = size_t{1} << 20;
 
 using GroupPtr = std::unique_ptr<LVM_VG_INFO, Releaser<LVMVgInfoFree>>;
 
@@ -51,7 +52,7 @@ std::string_view text_of(const char (&field)[N]) noexcept {
 int LvmStatus::load() {
     groups_.clear();
     text_.reset(new FileText);
-    const int code = load_status(kStatusFile, Writers::kTrusted, *text_);
+    const int code = load_status(kStatusFile, Writers::kTrusted, kLongest, *text_);
     if (code) return code == ERR_FILE_NOT_FOUND ? 0 : code;
     for (const std::string_view line : Lines(text_->view())) {
         if (!is_section_line(line)) continue;
@@ -102,6 +103,7 @@ int append_group(const LVM_VG_INFO &group, std::string &text) {
 }
 
 int write_lvm_status(std::string_view text) noexcept {
+    if (text.size() > kLongest) return ERR_BAD_PARAMETERS;
     // The name itself is replaced, whatever it leads to: everybody may make links there.
     const SysPath path(kStatusFile);
     move_aside_unless_regular(path.c_str());

@@ -1,8 +1,6 @@
 #include "core/storage/storage_view.h"
 
-#include <morvsdk/file.h>
-
-#include "core/file/sys_path.h"
+#include "core/file/key_value.h"
 
 namespace morv {
 
@@ -17,10 +15,7 @@ int StorageView::lvm(const LvmStatus *&status) {
 }
 
 bool StorageView::supports_raid() noexcept {
-    if (!supports_raid_) {
-        const SysPath model("/etc.defaults/morvinfo.conf");
-        supports_raid_ = BlMORVFileCheckKeyValue(model.c_str(), "supportraid", "no", 0) != 1;
-    }
+    if (!supports_raid_) supports_raid_ = !has_key_value("/etc.defaults/morvinfo.conf", "supportraid", "no");
     return *supports_raid_;
 }
 

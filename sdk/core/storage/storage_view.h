@@ -12,7 +12,7 @@ namespace morv {
 class StorageView {
   public:
     // Reads "/proc/mounts". Answers the codes of Mounts::load. May throw std::bad_alloc.
-    int load() { return mounts_.load(); }
+    int load(int priority = LOG_DEBUG) { return mounts_.load(priority); }
 
     const Mounts &mounts() const noexcept { return mounts_; }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "core/base/fail.h"
 #include "core/file/sys_path.h"
 #include "core/text/fields.h"
 #include "core/text/lines.h"
@@ -60,11 +61,17 @@ bool parse_mount(std::span<char> line, Mount &mount) noexcept {
     return true;
 }
 
-int Mounts::load() {
+int mounts_not_opened(int priority) noexcept {
+    constexpr int kCode = ERR_OPEN_FAILED;
+    syslog(priority, "%s(%d)[%X]Failed to open /proc/mounts", MORV_STEM, __LINE__, unsigned(kCode));
+    return kCode;
+}
+
+int Mounts::load(int priority) {
     mounts_.clear();
     text_.reset(new FileText);
     if (const int code = text_->load(SysPath("/proc/mounts").c_str()))
-        return code == ERR_OUT_OF_MEMORY ? code : int{ERR_OPEN_FAILED};
+        return code == ERR_OUT_OF_MEMORY ? code : mounts_not_opened(priority);
     const std::string_view text = text_->view();
     mounts_.reserve(text.size() / 64);
     for (const std::string_view line : Lines(text)) {

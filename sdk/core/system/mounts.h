@@ -1,6 +1,8 @@
 // What is mounted where: "/proc/mounts" as it was at one moment. Nothing else reads that file.
 #pragma once
 
+#include <syslog.h>
+
 #include <memory>
 #include <span>
 #include <string_view>
@@ -28,10 +30,14 @@ std::string_view decode_mount_field(std::span<char> field) noexcept;
 // Takes a line apart and decodes its fields in place; false for one that names no mount point.
 bool parse_mount(std::span<char> line, Mount &mount) noexcept;
 
+// Logs that "/proc/mounts" will not open, and answers ERR_OPEN_FAILED.
+int mounts_not_opened(int priority) noexcept;
+
 class Mounts {
   public:
-    // Reads "/proc/mounts". Answers 0, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. May throw std::bad_alloc.
-    int load();
+    // Reads "/proc/mounts". Answers 0, ERR_OPEN_FAILED, which it logs, or ERR_OUT_OF_MEMORY. May throw
+    // std::bad_alloc.
+    int load(int priority = LOG_DEBUG);
 
     // In the order of the file, which is that of mounting.
     std::span<const Mount> all() const noexcept { return mounts_; }
