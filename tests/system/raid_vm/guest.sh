@@ -145,6 +145,7 @@ every_level() {
         metadata 0.90
     done
 }
+taken_in() { probe array "$1" | grep -q '=rebuilding'; } # a moment after it was asked for
 gone() { [[ $(probe array "$1") == @(absent|-1 ERR_OPEN_FAILED) ]]; } # the device goes a moment after the array
 no_superblocks() {
     local device
@@ -171,6 +172,7 @@ rebuild() {
     expect "it is as mdadm says" agrees_with_mdadm /dev/md2
     speed_limit 6000
     break_member /dev/md2 /dev/sda3
+    must within 10 taken_in /dev/md2
     gives "the spare is being rebuilt" "raid5 degraded 3 slots, rebuild *: *=rebuilding *sda3=faulty" probe array /dev/md2
     expect "it is as mdadm says" agrees_with_mdadm /dev/md2
     expect "the rebuild is seen to run" within 30 progressing /dev/md2
@@ -185,6 +187,7 @@ rebuild() {
     speed_limit $full_speed
     wait $watcher
     gives "morvctl follows it to its end" 0 echo $?
+    expect "and says how far it is" grep -qE '[0-9]+ ?%' /tmp/watched
     settled /dev/md2
     gives "then it is whole" "raid5 normal 3 slots, rebuild none: *sda3=faulty" probe array /dev/md2
     take_out /dev/md2 /dev/sda3
@@ -254,6 +257,7 @@ assembling() {
     must mdadm -q /dev/md2 -a /dev/sda3
     expect "stopped while it is rebuilt" raid stop /dev/md2
     gives "it starts" 0 probe assemble /dev/md2 "$uuid" /dev/sd[abc]3
+    must within 10 taken_in /dev/md2
     gives "and rebuilds" "raid5 degraded 3 slots, rebuild *: sdc3=sync sdb3=sync sda3=rebuilding" probe array /dev/md2
     speed_limit $full_speed
     settled /dev/md2
