@@ -144,7 +144,7 @@ provide_base() { # provide_base FOLDER
     if (fetch_packages "$made/packages" || { apt-get -q update && fetch_packages "$made/packages"; }) >"$made/log" 2>&1; then
         if make_base "$made" "$made/packages" >"$made/log" 2>&1; then
             rm -rf "$made/packages"
-            find "$kept" -maxdepth 1 -name 'vm-*' -mtime +30 -exec rm -rf {} +
+            find "$kept" -maxdepth 1 -name 'vm-*' -mtime +7 -exec rm -rf {} +
             mv -T "$made" "$base" 2>/dev/null || rm -rf "$made" # another run was faster
             return 0
         fi
