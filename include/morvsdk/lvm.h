@@ -1,6 +1,7 @@
 /* LVM volume groups, as "/tmp/lvm.status" tells of them: asking LVM itself takes long and wakes disks, so
  * one program writes down what it said (LVMStatusSet), and all others read that. A file that neither root
- * nor the reader's user has written counts as missing: everybody may write in "/tmp".
+ * nor the reader's user has written, or that is no regular one, counts as missing: everybody may write in
+ * "/tmp".
  *
  * A group is named "/dev/vg" and a number. */
 #ifndef MORVSDK_LVM_H

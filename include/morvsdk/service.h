@@ -12,9 +12,9 @@ MORV_BEGIN_DECLS
  *
  * action: MORV_SERVICES_STOP or MORV_SERVICES_START
  *
- * Every script is called, whether others failed or not. Returns 0, also when there are none; or -1 with
- * ERR_BAD_PARAMETERS, ERR_UNKNOWN (the folder cannot be listed), ERR_SYS_UNKNOWN (a script failed) or
- * ERR_OUT_OF_MEMORY. */
+ * Every script is called, whether others failed or not; lack of memory is waited out for some seconds.
+ * Returns 0, also when there are none; or -1 with ERR_BAD_PARAMETERS, ERR_UNKNOWN (the folder cannot be
+ * listed), ERR_SYS_UNKNOWN (a script failed) or ERR_OUT_OF_MEMORY. */
 enum { MORV_SERVICES_STOP = 1, MORV_SERVICES_START = 2 };
 MORV_API int MORVServiceOnOffALL(int action) MORV_NOEXCEPT;
 

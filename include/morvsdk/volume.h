@@ -202,22 +202,24 @@ MORV_API int VolumeCount(const VOLUME_INFO_LIST *pList, int location) MORV_NOEXC
 /* ---- Mounting -------------------------------------------------------------------------------------- */
 
 /* Mounts a device with quotas, after making the mount point, where it is missing, with mode 0777 (it goes
- * again when nothing was mounted). Both are absolute paths. Returns 0, or -1 with ERR_BAD_PARAMETERS,
- * ERR_CREATE_FAILED (the mount point), ERR_SYS_UNKNOWN (mount failed) or ERR_OUT_OF_MEMORY. */
+ * again when nothing was mounted). The device is one below "/dev/", the mount point an absolute path; none
+ * of their names is empty, "." or "..". Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_CREATE_FAILED (the
+ * mount point), ERR_SYS_UNKNOWN (mount failed) or ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeMount(const char *device, const char *mountPoint) MORV_NOEXCEPT;
 
-/* Unmounts, by force. mountPoint: an absolute path. Returns 0, or -1 with ERR_BAD_PARAMETERS,
+/* Unmounts, by force. mountPoint: as VolumeMount takes it. Returns 0, or -1 with ERR_BAD_PARAMETERS,
  * ERR_SYS_UNKNOWN (umount failed) or ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeUnmount(const char *mountPoint) MORV_NOEXCEPT;
 
 /* Mounts the file system of a crashed array read-only, while all services are stopped
  * (MORVServiceOnOffALL).
  *
- * device: as "/proc/mounts" names it
+ * device: as "/proc/mounts" names it, below "/dev/"
  *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (it is not mounted), ERR_READ_ONLY_FS (it is
- * read-only already), ERR_OPEN_FAILED ("/proc/mounts"), ERR_SYS_UNKNOWN (mount failed; the services are
- * started again) or ERR_OUT_OF_MEMORY. */
+ * read-only already), ERR_OPEN_FAILED ("/proc/mounts"), ERR_UNKNOWN (the services cannot be listed, and
+ * nothing was done), ERR_SYS_UNKNOWN (mount failed, and the services are started again; or one of them did
+ * not start) or ERR_OUT_OF_MEMORY. */
 MORV_API int MORVRemountCrashRaidRo(const char *device) MORV_NOEXCEPT;
 
 /* ---- Mounted volumes ------------------------------------------------------------------------------- */
@@ -261,8 +263,8 @@ MORV_API int VolumeWritableGetFirst(const VOLUME_MOUNT *pList, int mask, char *b
 
 /* ---- Work on volumes ------------------------------------------------------------------------------- */
 
-/* Whether a running process works on a volume, as it says in "/tmp/webman/modules/volume"; a file of more
- * than 64 KiB counts as missing. pProgress: null, or what gets what it does, when it does. Returns 1, 0, or
+/* Whether a running process works on a volume, as it says in "/tmp/webman/modules/volume"; what is
+ * no regular file or has more than 64 KiB counts as missing. pProgress: null, or what gets what it does, when it does. Returns 1, 0, or
  * -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeIsActioning(const char *path, VOLUME_PROGRESS *pProgress) MORV_NOEXCEPT;
 
@@ -281,19 +283,22 @@ MORV_API int VolumeIsActioning(const char *path, VOLUME_PROGRESS *pProgress) MOR
  * path: "/" and one component; "/volumeUSB1/share" is taken out with "/volumeUSB1"
  *
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED ("/proc/mounts"), ERR_DEVICE_BUSY (something is
- * still mounted), ERR_OUT_OF_MEMORY; or, when steps 3 and 4 were done as far as they could be, the codes of
+ * still mounted), ERR_UNKNOWN (the services cannot be listed), ERR_OUT_OF_MEMORY; or, when steps 3 and 4
+ * were done as far as they could be, ERR_SYS_UNKNOWN (a service did not start), the codes of
  * MORVShareEnumByMntPath and MORVShareSet, ERR_LOCK_FAILED, ERR_OPEN_FAILED, ERR_WRITE_FAILED or
  * ERR_RENAME_FAILED ("/etc/fstab"). After a crash it can be called again. */
 MORV_API int VolumeUnExport(const char *path) MORV_NOEXCEPT;
 
 /* Does the same for every mounted internal volume, and those of enclosures, whose arrays are gone: on
  * "/dev/md..." that the kernel does not run, or on a group that has physical volumes, all of them such
- * arrays. An array that merely cannot be asked is not gone. Goes on after a failure. Returns 0, or -1 with
- * the code of the last failure. */
+ * arrays. An array that merely cannot be asked is not gone. What is mounted is looked at anew before each is
+ * unmounted, and only what lies on arrays that are gone goes, with what is mounted in it; where something
+ * else is mounted under it, shares and lines of "/etc/fstab" stay. Goes on after a failure. Returns 0, or -1
+ * with the code of the last failure. */
 MORV_API int MORVVolRemoveStaleVolumes(void) MORV_NOEXCEPT;
 
-/* Ends the processes that serve an iSCSI target from a volume: those that run "iscsi_target.cgi" with the
- * volume's path as an argument, by SIGTERM, and after 5 seconds by SIGKILL; not the caller itself. With a
+/* Ends the processes that serve an iSCSI target from a volume: those that run "iscsi_target.cgi",
+ * themselves or as the script of an interpreter, with the volume's path as an argument, by SIGTERM, and after 5 seconds by SIGKILL; not the caller itself. With a
  * system root nothing is ended: the machine's processes are not the image's.
  *
  * target: the path of the volume

@@ -1,4 +1,3 @@
-#include <morvsdk/service.h>
 #include <morvsdk/volume.h>
 
 #include <string>
@@ -7,8 +6,10 @@
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
+#include "core/storage/device_name.h"
 #include "core/system/command.h"
 #include "core/system/mounts.h"
+#include "core/system/services.h"
 
 using namespace morv;
 
@@ -33,16 +34,18 @@ int remount(const char *device) {
     std::string point;
     if (const int code = find_writable(device, point)) return code;
     const SysPath from(device), to(point.c_str());
-    MORVServiceOnOffALL(MORV_SERVICES_STOP);
+    ServicePause pause;
+    if (const int code = pause.begin()) return code;
     const int code = run_tool("mount -o remount,ro %s %s", {from.c_str(), to.c_str()});
-    MORVServiceOnOffALL(MORV_SERVICES_START);
-    return code;
+    const int started = pause.end();
+    return code ? code : started;
 }
 
 }  // namespace
 
 extern "C" int MORVRemountCrashRaidRo(const char *device) noexcept {
-    if (!device || !*device) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
+    if (!device || !is_device(device))
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return remount(device); });
     if (code == 0) return 0;
     return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to mount '%s' read-only, errno=0X%X", device,

@@ -2,7 +2,6 @@
 
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
-#include <morvsdk/service.h>
 #include <morvsdk/share.h>
 #include <morvsdk/volume.h>
 #include <signal.h>
@@ -15,11 +14,12 @@
 #include "core/account/share_change.h"
 #include "core/account/share_list.h"
 #include "core/base/log.h"
+#include "core/base/no_throw.h"
 #include "core/file/file_edit.h"
 #include "core/file/sys_path.h"
 #include "core/storage/fstab.h"
-#include "core/system/mounts.h"
 #include "core/system/process.h"
+#include "core/system/services.h"
 
 namespace morv {
 
@@ -28,44 +28,39 @@ namespace {
 constexpr const char *kFileServices[] = {"smbd", "nmbd", "afpd", "ftpd"};
 constexpr unsigned kLockSeconds = 5;
 
-// Unmounts what is mounted at a path and below it, the last one first. What the tool says of its success is
-// not believed: everything after this counts on it.
-int unmount(const char *path) {
+// The test of an unconditional end.
+int always(StorageView &, const Mount &, bool &goes) noexcept {
+    goes = true;
+    return 0;
+}
+
+// Unmounts what is mounted at a path and below it, the last one first, as long as what is visible at the path
+// passes the test: it is asked anew before each. What the tool says of its success is not believed:
+// everything after this counts on it. is_free: whether nothing is left.
+int unmount(const char *path, MountTest test, bool &is_free) {
     for (ptrdiff_t before = PTRDIFF_MAX;;) {
-        Mounts mounts;
-        if (const int code = mounts.load(LOG_ERR)) return code;
+        StorageView view;
+        if (const int code = view.load(LOG_ERR)) return code;
         const auto is_in = [&](const Mount &mount) { return lies_below(mount.point, path); };
-        const std::span<const Mount> all = mounts.all();
+        const std::span<const Mount> all = view.mounts().all();
         const ptrdiff_t left = std::count_if(all.begin(), all.end(), is_in);
-        if (left == 0) return 0;
-        const std::string last(std::find_if(all.rbegin(), all.rend(), is_in)->point);
+        is_free = left == 0;
+        if (is_free) return 0;
+        // What was mounted after the one at the path lies in it.
+        const Mount &last = *std::find_if(all.rbegin(), all.rend(), is_in);
+        const Mount *const top = view.mounts().at(path);
+        bool goes;
+        if (const int code = test(view, top ? *top : last, goes)) return code;
+        if (!goes) return 0;
+        const std::string point(last.point);
         if (left >= before) {
-            MORV_LOG(LOG_ERR, "%s is still mounted", last.c_str());
+            MORV_LOG(LOG_ERR, "%s is still mounted", point.c_str());
             return ERR_DEVICE_BUSY;
         }
         before = left;
-        VolumeUnmount(last.c_str());
+        VolumeUnmount(point.c_str());
     }
 }
-
-// All services, from the call of stop() to the end of the object.
-class Services {
-  public:
-    Services() noexcept = default;
-    Services(const Services &) = delete;
-    Services &operator=(const Services &) = delete;
-    ~Services() {
-        if (stopped_) MORVServiceOnOffALL(MORV_SERVICES_START);
-    }
-
-    void stop() noexcept {
-        stopped_ = true;
-        MORVServiceOnOffALL(MORV_SERVICES_STOP);
-    }
-
-  private:
-    bool stopped_ = false;
-};
 
 struct ListFreer {
     void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
@@ -84,7 +79,7 @@ int delete_shares(const char *path) {
     int result = 0;
     for (int i = 0; i < count; ++i) {
         const char *const name = SzMLIBSzListGet(list, i);
-        const int code = delete_share(name, ShareFolder::kLeave);
+        const int code = forget_share(name, path);
         if (code == 0 || code == ERR_NO_SUCH_SHARE) continue;
         MORV_LOG(LOG_ERR, "Failed to delete share %s, errno=0X%X", name, unsigned(code));
         result = code;
@@ -103,7 +98,7 @@ int edit_fstab(const char *path) {
 
 int remove_from_fstab(const char *path) {
     if (ErrMLIBFileLock(MORV_LOCK_FSTAB | MORV_LOCK_WRITE, kLockSeconds) != 0) return ERR_LOCK_FAILED;
-    const int code = edit_fstab(path);
+    const int code = no_throw([&] { return edit_fstab(path); });
     ErrMLIBFileUnlock(MORV_LOCK_FSTAB);
     if (code) MORV_LOG(LOG_ERR, "Failed to remove %s from /etc/fstab, errno=0X%X", path, unsigned(code));
     return code;
@@ -120,20 +115,31 @@ void reload(const char *service) noexcept {
 
 }  // namespace
 
-int unexport_volume(const char *path) {
-    Services services;
+int unexport_volume(const char *path) noexcept {
+    return unexport_volume(path, always);
+}
+
+int unexport_volume(const char *path, MountTest test) noexcept {
+    ServicePause pause;
+    bool is_free = false;
+    const auto try_unmount = [&] { return unmount(path, test, is_free); };
     MORVVolStopCGI(path);
-    int code = unmount(path);
+    int code = no_throw(try_unmount);
     if (code == ERR_DEVICE_BUSY) {
-        services.stop();
-        code = unmount(path);
+        code = pause.begin();
+        if (code == 0) code = no_throw(try_unmount);
     }
-    if (code) return code;
-    const int shares = delete_shares(path);
-    const int fstab = remove_from_fstab(path);
-    for (const char *const service : kFileServices)
-        reload(service);
-    return shares ? shares : fstab;
+    if (code == 0 && is_free) {
+        code = delete_shares(path);
+        const int fstab = remove_from_fstab(path);
+        if (code == 0) code = fstab;
+        for (const char *const service : kFileServices)
+            reload(service);
+    } else if (code == 0) {
+        MORV_LOG(LOG_ERR, "%s is in use by others, and keeps its shares", path);
+    }
+    const int started = pause.end();
+    return code ? code : started;
 }
 
 }  // namespace morv

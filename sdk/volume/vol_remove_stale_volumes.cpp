@@ -1,9 +1,9 @@
 #include <errno.h>
-#include <string.h>
+#include <stdio.h>
 #include <sys/stat.h>
 
+#include <set>
 #include <string>
-#include <vector>
 
 #include "core/base/fail.h"
 #include "core/base/guard.h"
@@ -13,7 +13,6 @@
 #include "core/storage/device_name.h"
 #include "core/storage/storage_view.h"
 #include "core/storage/volume_name.h"
-#include "core/text/field_text.h"
 #include "volume/unexport.h"
 
 using namespace morv;
@@ -26,19 +25,16 @@ bool is_there(const char *path) noexcept {
 }
 
 // Whether the kernel is known to run no such array. One that could merely not be asked about is not.
-bool has_vanished(const char *array) noexcept {
-    const int detected = RAIDIsDetected(array);
-    if (detected >= 0) return detected == 0;
-    const std::string_view name = last_name(array);
-    char folder[64] = "/sys/block/";
-    const size_t length = strlen(folder);
-    return name.size() < sizeof folder - length && is_there("/sys/block") &&
-           copy_text({folder + length, sizeof folder - length}, name) && !is_there(folder);
-}
-
 bool is_vanished_array(const char *path) noexcept {
     int32_t number;
-    return array_number(path, number) && has_vanished(path);
+    if (!array_number(path, number)) return false;
+    // "/dev/md02" is array 2.
+    char device[32], folder[32];
+    snprintf(device, sizeof device, "/dev/md%d", number);
+    snprintf(folder, sizeof folder, "/sys/block/md%d", number);
+    const int detected = RAIDIsDetected(device);
+    if (detected >= 0) return detected == 0;
+    return is_there("/sys/block") && !is_there(folder);
 }
 
 int is_stale(StorageView &view, const Mount &mount, bool &stale) {
@@ -59,19 +55,33 @@ int is_stale(StorageView &view, const Mount &mount, bool &stale) {
     return 0;
 }
 
-int remove_stale() {
+int remove_if_stale(const char *path) {
     StorageView view;
     if (const int code = view.load(LOG_ERR)) return code;
-    int result = 0;
-    for (const Mount &mount : view.mounts().all()) {
-        if (!is_fixed_volume(mount.point) || !view.mounts().is_visible(mount)) continue;
-        const std::string path(mount.point);
-        bool stale;
-        int code = is_stale(view, mount, stale);
-        if (code == 0 && stale) {
-            MORV_LOG(LOG_ERR, "The array of %s is gone", path.c_str());
-            code = unexport_volume(path.c_str());
+    const Mount *const mount = view.mounts().at(path);
+    bool stale = false;
+    if (mount) {
+        if (const int code = is_stale(view, *mount, stale)) return code;
+    }
+    if (!stale) return 0;
+    MORV_LOG(LOG_ERR, "The array of %s is gone", path);
+    return unexport_volume(path, is_stale);
+}
+
+// Taking a volume down takes seconds, in which others may be mounted anew: each is judged by what is mounted
+// when its turn comes.
+int remove_stale() {
+    std::set<std::string> paths;
+    {
+        Mounts mounts;
+        if (const int code = mounts.load(LOG_ERR)) return code;
+        for (const Mount &mount : mounts.all()) {
+            if (is_fixed_volume(mount.point)) paths.emplace(mount.point);
         }
+    }
+    int result = 0;
+    for (const std::string &path : paths) {
+        const int code = no_throw([&] { return remove_if_stale(path.c_str()); });
         if (code == 0) continue;
         MORV_LOG(LOG_ERR, "Failed to remove %s, errno=0X%X", path.c_str(), unsigned(code));
         result = code;

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -26,10 +27,26 @@ std::string_view take_argument(std::string_view &arguments) noexcept {
     return argument;
 }
 
-// Whether the arguments are the program's, which an interpreter may run, and name the target.
-bool serves(std::string_view arguments, std::string_view target) noexcept {
-    if (last_name(take_argument(arguments)) != kProgram && last_name(take_argument(arguments)) != kProgram)
+bool is_interpreter(std::string_view name) noexcept {
+    constexpr std::string_view kInterpreters[] = {"ash",  "bash", "busybox", "dash",   "ksh",  "lua", "node",
+                                                  "perl", "php",  "php-cgi", "python", "ruby", "sh",  "zsh"};
+    constexpr std::string_view kReplaced = " (deleted)";  // by an update
+    if (name.ends_with(kReplaced)) name.remove_suffix(kReplaced.size());
+    name = name.substr(0, name.find_last_not_of("0123456789.") + 1);  // "python3.11"
+    return std::find(std::begin(kInterpreters), std::end(kInterpreters), name) != std::end(kInterpreters);
+}
+
+// Whether the process is the program, or interprets it, and names the target. Others may name the program,
+// too: an editor, say, which may even be the same file as the shell.
+bool serves(const Process &process, std::string_view target) noexcept {
+    char room[4096], file[4096];
+    std::string_view arguments = process.arguments(room);
+    const std::string_view name = last_name(take_argument(arguments));
+    const bool is_program = name == kProgram;
+    if (!is_program && (last_name(take_argument(arguments)) != kProgram || !is_interpreter(name) ||
+                        !is_interpreter(last_name(process.program(file))))) {
         return false;
+    }
     while (!arguments.empty()) {
         if (take_argument(arguments) == target) return true;
     }
@@ -49,9 +66,8 @@ int end_all(const char *target) {
     for (const std::string &name : names) {
         Process process;
         int32_t pid;
-        char room[4096];
         if (!number_behind(name, "", pid) || pid == getpid() || !process.open(pid) ||
-            !serves(process.arguments(room), target)) {
+            !serves(process, target)) {
             continue;
         }
         if (end(process)) continue;

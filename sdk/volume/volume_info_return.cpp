@@ -14,11 +14,11 @@ namespace morv {
 
 namespace {
 
-// An array whose device cannot be opened says no more about the volume than one that is not there. One of
-// which something else cannot be opened has its say: it may be crashed.
+// An array whose device cannot be opened, or that stops while it is read, says no more about the volume than
+// one that is not there. One of which something else cannot be opened has its say: it may be crashed.
 bool says_nothing(const char *path) noexcept {
     const int code = MLIBErrGet();
-    if (code != ERR_OPEN_FAILED) return code == ERR_INVALID_ARRAY;
+    if (code != ERR_OPEN_FAILED) return code == ERR_INVALID_ARRAY || code == ERR_PATH_NOT_FOUND;
     const int detected = RAIDIsDetected(path);
     return detected == 0 || (detected < 0 && MLIBErrGet() == ERR_OPEN_FAILED);
 }

@@ -8,6 +8,7 @@
 #include "core/base/guard.h"
 #include "core/base/log.h"
 #include "core/file/sys_path.h"
+#include "core/storage/device_name.h"
 #include "core/system/command.h"
 
 using namespace morv;
@@ -28,7 +29,7 @@ bool make_folder(const char *path, bool &made) noexcept {
 }  // namespace
 
 extern "C" int VolumeMount(const char *device, const char *mountPoint) noexcept {
-    if (!device || !mountPoint || *device != '/' || *mountPoint != '/')
+    if (!device || !mountPoint || !is_device(device) || !leads_down(mountPoint))
         return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const SysPath from(device), to(mountPoint);
     bool made = false;

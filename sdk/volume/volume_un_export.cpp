@@ -3,7 +3,6 @@
 
 #include "core/base/fail.h"
 #include "core/base/log.h"
-#include "core/base/no_throw.h"
 #include "core/storage/volume_name.h"
 #include "volume/unexport.h"
 
@@ -12,7 +11,7 @@ extern "C" int VolumeUnExport(const char *path) noexcept {
     // A volume of its own, not a folder in one: all that is mounted in it goes.
     if (!path || !morv::parse_volume(path, id) || strchr(path + 1, '/'))
         return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
-    const int code = morv::no_throw([&] { return morv::unexport_volume(path); });
+    const int code = morv::unexport_volume(path);
     if (code == 0) return 0;
     return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to take %s out of service, errno=0X%X", path,
                          unsigned(code));

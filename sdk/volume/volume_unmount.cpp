@@ -7,7 +7,7 @@
 #include "core/system/command.h"
 
 extern "C" int VolumeUnmount(const char *mountPoint) noexcept {
-    if (!mountPoint || *mountPoint != '/')
+    if (!mountPoint || !morv::leads_down(mountPoint))
         return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const morv::SysPath path(mountPoint);
     int status = 0;

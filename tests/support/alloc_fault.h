@@ -27,11 +27,11 @@ bool is_record_library(const void *address);
 // Whatever `call` does to judge the result must come after AllocFault::disarm(), which tells it whether this
 // run had the fault.
 template <class F>
-int for_each_alloc_fault(F call) {
+int for_each_alloc_fault(F call, bool with_new = false) {
     for (int nth = 1;; ++nth) {
         bool reached;
         {
-            AllocFault fault(nth);
+            AllocFault fault(nth, with_new);
             reached = call(nth);
         }
         if (!reached) return nth - 1;

@@ -16,7 +16,11 @@ static std::string logged;  // "7 stem:12 text\n" for each line
 static void log_text(int priority, const char *format, va_list args) {
     char text[1024];
     vsnprintf(text, sizeof text, format, args);
-    logged += std::to_string(priority) + " " + text + "\n";
+    try {
+        logged += std::to_string(priority) + " " + text + "\n";
+    } catch (const std::bad_alloc &) {
+        // A fault that was meant for the library.
+    }
 }
 
 // The library's log lines end here; a fortified build calls the second.

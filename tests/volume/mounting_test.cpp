@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "support/alloc_fault.h"
 #include "support/outcome.h"
 #include "volume/storage.h"
 
@@ -35,8 +36,15 @@ TEST_F(Mounting, MountsWithQuotasWhereNothingWas) {
     EXPECT_EQ(mode_of(root.path("volume1")), 0755U);
     root.write("volume3", "no folder");
     EXPECT_TRUE(gives(-1, ERR_CREATE_FAILED, VolumeMount("/dev/md4", "/volume3")));
-    EXPECT_TRUE(refuses(-1, VolumeMount("md4", "/volume1")));
-    EXPECT_TRUE(refuses(-1, VolumeMount("/dev/md4", "-o")));
+    for (const char *device : {"md4", "/tmp/md4", "/dev/../tmp/md4", "/dev/"}) {
+        EXPECT_TRUE(refuses(-1, VolumeMount(device, "/volume1"))) << device;
+        EXPECT_TRUE(refuses(-1, MORVRemountCrashRaidRo(device))) << device;
+    }
+    for (const char *point :
+         {"-o", "volume1", "/", "/volume1/", "/../../tmp/x", "/volume1/..", "/./volume1", "//volume1"}) {
+        EXPECT_TRUE(refuses(-1, VolumeMount("/dev/md4", point))) << point;
+        EXPECT_TRUE(refuses(-1, VolumeUnmount(point))) << point;
+    }
     EXPECT_TRUE(refuse_nulls(-1, VolumeMount, VolumeUnmount, MORVRemountCrashRaidRo));
     // The folder goes again when nothing was mounted on it.
     root.tool("sbin/mount", "exit 32");
@@ -49,7 +57,7 @@ TEST_F(Mounting, MountsWithQuotasWhereNothingWas) {
 TEST_F(Mounting, ACrashedArrayBecomesReadOnlyWhileTheServicesRest) {
     root.tool("sbin/mount");
     root.tool("usr/morv/etc/rc.d/S20samba");
-    root.tool("usr/morv/etc/rc.d/S80ftp", "exit 1");
+    root.tool("usr/morv/etc/rc.d/S80ftp", "[ $1 = start ]");
     const std::string expected =
         "S80ftp stop\nS20samba stop\nmount -o remount,ro ROOT/dev/md2 ROOT/volume1\nS20samba start\nS80ftp "
         "start\n";
@@ -60,10 +68,36 @@ TEST_F(Mounting, ACrashedArrayBecomesReadOnlyWhileTheServicesRest) {
     MLIBErrSet(ERR_SUCCESS);
     EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, MORVRemountCrashRaidRo("/dev/md2")));
     EXPECT_EQ(root.calls(), expected);
+    // One that stays stopped is no success.
+    root.tool("sbin/mount");
+    root.tool("usr/morv/etc/rc.d/S20samba", "[ $1 = stop ]");
+    MLIBErrSet(ERR_SUCCESS);
+    EXPECT_TRUE(gives(-1, ERR_SYS_UNKNOWN, MORVRemountCrashRaidRo("/dev/md2")));
+    EXPECT_EQ(root.calls(), expected);
+    root.mounts("/dev/md2 /../../tmp ext4 rw 0 0\n");
+    EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, MORVRemountCrashRaidRo("/dev/md2")));
     root.mounts("/dev/md2 /volume1 ext4 relatime,ro 0 0\n");
     EXPECT_TRUE(gives(-1, ERR_READ_ONLY_FS, MORVRemountCrashRaidRo("/dev/md2")));
     EXPECT_TRUE(gives(-1, ERR_PATH_NOT_FOUND, MORVRemountCrashRaidRo("/dev/md3")));
     EXPECT_EQ(root.calls(), "");
+}
+
+TEST_F(Mounting, ServicesThatWereStoppedAreStartedWithoutMemory) {
+    root.tool("sbin/mount");
+    root.tool("usr/morv/etc/rc.d/S20samba");
+    root.mounts("/dev/md2 /volume1 ext4 rw 0 0\n");
+    const int faults = for_each_alloc_fault(
+        [&](int nth) {
+            const int result = MORVRemountCrashRaidRo("/dev/md2");
+            const bool reached = AllocFault::disarm();
+            const std::string calls = root.calls();
+            const bool is_stopped = calls.starts_with("S20samba stop\n");
+            EXPECT_EQ(is_stopped, calls.ends_with("S20samba start\n")) << nth << calls;
+            EXPECT_EQ(result == 0, calls.find("mount -o") != calls.npos) << nth << calls;
+            return reached;
+        },
+        true);
+    EXPECT_GT(faults, 10);
 }
 
 TEST_F(Mounting, AMountedVolumeIsTheOneWithExactlyItsName) {

@@ -43,6 +43,7 @@ TEST_F(Reading, TheLastFileSystemMountedAtAPathCounts) {
         "/dev/sdq1 /volumeUSB1/my\\040disk\\134o vfat rw 0 0\n"
         "/dev/md3 /volume1 xfs ro,noatime 0 0\n"
         "broken\n"
+        "/dev/md4 /volume1/../../tmp ext4 rw 0 0\n"
         "none relative proc rw 0 0");
     EXPECT_EQ(get_fs("/volume1"), 1);
     EXPECT_STREQ(fs->szDevice, "/dev/md3");
@@ -69,6 +70,10 @@ TEST_F(Reading, TheSuperblockTellsOfErrors) {
         {"ext2", 0, FS_STATE_CLEAN},    {"ext4", 6, FS_STATE_ERRORS}, {"xfs", 2, FS_STATE_CLEAN},
         {"ext4", -1, FS_STATE_UNKNOWN},
     };
+    root.mounts("/dev/../outside /volume1 ext4 rw 0 0\n");
+    root.superblock("outside", 2);
+    EXPECT_EQ(get_fs("/volume1"), 1);
+    EXPECT_EQ(fs->state, FS_STATE_UNKNOWN);
     for (const auto &[type, word, state] : kCases) {
         root.mounts(std::string("/dev/md2 /volume1 ") + type + " rw 0 0\n");
         root.superblock("dev/md2", word);
@@ -134,7 +139,7 @@ TEST_F(Reading, AStatusOfSomebodyElseDoesNotCount) {
     EXPECT_EQ(root.read("other"), "[/dev/vg1]\n/dev/md2=0\n");
     remove(status.c_str());
     ASSERT_EQ(mkfifo(status.c_str(), 0600), 0);
-    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, get_group("/dev/vg1")));
+    EXPECT_EQ(get_group("/dev/vg1"), 0);
     if (geteuid() != 0) return;
     remove(status.c_str());
     ASSERT_EQ(link(path.c_str(), status.c_str()), 0);

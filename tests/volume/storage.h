@@ -69,11 +69,13 @@ class StorageRoot : public Base {
         return text;
     }
 
-    // An umount that works.
-    void real_umount() const {
+    // An umount that works: what was mounted last goes.
+    void real_umount(const std::string &then = "") const {
         tool("bin/umount",
-             "grep -v \" ${2#$MORV_ROOT} \" \"$MORV_ROOT/proc/mounts\" >\"$MORV_ROOT/rest\"\n"
-             "cat \"$MORV_ROOT/rest\" >\"$MORV_ROOT/proc/mounts\"");
+             "line=$(grep -n \" ${2#$MORV_ROOT} \" \"$MORV_ROOT/proc/mounts\" | tail -n 1)\n"
+             "sed \"${line%%:*}d\" \"$MORV_ROOT/proc/mounts\" >\"$MORV_ROOT/rest\"\n"
+             "cat \"$MORV_ROOT/rest\" >\"$MORV_ROOT/proc/mounts\"\n" +
+                 then);
     }
 };
 

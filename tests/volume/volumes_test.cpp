@@ -129,6 +129,10 @@ TEST_F(Lookup, AnswersWhyItFailed) {
     EXPECT_STREQ(MORVErrorGetFile(), "raid_info_get");
     EXPECT_TRUE(gives(-1, ERR_UNKNOWN, result));
     fail_ioctl(0, 0);
+    // One that stops while it is read is not there.
+    fail_ioctl(kSyncStatusRequest, ENODEV);
+    EXPECT_EQ(look_up("/volume1"), "/volume1:RAID:");
+    fail_ioctl(0, 0);
     // An array that runs but cannot be read may be crashed.
     remove(root.path("sys/block/md2/md/dev-sda3/state").c_str());
     get("/volume1");

@@ -6,10 +6,16 @@
 #include <morvsdk/share.h>
 #include <morvsdk/volume.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <functional>
+#include <vector>
+
 #include "support/accounts.h"
+#include "support/alloc_fault.h"
 #include "support/outcome.h"
 #include "support/process.h"
 #include "volume/storage.h"
@@ -88,9 +94,25 @@ TEST(BusyVolumes, AreThoseOfARunningProcess) {
         EXPECT_EQ(progress.pid, busy ? 77 : 0) << text;
     }
     EXPECT_TRUE(refuses(-1, VolumeIsActioning("", nullptr)));
-    remove(root.path("tmp/webman/modules/volume").c_str());
-    root.path("tmp/webman/modules/volume/x");
-    EXPECT_TRUE(gives(-1, ERR_OPEN_FAILED, VolumeIsActioning("/volume2", nullptr)));
+    // What is no regular file.
+    const std::string file = root.path("tmp/webman/modules/volume");
+    sockaddr_un name = {AF_UNIX, {}};
+    snprintf(name.sun_path, sizeof name.sun_path, "%s", file.c_str());
+    const std::function<int()> others[] = {
+        [&] { return symlink("/proc/version", file.c_str()); },
+        [&] { return mkfifo(file.c_str(), 0666); },
+        [&] {
+            const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+            const int bound = bind(fd, reinterpret_cast<sockaddr *>(&name), sizeof name);
+            return close(fd) == 0 ? bound : -1;
+        },
+        [&] { return mkdir(file.c_str(), 0777); },
+    };
+    for (const auto &make : others) {
+        remove(file.c_str());
+        ASSERT_EQ(make(), 0);
+        EXPECT_TRUE(gives(0, ERR_SUCCESS, VolumeIsActioning("/volume2", nullptr))) << mode_of(file);
+    }
     root.write("tmp/other/webman", "no folder");
     rename(root.path("tmp/webman").c_str(), root.path("tmp/away").c_str());
     rename(root.path("tmp/other/webman").c_str(), root.path("tmp/webman").c_str());
@@ -127,7 +149,7 @@ TEST_F(Export, AVolumeGoesWithItsSharesButNotTheirFiles) {
     // The second one lies under the first.
     root.mounts("/dev/md2 /volume1 ext4 rw 0 0\n/dev/md3 /volume1 ext4 rw 0 0\n");
     EXPECT_EQ(VolumeUnExport("/volume1"), 0);
-    EXPECT_EQ(root.calls(), "umount -f ROOT/volume1\n");
+    EXPECT_EQ(root.calls(), "umount -f ROOT/volume1\numount -f ROOT/volume1\n");
     EXPECT_EQ(root.read("etc/fstab"), kRestOfFstab);
     EXPECT_EQ(root.read("usr/morv/etc/smb.conf").find("/volume1"), std::string::npos);
     EXPECT_EQ(root.read("etc/exports"), "");
@@ -152,7 +174,7 @@ TEST_F(Export, WhatIsMountedInAVolumeGoesFirstAndWhatHoldsItStops) {
                     "/dev/sdq1 /volume1/plans vfat rw 0 0\n/dev/sdr1 /volume1/plans/a vfat rw 0 0\n");
         if (is_held) root.write("held", "");
         root.tool("bin/umount",
-                  "[ ! -e \"$MORV_ROOT/held\" ] || exit 1\n" + umount.substr(umount.find("grep")));
+                  "[ ! -e \"$MORV_ROOT/held\" ] || exit 1\n" + umount.substr(umount.find("line=")));
         EXPECT_EQ(VolumeUnExport("/volume1"), 0);
         EXPECT_EQ(root.calls(),
                   is_held ? "umount -f ROOT/volume1/plans/a\nS20samba stop\n" + unmounted + "S20samba start\n"
@@ -202,6 +224,8 @@ TEST_F(Export, VolumesWhoseArraysAreGoneAreRemoved) {
     EXPECT_EQ(MORVVolRemoveStaleVolumes(), 0);
     remove(root.path("dev/md2").c_str());
     EXPECT_EQ(MORVVolRemoveStaleVolumes(), 0);
+    root.mounts("/dev/md002 /volume1 ext4 rw 0 0\n");
+    EXPECT_EQ(MORVVolRemoveStaleVolumes(), 0);
     EXPECT_EQ(root.calls(), "");
     // Not one of a group of which one array runs, or of which nothing is known.
     root.mounts("/dev/mapper/vg1-lv /volume1 ext4 rw 0 0\n/dev/md9 /mnt ext4 rw 0 0\n");
@@ -230,15 +254,73 @@ TEST_F(Export, VolumesWhoseArraysAreGoneAreRemoved) {
               "umount -f ROOT/volume10\numount -f ROOT/volume10\n");
 }
 
+TEST_F(Export, WhatLivesOutlastsWhatIsGone) {
+    const AccountRoot::Files files = root.files();
+    root.array(2, "raid1", {"in_sync", "in_sync"});
+    const std::string fstab = root.read("etc/fstab"), live = "/dev/md2 /volume1 ext4 rw 0 0\n",
+                      within = "/dev/sdq1 /volume1/plans vfat rw 0 0\n";
+    const std::string unmount = "umount -f ROOT/volume1\n";
+    const struct {
+        std::string mounts;
+        const char *then;  // what an umount is followed by
+        std::string calls, left;
+    } cases[] = {
+        {live + within + "/dev/md6 /volume1 ext4 rw 0 0\n", "", unmount, live + within},
+        {live + "/dev/md6 /volume1 ext4 rw 0 0\n" + within, "", "umount -f ROOT/volume1/plans\n" + unmount,
+         live},
+        {within + "/dev/md6 /volume1 ext4 rw 0 0\n", "", unmount, within},
+        // Mounted anew while another is taken down.
+        {"/dev/md6 /volume0 ext4 rw 0 0\n/dev/md7 /volume1 ext4 rw 0 0\n", "sed -i 's/md7/md2/' ",
+         "umount -f ROOT/volume0\n", live},
+    };
+    for (const auto &[mounts, then, calls, left] : cases) {
+        root.mounts(mounts);
+        root.real_umount(*then ? then + std::string("\"$MORV_ROOT/proc/mounts\"") : "");
+        EXPECT_EQ(MORVVolRemoveStaleVolumes(), 0);
+        EXPECT_EQ(root.calls(), calls) << mounts;
+        EXPECT_EQ(root.read("proc/mounts"), "rootfs / rootfs rw 0 0\n" + left);
+        EXPECT_EQ(root.read("etc/fstab"), fstab) << mounts;
+        EXPECT_EQ(root.files(), files) << mounts;
+    }
+}
+
+TEST_F(Export, ALackOfMemoryLeavesNoLockAndNoServiceStopped) {
+    root.real_umount();
+    const std::string umount = root.read("bin/umount"), fstab = root.read("etc/fstab");
+    root.tool("usr/morv/etc/rc.d/S20samba", "rm -f \"$MORV_ROOT/held\"");
+    root.tool("bin/umount", "[ ! -e \"$MORV_ROOT/held\" ] || exit 1\n" + umount.substr(umount.find("line=")));
+    const auto call = [&](int nth) {
+        const int result = VolumeUnExport("/volume10");
+        const bool reached = AllocFault::disarm();
+        const std::string calls = root.calls();
+        EXPECT_EQ(calls.find(" stop\n") != calls.npos, calls.ends_with("S20samba start\n")) << nth << calls;
+        EXPECT_EQ(in_child([] {
+                      ErrMLIBFileResetLock(0);
+                      return ErrMLIBFileLock(MORV_LOCK_FSTAB | MORV_LOCK_WRITE, 0);
+                  }),
+                  0)
+            << nth << " is still locked";
+        EXPECT_TRUE(result != 0 || root.read("etc/fstab").find("/volume10") == std::string::npos) << nth;
+        root.write("held", "");
+        root.write("etc/fstab", fstab);
+        mount();
+        return reached;
+    };
+    root.write("held", "");
+    EXPECT_GT(for_each_alloc_fault(call, true), 20);
+}
+
 TEST(TargetPrograms, AreEndedWhereTheyServeTheVolume) {
     const ScratchRoot root;
     const std::string program =
         root.write("iscsi_target.cgi", "#!/bin/sh\ntrap '' HUP\nwhile :; do sleep 1; done\n", 0755);
     const std::string other = root.write("other.cgi", "#!/bin/sh\nwhile :; do sleep 1; done\n", 0755);
-    const auto start = [](const std::string &path, const char *argument) {
+    const auto start = [](const std::vector<const char *> &arguments, const char *file = nullptr) {
         const pid_t child = fork();
         if (child == 0) {
-            execl(path.c_str(), path.c_str(), "-t", argument, nullptr);
+            std::vector<const char *> all = arguments;
+            all.push_back(nullptr);
+            execv(file ? file : all[0], const_cast<char *const *>(all.data()));
             _exit(127);
         }
         // Until it is the program, not a copy of this one.
@@ -247,8 +329,11 @@ TEST(TargetPrograms, AreEndedWhereTheyServeTheVolume) {
             usleep(1000);
         return child;
     };
-    const pid_t served = start(program, "/volume987654"), another = start(program, "/volume9876"),
-                stranger = start(other, "/volume987654");
+    // The last one as an editor that is the same file as the shell would be called.
+    const pid_t served = start({program.c_str(), "-t", "/volume987654"}),
+                another = start({program.c_str(), "-t", "/volume9876"}),
+                stranger = start({other.c_str(), "-t", "/volume987654"}),
+                editor = start({"vi", program.c_str(), "/volume987654"}, "/bin/sh");
     EXPECT_EQ(MORVVolStopCGI("/volume987654"), 0);
     EXPECT_EQ(kill(served, 0), 0) << "ended in spite of the system root";
     MORVSysRootSet("");
@@ -256,7 +341,7 @@ TEST(TargetPrograms, AreEndedWhereTheyServeTheVolume) {
     int status = 0;
     EXPECT_EQ(waitpid(served, &status, WNOHANG), served);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
-    for (const pid_t left : {another, stranger}) {
+    for (const pid_t left : {another, stranger, editor}) {
         EXPECT_EQ(waitpid(left, nullptr, WNOHANG), 0);
         kill(left, SIGKILL);
         waitpid(left, nullptr, 0);

@@ -223,10 +223,12 @@ class ShareChange : ConfChange {
         return lock_.release();
     }
 
-    int remove(const char *name, ShareFolder folder) {
+    // top: null to remove the folder, too; else where the share has to lie
+    int remove(const char *name, const char *top) {
         if (!upper_name(name, old_key_)) return ERR_NO_SUCH_SHARE;
         if (const int code = open()) return code;
         if (const int code = read_old()) return code;
+        if (top && !lies_below(old_->szPath, top)) return ERR_NO_SUCH_SHARE;
         TextChange change(text());
         for (ConfSections sections(text()); sections.next();) {
             if (is_named(sections.section, old_key_))
@@ -234,12 +236,12 @@ class ShareChange : ConfChange {
         }
         files_->set(AccountFile::kSmbConf, change.finish());
         // Where the folder stays, others in it lose nothing with the line of this one.
-        const auto is_needed = folder == ShareFolder::kRemove ? is_needed_by_others : is_path_of_others;
+        const auto is_needed = top ? is_path_of_others : is_needed_by_others;
         const bool is_ours = names_folder(old_->szPath) && !is_needed(old_->szPath, text(), old_key_);
         if (is_ours) {
             if (const int code = edit_exports_to({})) return code;
         }
-        const bool goes = folder == ShareFolder::kRemove && is_ours && may_be_taken_away(old_->szPath);
+        const bool goes = !top && is_ours && may_be_taken_away(old_->szPath);
         bool in_effect;
         if (const int code = commit(&in_effect)) return code;
         update_mirror(
@@ -679,8 +681,12 @@ int set_share(const char *old_name, const MORVSHARE &share) noexcept {
     return no_throw([&] { return ShareChange().set(old_name, share); });
 }
 
-int delete_share(const char *name, ShareFolder folder) noexcept {
-    return no_throw([&] { return ShareChange().remove(name, folder); });
+int delete_share(const char *name) noexcept {
+    return no_throw([&] { return ShareChange().remove(name, nullptr); });
+}
+
+int forget_share(const char *name, const char *top) noexcept {
+    return no_throw([&] { return ShareChange().remove(name, top); });
 }
 
 int change_reserved(const char *section, const MLIBSZHASH *pairs) noexcept {

@@ -10,10 +10,12 @@ namespace morv {
 // All take the lock, and answer 0 or an error code.
 int set_share(const char *old_name, const MORVSHARE &share) noexcept;
 
-// What becomes of the folder of a share that is deleted. It is to be left where its volume is gone: what has
-// its path by now is not the share's.
-enum class ShareFolder { kRemove, kLeave };
-int delete_share(const char *name, ShareFolder folder = ShareFolder::kRemove) noexcept;
+// Removes a share, and its folder unless that is needed.
+int delete_share(const char *name) noexcept;
+
+// Removes a share that lies at a path or below, and leaves its folder: where a volume is gone, what has the
+// path by now is not the share's. ERR_NO_SUCH_SHARE also for one that lies elsewhere.
+int forget_share(const char *name, const char *top) noexcept;
 
 // pairs: null to remove the section
 int change_reserved(const char *section, const MLIBSZHASH *pairs) noexcept;

@@ -39,6 +39,17 @@ void set_system_root(const char *dir) noexcept {
     root.known = true;
 }
 
+bool leads_down(std::string_view path) noexcept {
+    if (!path.starts_with('/')) return false;
+    while (!path.empty()) {
+        path.remove_prefix(1);
+        const std::string_view name = path.substr(0, path.find('/'));
+        if (name.empty() || name == "." || name == "..") return false;
+        path.remove_prefix(name.size());
+    }
+    return true;
+}
+
 SysPath::SysPath(const char *path) noexcept {
     const int length = snprintf(text_, sizeof text_, "%s%s", system_root(), path);
     if (length < 0 || size_t(length) >= sizeof text_) text_[0] = '\0';

@@ -3,6 +3,8 @@
 
 #include <limits.h>
 
+#include <string_view>
+
 namespace morv {
 
 // A path of the system below the system root: empty on an appliance, a folder when somebody works on an image
@@ -15,6 +17,10 @@ class SysPath {
   private:
     char text_[PATH_MAX];
 };
+
+// Whether an absolute path only leads downwards: no name in it is empty, "." or "..". Others may lead out of
+// the system root.
+bool leads_down(std::string_view path) noexcept;
 
 // Makes `dir` (absolute, without a slash at its end; "" for none) the root.
 void set_system_root(const char *dir) noexcept;

@@ -28,6 +28,7 @@ bool is_ext(std::string_view type) noexcept {
 
 // A crashed array gives nothing to read; that its file system is mounted is worth telling all the same.
 int32_t read_state(const char *device) noexcept {
+    if (!leads_down(device)) return FS_STATE_UNKNOWN;
     const UniqueFd fd(open(SysPath(device).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     char superblock[kState + 2];
     ssize_t got;

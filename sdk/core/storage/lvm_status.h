@@ -18,7 +18,7 @@ namespace morv {
 
 class LvmStatus {
   public:
-    // Reads the file; without one, or with one that neither root nor this process's user has written, there
+    // Reads the file; without a regular one, or with one that neither root nor this process's user has written, there
     // are no groups. Answers 0, ERR_OPEN_FAILED, ERR_FORMAT_ERROR (longer than 1 MiB) or ERR_OUT_OF_MEMORY.
     // May throw std::bad_alloc.
     int load();
@@ -40,8 +40,8 @@ class LvmStatus {
 // std::bad_alloc.
 int append_group(const LVM_VG_INFO &group, std::string &text);
 
-// Replaces the file. Answers 0, ERR_BAD_PARAMETERS (longer than could be read back), ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED or another code of the
-// replacement file.
+// Replaces the file. Answers 0, ERR_BAD_PARAMETERS (longer than could be read back), ERR_OPEN_FAILED,
+// ERR_WRITE_FAILED, ERR_RENAME_FAILED or another code of the replacement file.
 int write_lvm_status(std::string_view text) noexcept;
 
 }  // namespace morv

@@ -58,7 +58,7 @@ bool parse_mount(std::span<char> line, Mount &mount) noexcept {
             field = decode_mount_field(line.subspan(size_t(field.data() - text.data()), field.size()));
     }
     mount = {fields[0], fields[1], fields[2], fields[3]};
-    return true;
+    return mount.point == "/" || leads_down(mount.point);
 }
 
 int mounts_not_opened(int priority) noexcept {

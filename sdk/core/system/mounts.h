@@ -15,7 +15,7 @@ namespace morv {
 // A line. Views the file's text; escapes are decoded.
 struct Mount {
     std::string_view device;
-    std::string_view point;    // absolute
+    std::string_view point;    // absolute, without "." and ".."
     std::string_view type;     // "" where the line ends before it
     std::string_view options;  // "rw,relatime"
 
@@ -44,9 +44,6 @@ class Mounts {
 
     // What is mounted at a path: the last one, which hides those below it. Null for nothing.
     const Mount *at(std::string_view point) const noexcept;
-
-    // Whether this is the one that `at` answers for its mount point.
-    bool is_visible(const Mount &mount) const noexcept { return at(mount.point) == &mount; }
 
     // The mount point that an absolute path lies on; empty when none is known.
     std::string_view find(std::string_view path) const noexcept;

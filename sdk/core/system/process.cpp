@@ -61,6 +61,14 @@ std::string_view Process::arguments(std::span<char> room) const noexcept {
     return read_of(pid_, "cmdline", room);
 }
 
+std::string_view Process::program(std::span<char> room) const noexcept {
+    char link[64];
+    snprintf(link, sizeof link, "/proc/%d/exe", pid_);
+    const ssize_t size = readlink(SysPath(link).c_str(), room.data(), room.size());
+    return size < 0 || size_t(size) >= room.size() ? std::string_view()
+                                                   : std::string_view(room.data(), size_t(size));
+}
+
 bool Process::signal(int number) const noexcept {
     const long done =
         fd_ ? syscall(SYS_pidfd_send_signal, fd_.get(), number, nullptr, 0) : kill(pid_, number);

@@ -27,6 +27,10 @@ class Process {
     std::string_view name(std::span<char> room) const noexcept;
     std::string_view arguments(std::span<char> room) const noexcept;
 
+    // The file of the program that it runs, as the kernel names it: with " (deleted)" behind it where there
+    // is another by that name by now. Empty when it cannot be read, or does not fit.
+    std::string_view program(std::span<char> room) const noexcept;
+
     // Answers whether it worked, or the process has ended.
     bool signal(int number) const noexcept;
 
