@@ -219,6 +219,9 @@ MORV_API int RAIDListSearch(const RAID_LIST *pList, const RAID_CRITERIA *pCriter
  * spares:  hot spares, 0 or more and less than the members; raid0 and linear have none
  * members: devices; where fewer than count + spares are listed, "missing" stands for the others
  *
+ * mdadm takes the metadata that "/etc/mdadm.conf" names; with 0.90 it makes no raid0. Missing members stand
+ * behind the listed ones, so that with spares mdadm takes the missing ones for those.
+ *
  * The size limit (RAIDSizeLimitGet) is kept to. Returns 0, or -1: ERR_SYS_UNKNOWN when mdadm failed or could
  * not be run, ERR_OUT_OF_MEMORY; for arguments that cannot be used only a log line says so. */
 MORV_API int RAIDCreate(const char *path, int type, int count, int spares,
