@@ -48,10 +48,9 @@ MORV_API int PartitionCreate(const char *disk, int kind) MORV_NOEXCEPT;
 /* Removes partitions of a disk: those of the kinds in the mask, with PARTITION_ALL all that it has. What
  * they hold stays on the disk until something is made in their place.
  *
- * Returns 0; or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (no such disk), ERR_DEVICE_BUSY (a partition
- * is mounted, member of a running array, or open), ERR_SYS_UNKNOWN (sfdisk failed), or the codes of
- * DiskSizeGet:
- * nothing was changed then. */
+ * Returns 0; or -1 with ERR_BAD_PARAMETERS, ERR_PATH_NOT_FOUND (no such disk), ERR_DEVICE_BUSY (a
+ * partition, or with PARTITION_ALL the disk itself, is mounted, member of a running array, or open),
+ * ERR_SYS_UNKNOWN (sfdisk failed), or the codes of DiskSizeGet: nothing was changed then. */
 MORV_API int PartitionClean(const char *disk, int kinds) MORV_NOEXCEPT;
 
 /* Sets the read-ahead of a block device, in sectors of 512 bytes.

@@ -134,6 +134,7 @@ typedef struct RAID_SYSTEM {
  *   ERR_INVALID_ARRAY      the path is not "/dev/md" and a number
  *   ERR_OPEN_FAILED        the device (systems that make devices by themselves have none for an array that
  *                          does not run), or a member's file below "/sys", does not open
+ *   ERR_INVALID_PATH       the name of a member is too long
  *   ERR_READ_FAILED        a member's file is empty
  *   ERR_PATH_NOT_FOUND     the array went away meanwhile
  *   ERR_UNKNOWN            another answer of the kernel
@@ -229,7 +230,8 @@ MORV_API int RAIDCreate(const char *path, int type, int count, int spares,
 
 /* Adds a member, a spare until the array needs it. RAIDAddRobustCheck looks first whether it is large enough.
  * Return 0, or -1; RAIDAdd with ERR_SYS_UNKNOWN (mdadm failed) or no code (bad arguments), RAIDAddRobustCheck
- * with ERR_PATH_NOT_FOUND (no such array or device), ERR_SYS_UNKNOWN, ERR_NOT_ENOUGH_SPACE,
+ * with ERR_PATH_NOT_FOUND (no such device, or an array that does not run), ERR_SYS_UNKNOWN
+ * (either cannot be read, or mdadm failed), ERR_NOT_ENOUGH_SPACE,
  * ERR_BAD_PARAMETERS. */
 MORV_API int RAIDAdd(const char *path, const char *device) MORV_NOEXCEPT;
 MORV_API int RAIDAddRobustCheck(const char *path, const char *device) MORV_NOEXCEPT;

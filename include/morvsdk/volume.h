@@ -264,8 +264,8 @@ MORV_API int VolumeWritableGetFirst(const VOLUME_MOUNT *pList, int mask, char *b
 /* ---- Work on volumes ------------------------------------------------------------------------------- */
 
 /* Whether a running process works on a volume, as it says in "/tmp/webman/modules/volume"; what is
- * no regular file or has more than 64 KiB counts as missing. pProgress: null, or what gets what it does, when it does. Returns 1, 0, or
- * -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. */
+ * no regular file or has more than 64 KiB counts as missing. pProgress: null, or what gets what it does,
+ * when it does. Returns 1, 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED or ERR_OUT_OF_MEMORY. */
 MORV_API int VolumeIsActioning(const char *path, VOLUME_PROGRESS *pProgress) MORV_NOEXCEPT;
 
 /* Takes a volume out of service, mounted or not:
@@ -293,13 +293,14 @@ MORV_API int VolumeUnExport(const char *path) MORV_NOEXCEPT;
  * "/dev/md..." that the kernel does not run, or on a group that has physical volumes, all of them such
  * arrays. An array that merely cannot be asked is not gone. What is mounted is looked at anew before each is
  * unmounted, and only what lies on arrays that are gone goes, with what is mounted in it; where something
- * else is mounted under it, shares and lines of "/etc/fstab" stay. Goes on after a failure. Returns 0, or -1
- * with the code of the last failure. */
+ * else is mounted under it, shares and lines of "/etc/fstab" stay. Goes on after a failure. Returns 0,
+ * also when a volume stays for that (the log tells), or -1 with the code of the last failure. */
 MORV_API int MORVVolRemoveStaleVolumes(void) MORV_NOEXCEPT;
 
 /* Ends the processes that serve an iSCSI target from a volume: those that run "iscsi_target.cgi",
- * themselves or as the script of an interpreter, with the volume's path as an argument, by SIGTERM, and after 5 seconds by SIGKILL; not the caller itself. With a
- * system root nothing is ended: the machine's processes are not the image's.
+ * themselves or as the script of an interpreter, with the volume's path as an argument, by SIGTERM, and
+ * after 5 seconds by SIGKILL; not the caller itself. With a system root nothing is ended: the machine's
+ * processes are not the image's.
  *
  * target: the path of the volume
  *

@@ -7,7 +7,7 @@
 using namespace morv;
 
 extern "C" int DiskSizeGet(const char *device, uint64_t *pSectors) noexcept {
-    if (!device || !pSectors) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!device || !pSectors) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     uint64_t sectors;
     const int code = no_throw([&] { return read_device_size(device, sectors); });
     if (code == ERR_PATH_NOT_FOUND) return 0;

@@ -21,16 +21,18 @@ static int clean(const char *device, int kinds) {
     for (const Partition &partition : disk.partitions) {
         if (is_wanted(partition, kinds)) partitions.push_back(partition);
     }
-    size_t entries = partitions.size();
-    if (kinds == PARTITION_ALL) {
-        if (const int code = count_entries(disk, entries)) return code;
-    }
-    if (partitions.empty() && entries == 0) return 0;
-    return remove_partitions(disk, partitions, kinds == PARTITION_ALL);
+    if (kinds != PARTITION_ALL)
+        return partitions.empty() ? 0 : remove_partitions(disk, partitions, Table::kNamed);
+    // Of a disk that is used as a whole the kernel may know no partitions, whatever its first sectors say.
+    if (const int code = check_unused(disk.device)) return code;
+    std::vector<Entry> entries;
+    if (const int code = read_entries(disk, entries)) return code;
+    return remove_partitions(disk, partitions, entries.empty() ? Table::kNone : Table::kAll);
 }
 
 extern "C" int PartitionClean(const char *disk, int kinds) noexcept {
-    if (!disk || kinds < PARTITION_SYSTEM || kinds > PARTITION_ALL) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!disk || kinds < PARTITION_SYSTEM || kinds > PARTITION_ALL)
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return clean(disk, kinds); });
     if (code) {
         MORV_LOG(LOG_ERR, "Failed to remove partitions of %s, errno=%m", disk);

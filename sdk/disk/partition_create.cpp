@@ -48,15 +48,19 @@ static int create(const char *device, int kind) {
     if (const int code = read_disk(device, disk)) return code;
     if (disk.device != device || disk.is_made_of_others) return ERR_BAD_PARAMETERS;
     // A table with partitions that the kernel does not know is not to be written over.
-    size_t entries;
-    if (const int code = count_entries(disk, entries)) return code;
-    if (entries != disk.partitions.size()) return ERR_DEVICE_BUSY;
+    std::vector<Entry> entries;
+    if (const int code = read_entries(disk, entries)) return code;
+    const bool is_known = std::all_of(entries.begin(), entries.end(), [&](const Entry &entry) {
+        const Partition *const partition = disk.find(entry.number);
+        return partition && partition->start == entry.start;
+    });
+    if (!is_known || entries.size() != disk.partitions.size()) return ERR_DEVICE_BUSY;
     return kind == PARTITION_SYSTEM ? create_system(disk) : create_data(disk);
 }
 
 extern "C" int PartitionCreate(const char *disk, int kind) noexcept {
     if (!disk || (kind != PARTITION_SYSTEM && kind != PARTITION_DATA))
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return create(disk, kind); });
     if (code) {
         MORV_LOG(LOG_ERR, "Failed to create partitions of kind %d on %s, errno=%m", kind, disk);

@@ -7,7 +7,7 @@
 using namespace morv;
 
 extern "C" int PartitionLayoutGet(const char *device, int *pLayout) noexcept {
-    if (!device || !pLayout) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!device || !pLayout) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     int layout = DISK_LAYOUT_LARGE;
     const int code = no_throw([&] {
         Disk disk;

@@ -11,7 +11,8 @@
 using namespace morv;
 
 extern "C" int MORVSysBlkDevReadAheadSet(const char *device, int sectors) noexcept {
-    if (!device || !is_device(device) || sectors < 0) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!device || !is_device(device) || sectors < 0)
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const UniqueFd fd(open(SysPath(device).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!fd) {
         MORV_LOG(LOG_ERR, "Failed to open %s, errno=%m", device);

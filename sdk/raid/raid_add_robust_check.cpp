@@ -12,7 +12,7 @@ static int code_of(int answer) {
 }
 
 extern "C" int RAIDAddRobustCheck(const char *path, const char *device) noexcept {
-    if (!path || !device) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!path || !device) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     RAID_INFO *info = nullptr;
     if (const int code = code_of(RAIDInfoGet(path, &info))) {
         MORV_LOG(LOG_ERR, "Failed to get information of %s, errno=%m", path);

@@ -39,9 +39,11 @@ static int clean(const RAID_INFO &array, std::string_view uuid) {
 }
 
 extern "C" int RAIDCleanSuperblock(const RAID_INFO *pInfo, const char *uuid) noexcept {
-    if (!pInfo || !uuid) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pInfo || !uuid) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const std::string_view wanted(uuid, strcspn(uuid, " "));
-    if (wanted.empty()) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (wanted.empty()) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return clean(*pInfo, wanted); });
-    return code ? MORV_FAIL(code, -1) : 0;
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to clean the superblocks of %s, errno=0x%X",
+                         pInfo->szPath, unsigned(code));
 }

@@ -41,7 +41,10 @@ static int create(const char *path, int type, const char *level, int count, int 
                   const MLIBSZLIST *members) {
     const bool has_spares = type == RAID_TYPE_RAID1 || type == RAID_TYPE_RAID5 || type == RAID_TYPE_RAID6;
     uint32_t limit;
-    if (const int code = read_size_limit(limit)) return code;
+    if (const int code = read_size_limit(limit)) {
+        MORV_LOG(LOG_ERR, "Failed to look for /tmp/volume.*, errno=%m");
+        return code;
+    }
 
     const std::string array = SysPath(path).c_str();
     std::vector<std::string> devices;

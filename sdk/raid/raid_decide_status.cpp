@@ -1,6 +1,6 @@
 #include <morvsdk/raid.h>
 
-#include "core/base/fail.h"
+#include "core/base/log.h"
 
 static int64_t tolerance_of(const mdu_array_info_t &array) {
     switch (array.level) {
@@ -30,7 +30,7 @@ static int32_t decide(const mdu_array_info_t &array, const RAID_DISK *disks) {
 
 extern "C" int RAIDStatusDecide(const mdu_array_info_t *pArray, const RAID_DISK *pDisks,
                                 int32_t *pStatus) noexcept {
-    if (!pArray || !pStatus) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pArray || !pStatus) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     *pStatus = decide(*pArray, pDisks);
     return 0;
 }

@@ -39,9 +39,9 @@ static int read_status(const char *entry, int32_t &status) {
 }
 
 extern "C" RAID_DISK *RAIDDiskCreate(const char *entry) noexcept {
-    if (!entry) return MORV_FAIL(ERR_BAD_PARAMETERS, nullptr);
+    if (!entry) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, nullptr, "Bad parameters");
     MallocPtr<RAID_DISK> disk(static_cast<RAID_DISK *>(calloc(1, sizeof(RAID_DISK))));
-    if (!disk) return MORV_FAIL(ERR_OUT_OF_MEMORY, nullptr);
+    if (!disk) return MORV_LOG_FAIL(LOG_DEBUG, ERR_OUT_OF_MEMORY, nullptr, "Out of memory");
     constexpr std::string_view kPrefix = "dev-", kFolder = "/dev/";
     std::string_view name = last_name(entry);
     if (!name.starts_with(kPrefix) || name.size() - kPrefix.size() + kFolder.size() >= sizeof disk->szPath) {

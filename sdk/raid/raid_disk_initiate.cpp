@@ -26,7 +26,7 @@ extern "C" int RAIDDiskInit(const char *disk, int mode) noexcept {
     // With the number of a partition behind it, a name that ends in a digit would be that of another disk.
     const bool is_disk = disk && without_partition(disk) == disk;
     if (!is_disk || (mode != RAID_INIT_MEMBER && mode != RAID_INIT_CLEAN))
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int result = mode == RAID_INIT_CLEAN ? PartitionClean(disk, PARTITION_ALL) : make_member(disk);
     if (result != 0) MORV_LOG(LOG_ERR, "Failed to initiate %s, errno=0x%X", disk, unsigned(MLIBErrGet()));
     return result;

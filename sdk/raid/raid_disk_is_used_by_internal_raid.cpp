@@ -9,7 +9,7 @@
 using namespace morv;
 
 extern "C" int RAIDDiskIsUsedByInternalRAID(const char *disk) noexcept {
-    if (!disk) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!disk) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     int found = -1;
     int32_t number = 0;
     const int code = no_throw([&] {

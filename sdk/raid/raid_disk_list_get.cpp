@@ -29,7 +29,7 @@ static int read_disks(int32_t number, DisksPtr &disks) {
         const std::string entry = std::string(folder).append("/").append(name);
         RAID_DISK *const disk = RAIDDiskCreate(entry.c_str());
         // One that was taken out of the array since it was listed is no member.
-        if (!disk && MLIBErrGet() == ERR_OPEN_FAILED && is_gone(entry)) continue;
+        if (!disk && MLIBErrGet() != ERR_OUT_OF_MEMORY && is_gone(entry)) continue;
         if (!disk) return MLIBErrGet();
         RAID_DISK *head = disks.release();
         RAIDDiskListPush(&head, disk);
@@ -39,7 +39,7 @@ static int read_disks(int32_t number, DisksPtr &disks) {
 }
 
 extern "C" int RAIDDiskListGet(const char *path, RAID_DISK **ppDisks) noexcept {
-    if (!path || !ppDisks) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!path || !ppDisks) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     int32_t number;
     if (!array_number(path, number)) {
         MORV_LOG(LOG_DEBUG, "invalide path %s, errno=%m", path);

@@ -1,9 +1,9 @@
 #include <morvsdk/raid.h>
 
-#include "core/base/fail.h"
+#include "core/base/log.h"
 
 extern "C" int RAIDDiskListPush(RAID_DISK **ppDisks, RAID_DISK *pDisk) noexcept {
-    if (!ppDisks || !pDisk) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!ppDisks || !pDisk) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     pDisk->pNext = *ppDisks;
     *ppDisks = pDisk;
     return 0;

@@ -6,7 +6,7 @@
 #include "core/base/log.h"
 
 extern "C" int RAIDExpansible(const RAID_INFO *pInfo, uint64_t *pKiB) noexcept {
-    if (!pInfo || !pKiB) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pInfo || !pKiB) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     uint64_t smallest = UINT64_MAX;
     for (const RAID_DISK *disk = pInfo->pDisks; disk; disk = disk->pNext) {
         uint64_t sectors;

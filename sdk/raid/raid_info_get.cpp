@@ -71,14 +71,15 @@ static bool read_state(int fd, const mdu_array_info_t &array, RAID_INFO &info) {
 
 extern "C" int RAIDInfoGet(const char *path, RAID_INFO **ppInfo) noexcept {
     int32_t number;
-    if (!path || !ppInfo) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!path || !ppInfo) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     if (!array_number(path, number)) {
         MORV_LOG(LOG_DEBUG, "invalide path %s, errno=%m", path);
         return MORV_FAIL(ERR_INVALID_ARRAY, -1);
     }
     InfoPtr info(static_cast<RAID_INFO *>(calloc(1, sizeof(RAID_INFO))));
-    if (!info) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
-    if (!copy_text(info->szPath, path)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!info) return MORV_LOG_FAIL(LOG_DEBUG, ERR_OUT_OF_MEMORY, -1, "Out of memory");
+    if (!copy_text(info->szPath, path))
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     info->number = number;
 
     const UniqueFd fd(open(SysPath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));

@@ -4,7 +4,7 @@
 using namespace morv;
 
 extern "C" int RAIDIoctlInfo(int fd, mdu_array_info_t *pArray) noexcept {
-    if (!pArray) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pArray) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     mdu_array_info_t answer = {};
     if (const int code = md_description(fd, answer)) {
         MORV_LOG(LOG_DEBUG, "Failed to ioctl for array info, errno=%m");

@@ -4,7 +4,7 @@
 using namespace morv;
 
 extern "C" int RAIDIoctlSize(int fd, uint64_t *pBytes) noexcept {
-    if (!pBytes) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pBytes) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     uint64_t answer = {};
     if (const int code = md_size(fd, answer)) {
         MORV_LOG(LOG_DEBUG, "Failed to ioctl for size, errno=%m");

@@ -8,7 +8,7 @@
 using namespace morv;
 
 extern "C" int RAIDIsDetected(const char *path) noexcept {
-    if (!path) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!path) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const UniqueFd fd(open(SysPath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!fd) {
         MORV_LOG(LOG_DEBUG, "Failed to open %s, errno=%m", path);

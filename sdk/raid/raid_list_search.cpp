@@ -19,9 +19,10 @@ static bool has_flag(const RAID_INFO &info, const int32_t *rebuilding) {
 
 extern "C" int RAIDListSearch(const RAID_LIST *pList, const RAID_CRITERIA *pCriteria,
                               RAID_INFO **ppInfo) noexcept {
-    if (!pCriteria) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pCriteria) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const bool has_mode = pCriteria->mode == RAID_SEARCH_ARRAY || pCriteria->mode == RAID_SEARCH_MEMBER;
-    if (pCriteria->szKey && !has_mode) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (pCriteria->szKey && !has_mode)
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     for (const RAID_LIST *node = pList; node; node = node->pNext) {
         if (!node->pInfo) {
             MORV_LOG(LOG_DEBUG, "RAID_INFO is NULL");

@@ -25,7 +25,10 @@ static int read_number(int &number) {
         return code;
     }
     const int64_t value = leading_number(output);
-    if (value < 0 || value > INT32_MAX) return ERR_FORMAT_ERROR;
+    if (value < 0 || value > INT32_MAX) {
+        MORV_LOG(LOG_ERR, "Not a number of disks: %s", output.c_str());
+        return ERR_FORMAT_ERROR;
+    }
     number = int(value);
     return 0;
 }

@@ -21,7 +21,7 @@ static int set_size(const char *path, int size) {
 }
 
 extern "C" int MORVRAIDMdStripeCacheSizeSet(const char *path, int size) noexcept {
-    if (!path) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!path) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     if (!std::string_view(path).starts_with("/dev/md") || !is_device(path)) {
         MORV_LOG(LOG_ERR, "Illegal path : '%s', skip setting stripe size. ", path);
         return MORV_FAIL(ERR_BAD_PARAMETERS, -1);

@@ -28,7 +28,7 @@ extern "C" int RAIDMdStripeSizeGet(const char *path) noexcept {
     RAID_INFO *found = nullptr;
     const int answer = RAIDInfoGet(path, &found);
     if (answer < 0) return -1;
-    if (answer == 0) return MORV_FAIL(ERR_PATH_NOT_FOUND, -1);
+    if (answer == 0) return MORV_LOG_FAIL(LOG_DEBUG, ERR_PATH_NOT_FOUND, -1, "%s does not run", path);
     const std::unique_ptr<RAID_INFO, Releaser<RAIDInfoFree>> info(found);
     int data_disks = info->raidDisks;
     switch (info->type) {

@@ -23,7 +23,7 @@ static int push_arrays(MLIBSZLIST **list) {
 }
 
 extern "C" int RAIDPathEnum(MLIBSZLIST **ppList) noexcept {
-    if (!ppList || !*ppList) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!ppList || !*ppList) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const int code = no_throw([&] { return push_arrays(ppList); });
     return code ? MORV_FAIL(code, -1) : 0;
 }

@@ -4,8 +4,7 @@
 
 extern "C" int RAIDRemove(const RAID_INFO *pInfo) noexcept {
     if (!pInfo) {
-        MORV_LOG(LOG_ERR, "Bad parameters");
-        return -1;
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     }
     // Only a running array tells its UUID.
     char uuid[sizeof RAID_SB{}.szUUID];

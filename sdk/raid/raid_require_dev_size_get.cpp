@@ -19,7 +19,7 @@ static int reserve_of(const RAID_INFO &array, uint64_t &bytes) {
 }
 
 extern "C" int RAIDRequireDevSizeGet(const RAID_INFO *pInfo, uint64_t *pBytes) noexcept {
-    if (!pInfo || !pBytes) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pInfo || !pBytes) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     if (pInfo->type == RAID_TYPE_RAID0 || pInfo->type == RAID_TYPE_LINEAR) {
         *pBytes = 0;
         return 0;
@@ -31,7 +31,8 @@ extern "C" int RAIDRequireDevSizeGet(const RAID_INFO *pInfo, uint64_t *pBytes) n
         return MORV_FAIL(code, -1);
     }
     if (__builtin_add_overflow(pInfo->componentSize, reserve + kSuperblock, &bytes))
-        return MORV_FAIL(ERR_UNKNOWN, -1);
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_UNKNOWN, -1, "The size of the members of %s is not known",
+                             pInfo->szPath);
     *pBytes = bytes;
     return 0;
 }

@@ -60,7 +60,7 @@ static int scan(const MLIBSZLIST &devices, int mode, ListPtr &list, int &count, 
 }
 
 extern "C" int RAIDScan(const MLIBSZLIST *devices, int mode, RAID_SB_LIST **ppList) noexcept {
-    if (!devices || !ppList) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!devices || !ppList) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     ListPtr list;
     int count = 0, failed = 0;
     const int code = no_throw([&] { return scan(*devices, mode, list, count, failed); });

@@ -7,7 +7,7 @@
 using namespace morv;
 
 extern "C" int RAIDSizeLimitGet(uint32_t *pKiB) noexcept {
-    if (!pKiB) return MORV_FAIL(ERR_BAD_PARAMETERS, 0);
+    if (!pKiB) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, 0, "Bad parameters");
     uint32_t kib = 0;
     const int code = no_throw([&] { return read_size_limit(kib); });
     if (code) {

@@ -19,7 +19,8 @@ static int read_superblock(const char *device, SuperblockText &found) {
 }
 
 extern "C" int RAIDSBGet(const char *device, RAID_SB *pSB) noexcept {
-    if (!device || !is_device(device) || !pSB) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!device || !is_device(device) || !pSB)
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     SuperblockText found;
     const int code = no_throw([&] { return read_superblock(device, found); });
     if (code == ERR_PATH_NOT_FOUND) return 0;

@@ -7,7 +7,7 @@
 using namespace morv;
 
 extern "C" int RAIDSystemAdd(const char *disk) noexcept {
-    if (!disk) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!disk) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     int added = -1;
     const int code = no_throw([&] {
         added = RAIDAdd("/dev/md0", partition_of(disk, kFirstSystemPartition).c_str());

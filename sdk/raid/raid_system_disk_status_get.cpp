@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/base/fail.h"
+#include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/storage/device_name.h"
 
@@ -20,7 +20,7 @@ static bool is_healthy(const RAID_DISK *member) {
 
 extern "C" int RAIDSystemDiskStatusGet(const RAID_SYSTEM *pSystem, const char *disk, int *pRepair) noexcept {
     if (!pSystem || !pSystem->pMd0 || !pSystem->pMd1 || !disk || !pRepair)
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const RAID_DISK *first = nullptr, *second = nullptr;
     const int code = no_throw([&] {
         const std::string whole(without_partition(disk));

@@ -14,7 +14,7 @@ static bool read_array(const char *path, RAID_INFO **info) {
 }
 
 extern "C" int RAIDSystemGet(RAID_SYSTEM *pSystem) noexcept {
-    if (!pSystem) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!pSystem) return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     RAID_SYSTEM system = {nullptr, nullptr};
     if (!read_array("/dev/md0", &system.pMd0) || !read_array("/dev/md1", &system.pMd1)) {
         RAIDSystemFree(&system);

@@ -28,10 +28,12 @@ static int read_uuid(const char *path, std::string &uuid) {
 }
 
 extern "C" int RAIDUUIDGet(const char *path, char *buffer, int size) noexcept {
-    if (!path || !is_device(path) || !buffer || size < 1) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!path || !is_device(path) || !buffer || size < 1)
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     std::string uuid;
     const int code = no_throw([&] { return read_uuid(path, uuid); });
     if (code) return MORV_FAIL(code, -1);
-    if (!copy_text({buffer, size_t(size)}, uuid)) return MORV_FAIL(ERR_NOT_ENOUGH_MEMORY, -1);
+    if (!copy_text({buffer, size_t(size)}, uuid))
+        return MORV_LOG_FAIL(LOG_DEBUG, ERR_NOT_ENOUGH_MEMORY, -1, "The buffer is too small");
     return 1;
 }

@@ -43,6 +43,9 @@ bool serves(const Process &process, std::string_view target) noexcept {
     std::string_view arguments = process.arguments(room);
     const std::string_view name = last_name(take_argument(arguments));
     const bool is_program = name == kProgram;
+    // Of an interpreter, the script stands behind the options.
+    while (!is_program && arguments.starts_with('-'))
+        take_argument(arguments);
     if (!is_program && (last_name(take_argument(arguments)) != kProgram || !is_interpreter(name) ||
                         !is_interpreter(last_name(process.program(file))))) {
         return false;

@@ -139,8 +139,9 @@ struct PartitionTools : Machine {
         // The table is what the kernel knows, and what a file adds.
         write("sbin/sfdisk", R"(#!/bin/sh
             if [ "$1" = --dump ]; then
-                cd "$MORV_ROOT/sys/block/${2##*/}" && for name in *[0-9]; do
-                    [ ! -e $name/start ] || echo "/dev/$name : start= 1, size= 1"
+                cd "$MORV_ROOT/sys/block/${2##*/}" && unit=$(cat queue/logical_block_size 2>/dev/null || echo 512)
+                for name in *[0-9]; do
+                    [ ! -e $name/start ] || echo "/dev/$name : start=  $(($(cat $name/start) * 512 / unit)), size= 1"
                 done
                 cat "$MORV_ROOT/more_entries" 2>/dev/null
                 exit 0
@@ -253,13 +254,27 @@ TEST(DiskInit, TakesBackAPartitionThatTheKernelRefusesOrThatCannotBeWiped) {
             EXPECT_EQ(DiskSizeGet("/dev/sdb3", &sectors), 0);
         }
     }
-    // A table that the kernel does not know may be that of somebody's data.
+    // A table that the kernel does not know, or knows otherwise, may be that of somebody's data.
     Disks machine;
     machine.write("more_entries", "/dev/sdb1 : start= 2048, size= 100\n");
     EXPECT_TRUE(gives(-1, ERR_DEVICE_BUSY, PartitionCreate("/dev/sdb", PARTITION_SYSTEM)));
+    machine.partition("sdb", 2, 4096, 100);
+    machine.write("sbin/sfdisk", "#!/bin/sh\necho '/dev/sdb1 : start= 4096, size= 100'\n", 0755);
+    EXPECT_TRUE(gives(-1, ERR_DEVICE_BUSY, PartitionCreate("/dev/sdb", PARTITION_SYSTEM)));
     EXPECT_EQ(machine.calls(), "");
+}
+
+TEST(DiskClean, RemovesATableThatTheKernelDoesNotKnowAndPartitionsWithoutATable) {
+    Disks machine;
+    machine.write("more_entries", "/dev/sdb1 : start= 2048, size= 100\n");
     EXPECT_EQ(PartitionClean("/dev/sdb", PARTITION_ALL), 0);
     EXPECT_EQ(machine.calls(), std::string(kNoReread) + "--delete /dev/sdb\n\n");
+    machine.partition("sdb", 1, 2048, 100);
+    machine.tool("sbin/sfdisk", "exit 1");
+    EXPECT_EQ(PartitionClean("/dev/sdb", PARTITION_ALL), 0);
+    EXPECT_EQ(machine.calls(), "sbin/sfdisk --dump /dev/sdb\n");
+    uint64_t sectors;
+    EXPECT_EQ(DiskSizeGet("/dev/sdb1", &sectors), 0);
 }
 
 TEST(DiskClean, LeavesTheKernelWithItsPartitionsWhateverFails) {
@@ -301,7 +316,7 @@ TEST(DiskClean, RemovesWhatIsAskedForOrNothing) {
             if (is_busy) kept.write("sys/block/sda/sda2/holders", "");
             if (!is_busy) {
                 kept.write("sbin/sfdisk", R"(#!/bin/sh
-                    [ "$1" != --dump ] || exit 0
+                    [ "$1" != --dump ] || { echo "/dev/sda1 : start= 63, size= 1"; exit 0; }
                     echo "sbin/sfdisk $*" | sed "s,$MORV_ROOT,,g" >>"$MORV_ROOT/calls"
                     exit 1)",
                            0755);

@@ -8,10 +8,14 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <charconv>
+
 #include "core/base/guard.h"
 #include "core/file/sys_path.h"
+#include "core/storage/device_name.h"
 #include "core/storage/logged_command.h"
 #include "core/text/lines.h"
+#include "core/text/trim.h"
 
 namespace morv {
 
@@ -100,20 +104,34 @@ int add_partition(const Disk &disk, const Partition &wanted) {
     return code;
 }
 
-int count_entries(const Disk &disk, size_t &count) {
+int read_entries(const Disk &disk, std::vector<Entry> &entries) {
     constexpr int kNoTable = 1;
+    const uint64_t unit = disk.sector_size / 512;
     std::string table;
     int status = 0;
     const int code = capture_tool(table, "/sbin/sfdisk --dump %s 2>/dev/null",
                                   {SysPath(disk.device.c_str()).c_str()}, &status);
     if (code && status != kNoTable) return code;
-    count = 0;
-    for (const std::string_view line : Lines(table))
-        count += line.find(" : start=") != line.npos;
+    entries.clear();
+    for (const std::string_view line : Lines(table)) {
+        // "/dev/sda3 : start=     6281416, size=    10000000, type=fd"
+        constexpr std::string_view kStart = " : start=";
+        const size_t at = line.find(kStart);
+        if (at == line.npos) continue;
+        const std::string_view device = line.substr(0, at);
+        const size_t digits = device.find_last_not_of("0123456789") + 1;
+        Entry entry = {-1, 0};
+        number_behind(device.substr(digits), "", entry.number);
+        uint64_t start = 0;
+        const std::string_view number = trim_blanks(line.substr(at + kStart.size()));
+        std::from_chars(number.data(), number.data() + number.size(), start);
+        entry.start = start * unit;
+        entries.push_back(entry);
+    }
     return 0;
 }
 
-int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions, bool all) {
+int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions, Table table) {
     UniqueFd fd;
     if (const int code = open_disk(disk, fd)) return code;
     // Everything that takes memory comes before the first change.
@@ -121,7 +139,7 @@ int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions
     std::vector<CommandValue> values = {device};
     std::string format = "/sbin/sfdisk --no-reread --no-tell-kernel --delete %s";
     // All are named by naming none; logical ones go with the one that they lie in.
-    for (size_t i = 0; i < partitions.size() && !all; ++i) {
+    for (size_t i = 0; i < partitions.size() && table == Table::kNamed; ++i) {
         values.emplace_back(partitions[i].number);
         format += " %d";
     }
@@ -133,7 +151,7 @@ int remove_partitions(const Disk &disk, const std::vector<Partition> &partitions
         code = tell_kernel(fd.get(), BLKPG_DEL_PARTITION, partitions[removed]);
         if (code == 0) ++removed;
     }
-    if (code == 0) code = MORV_RUN(format.c_str(), values);
+    if (code == 0 && table != Table::kNone) code = MORV_RUN(format.c_str(), values);
     if (code == 0) return 0;
     while (removed > 0)
         tell_kernel(fd.get(), BLKPG_ADD_PARTITION, partitions[--removed]);
