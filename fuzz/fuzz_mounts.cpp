@@ -49,7 +49,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     morv::remove_mount_point(text, point, rest);
     morv::remove_mount_point(rest, point, again);
     expect(rest == again);
-    const bool has_none = point.empty() || point.find_first_of(" \t\r\\") != point.npos;
+    // A slash at the end says nothing.
+    const bool has_none =
+        point.empty() || point.ends_with('/') || point.find_first_of(" \t\r\\") != point.npos;
     if (!has_none && text.find(point) == text.npos && text.find('\\') == text.npos) expect(rest == text);
     return 0;
 }

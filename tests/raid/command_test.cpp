@@ -154,6 +154,7 @@ TEST(RaidSuperblock, IsReadFromWhateverMdadmPrints) {
          "fc646850:65793a92:c7780c0e:bc15422d"},
         {"ARRAY /dev/md/2  metadata=1.2 UUID=a:b name=nas:2\n   spares=1", 1, 0, "/dev/md2", "a:b"},
         {"UUID=a:b\t/dev/md101", 1, 0, "/dev/md101", "a:b"},
+        {std::string("ARRAY /dev/md/2 UUID=a /dev/md3") + '\0' + "x UUID=", 1, 0, "/dev/md2", "a"},
         {"ARRAY /dev/md/nas:2 UUID=a", 1, 0, "/dev/md/nas:2", "a"},
         {longest + " /dev/md2 UUID=a", 1, 0, "/dev/md2", "a"},
         {longest + longest + " /dev/md2 UUID=a", -1, ERR_FORMAT_ERROR, "", ""},

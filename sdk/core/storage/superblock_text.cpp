@@ -49,14 +49,14 @@ SuperblockText parse_superblock(std::string_view output) noexcept {
         line.remove_prefix(end == line.npos ? line.size() : end + 1);
         std::string_view value;
         if (word.starts_with("/dev/md")) {
-            found.has_path = copy_path(found.sb, word);
+            found.has_path |= copy_path(found.sb, word);
         } else if (value_of(word, "UUID=", value)) {
-            found.has_uuid = !value.empty() && copy_text(found.sb.szUUID, value);
+            found.has_uuid |= !value.empty() && copy_text(found.sb.szUUID, value);
         } else if (value_of(word, "level=", value)) {
             found.sb.type = type_of(value);
             found.has_level = true;
         } else if (value_of(word, "num-devices=", value)) {
-            found.has_devices = number_behind(value, "", found.sb.devices);
+            found.has_devices |= number_behind(value, "", found.sb.devices);
         }
     }
     return found;
