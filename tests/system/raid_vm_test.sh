@@ -36,4 +36,4 @@ read -ra flags < <(PKG_CONFIG_PATH=$prefix/lib/pkgconfig pkg-config --cflags --l
 cc -std=c11 -O2 -Wall -Wextra -Werror -D_DEFAULT_SOURCE "$here/raid_vm/probe.c" -o "$tree/usr/bin/probe" "${flags[@]}"
 strip "$tree"/usr/bin/{morvctl,get_key_value,probe} "$tree"/usr/lib/libmorvsdk.so.*.*
 
-"$here/vm.sh" --disks "160M 160M 160M 160M 5G 5G 5G 3T" --limit 600 "$tree" /usr/bin/guest.sh
+"$here/vm.sh" --disks "160M 160M 160M 160M 5G 5G 5G 3T" --limit 1500 "$tree" /usr/bin/guest.sh
