@@ -4,8 +4,8 @@
 #include "core/base/fail.h"
 #include "core/base/log.h"
 #include "core/text/lines.h"
+#include "core/text/list_guard.h"
 #include "core/text/trim.h"
-#include "file/list_guard.h"
 #include "file/pair_lines.h"
 
 using namespace morv;

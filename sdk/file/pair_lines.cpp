@@ -5,9 +5,9 @@
 #include <string.h>
 
 #include "core/text/lines.h"
+#include "core/text/list_guard.h"
 #include "core/text/sections.h"
 #include "core/text/trim.h"
-#include "file/list_guard.h"
 
 namespace morv {
 

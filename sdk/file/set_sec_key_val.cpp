@@ -3,7 +3,7 @@
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
 #include "core/text/hash_text.h"
-#include "file/list_guard.h"
+#include "core/text/list_guard.h"
 #include "file/pair_lines.h"
 
 using namespace morv;

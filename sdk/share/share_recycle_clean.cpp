@@ -5,19 +5,16 @@
 #include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/text/case.h"
+#include "core/text/list_guard.h"
 #include "share/recycle.h"
 
 using namespace morv;
 
 namespace {
 
-struct ListRelease {
-    void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
-};
-
 // Answers an error code; -1 for a call that has set its own.
 int clean_all() {
-    std::unique_ptr<MLIBSZLIST, ListRelease> names(PslMLIBSzListAlloc(1024));
+    ListPtr names(PslMLIBSzListAlloc(1024));
     if (!names) return -1;
     MLIBSZLIST *list = names.release();
     const int found = MORVShareEnum(&list, 0);

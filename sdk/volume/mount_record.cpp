@@ -6,6 +6,7 @@
 #include <sys/vfs.h>
 
 #include "core/base/log.h"
+#include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/storage/volume_name.h"
 #include "core/text/field_text.h"
@@ -81,6 +82,25 @@ int list_mounts(int locations, MountListPtr &list, int &count, bool &has_room) {
     }
     list = std::move(read);
     return 0;
+}
+
+int enumerate_mounts(int locations, VOLUME_MOUNT **list, const char *stem, int line) noexcept {
+    MountListPtr mounts;
+    int count = 0;
+    bool has_room = true;
+    int code = ERR_BAD_PARAMETERS;
+    if (!list) {
+        log_line(LOG_DEBUG, stem, line, "Bad parameters");
+    } else if ((code = no_throw([&] { return list_mounts(locations, mounts, count, has_room); })) != 0) {
+        log_line(LOG_DEBUG, stem, line, "Failed to list mounted volumes, errno=0X%X", unsigned(code));
+    }
+    if (code == 0 && !has_room) MLIBErrSetEx(ERR_READ_FAILED, stem, line);
+    if (code) {
+        MLIBErrSetEx(code, stem, line);
+        return -1;
+    }
+    *list = mounts.release();
+    return count;
 }
 
 }  // namespace morv

@@ -20,4 +20,7 @@ int fill_mount(const VOLUME_ID &id, const Mount *mount, VOLUME_MOUNT &record, bo
 // their number. May throw std::bad_alloc.
 int list_mounts(int locations, MountListPtr &list, int &count, bool &has_room);
 
+// The same as an exported function answers it, in the name of the one whose stem and line are given.
+int enumerate_mounts(int locations, VOLUME_MOUNT **list, const char *stem, int line) noexcept;
+
 }  // namespace morv

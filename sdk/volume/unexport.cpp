@@ -20,6 +20,7 @@
 #include "core/storage/fstab.h"
 #include "core/system/process.h"
 #include "core/system/services.h"
+#include "core/text/list_guard.h"
 
 namespace morv {
 
@@ -62,15 +63,11 @@ int unmount(const char *path, MountTest test, bool &is_free) {
     }
 }
 
-struct ListFreer {
-    void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
-};
-
 int delete_shares(const char *path) {
     MLIBSZLIST *list = PslMLIBSzListAlloc(1024);
     if (!list) return ERR_OUT_OF_MEMORY;
     const int count = MORVShareEnumByMntPath(&list, path);
-    const std::unique_ptr<MLIBSZLIST, ListFreer> names(list);
+    const ListPtr names(list);
     if (count < 0) {
         const int code = MLIBErrGet();
         MORV_LOG(LOG_ERR, "Failed to list the shares in %s, errno=0X%X", path, unsigned(code));

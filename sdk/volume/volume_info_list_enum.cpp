@@ -7,15 +7,12 @@
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/storage/volume_name.h"
+#include "core/text/list_guard.h"
 #include "volume/volume_info.h"
 
 using namespace morv;
 
 namespace {
-
-struct ListFreer {
-    void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
-};
 
 class Enumeration {
   public:
@@ -52,7 +49,7 @@ class Enumeration {
     }
 
     int add_arrays() {
-        std::unique_ptr<MLIBSZLIST, ListFreer> arrays(PslMLIBSzListAlloc(1024));
+        ListPtr arrays(PslMLIBSzListAlloc(1024));
         if (!arrays) return ERR_OUT_OF_MEMORY;
         MLIBSZLIST *list = arrays.release();
         const int code = RAIDPathEnum(&list);

@@ -18,8 +18,7 @@ int read_lines(Mirror &mirror, const char *section, std::vector<std::string> &li
     std::string_view image;
     if (const int code = find_record(mirror.store[kShares], store_key(reserved_key(section)), &image))
         return code;
-    const std::unique_ptr<MLIBSZLIST, ListFreer> list(
-        MORVListDBUnpack(image.data(), static_cast<int>(image.size())));
+    const ListPtr list(MORVListDBUnpack(image.data(), static_cast<int>(image.size())));
     if (!list) return MLIBErrGet() == ERR_OUT_OF_MEMORY ? ERR_OUT_OF_MEMORY : ERR_STORE_INVALID;
     for (int i = 1; i < list->nItem; ++i)
         lines.emplace_back(list->pszItem[i]);

@@ -491,7 +491,7 @@ class ReservedChange : ConfChange {
         bool is_full = MLIBSzListPush(&list, name.c_str()) >= 0;
         for (const std::string &line : lines)
             is_full = is_full && MLIBSzListPush(&list, line.c_str()) >= 0;
-        const std::unique_ptr<MLIBSZLIST, ListFreer> owned(list);
+        const ListPtr owned(list);
         if (!is_full) return ERR_OUT_OF_MEMORY;
         return MORVListDBSet(mirror.store[kShares], name.c_str(), list) == 0 ? 0 : MLIBErrGet();
     }
@@ -615,8 +615,7 @@ class Dump {
                 continue;
             }
             if (code) return code;
-            std::unique_ptr<MLIBSZLIST, ListFreer> list(
-                MORVListDBUnpack(image.data(), static_cast<int>(image.size())));
+            ListPtr list(MORVListDBUnpack(image.data(), static_cast<int>(image.size())));
             if (!list) return MLIBErrGet() == ERR_OUT_OF_MEMORY ? ERR_OUT_OF_MEMORY : ERR_STORE_INVALID;
             if (const int failed = edit_lines(key, *list, text)) return failed;
         }

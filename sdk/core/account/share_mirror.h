@@ -11,6 +11,7 @@
 #include "core/account/share_text.h"
 #include "core/account/valid_names.h"
 #include "core/store/mirror.h"
+#include "core/text/list_guard.h"
 
 namespace morv {
 
@@ -29,13 +30,6 @@ struct ShareFreer {
     void operator()(MORVSHARE *share) const noexcept { MORVShareFree(share); }
 };
 using SharePtr = std::unique_ptr<MORVSHARE, ShareFreer>;
-
-struct HashFreer {
-    void operator()(MLIBSZHASH *hash) const noexcept { MLIBSzHashFree(hash); }
-};
-struct ListFreer {
-    void operator()(MLIBSZLIST *list) const noexcept { MLIBSzListFree(list); }
-};
 
 // Makes of sections what the mirror holds of them; one reader for all. Functions may throw std::bad_alloc.
 class SectionReader {
@@ -58,8 +52,8 @@ class SectionReader {
     int push(std::string_view text);
 
     std::string key_, value_;
-    std::unique_ptr<MLIBSZHASH, HashFreer> keys_;
-    std::unique_ptr<MLIBSZLIST, ListFreer> lines_;
+    HashPtr keys_;
+    ListPtr lines_;
 };
 
 // Fills the store from the text of a configuration.
