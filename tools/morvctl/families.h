@@ -15,7 +15,8 @@
     FAMILY(share)                \
     FAMILY(mirror)               \
     FAMILY(raid)                 \
-    FAMILY(volume)
+    FAMILY(volume)               \
+    FAMILY(block)
 
 namespace morvctl {
 
