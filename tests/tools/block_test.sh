@@ -81,10 +81,10 @@ test_settings_change_by_name() {
     start
     expect_code 0 morvctl block config notify=yes allow='192.0.2.1, 198.51.100.0/24'
     expect_output 'attempts = 3
-minutes = 5
-days = 1
-notify = yes
-allow = 192.0.2.1,198.51.100.0/24' morvctl block config
+minutes  = 5
+days     = 1
+notify   = yes
+allow    = 192.0.2.1,198.51.100.0/24' morvctl block config
     local before
     before=$(cat "$root/etc/morvinfo.conf")
     expect_code 0 morvctl block config --dry-run attempts=9

@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,13 +15,15 @@ namespace morvctl {
 
 namespace {
 
-// The library tries for ten seconds to open what it may not write: so that is found out first. Answers 0 or
+// The library tries for ten seconds to open what cannot be written: so that is found out first. Answers 0 or
 // an errno.
 int reason_against(const std::string &log) {
-    const std::string folder = folder_of(log);
     // It is replaced, or made, in its folder.
-    if (access(folder.c_str(), W_OK | X_OK) != 0) return errno;
-    return access(log.c_str(), R_OK | W_OK) == 0 || errno == ENOENT ? 0 : errno;
+    if (access(folder_of(log).c_str(), W_OK | X_OK) != 0) return errno;
+    struct stat st;
+    if (stat(log.c_str(), &st) != 0) return errno == ENOENT ? 0 : errno;
+    if (!S_ISREG(st.st_mode)) return S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+    return access(log.c_str(), R_OK | W_OK) == 0 ? 0 : errno;
 }
 
 }  // namespace
