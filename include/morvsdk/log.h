@@ -182,8 +182,8 @@ typedef struct MORV_LOG_STATE {
 
 /* Calls `each` for every record of the file `path`, the oldest first, and changes nothing.
  *
- * each:   answers 0 to go on, anything else ends the walk; null to only look at the state. The log is locked
- *         meanwhile: no call of this family is to be made from it.
+ * each:   answers 0 to go on, anything else ends the walk; null to only look at the state. The log is not
+ *         locked while it is called, and it may take its time
  * pState: null, or gets what was found, also when the log is damaged
  *
  * Returns the number of records given to `each`; or -1 with ERR_BAD_PARAMETERS, ERR_FILE_NOT_FOUND,

@@ -1,0 +1,199 @@
+#include "log/event_texts.h"
+
+#include <morvsdk/file.h>
+#include <morvsdk/internal/hash.h>
+#include <morvsdk/log.h>
+#include <stdio.h>
+#include <string.h>
+#include <syslog.h>
+#include <time.h>
+
+#include "core/base/bytes.h"
+#include "core/base/kept_error.h"
+#include "core/file/sys_path.h"
+#include "core/store/ring.h"
+#include "core/text/field_text.h"
+#include "core/text/list_guard.h"
+
+namespace morv {
+
+// The texts by the number of their event.
+static MLIBSZHASH *gpshEvent;
+
+namespace {
+
+constexpr uint32_t kTypeTexts = 0x11000000;
+
+using Key = char[16];
+
+void write_key(uint32_t event, Key &key) noexcept {
+    snprintf(key, sizeof key, "%lX", static_cast<unsigned long>(event));
+}
+
+// A language is a name, and not the way to another file.
+bool is_language(std::string_view language) noexcept {
+    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
+    return !language.empty() && language.size() < 32 && language.find_first_not_of(kLetters) == language.npos;
+}
+
+// Adds the texts of a section to a hash.
+void read_texts(uint32_t event, const char *language, MLIBSZHASH **texts) noexcept {
+    Key section;
+    write_key(event & 0xFFF00000, section);
+    char file[96];
+    snprintf(file, sizeof file, "/usr/morv/morvsdk/texts/%s/events", language);
+    const SysPath path(file);
+    const KeptError error;
+    if (MLIBFileGetSection(path.c_str(), section, texts) >= 0) return;
+    error.restore();
+    syslog(LOG_ERR, "section %s not found in %s", section, path.c_str());
+}
+
+std::string_view as_text(std::string_view bytes) noexcept {
+    return bytes.substr(0, bytes.find('\0'));
+}
+
+// Appends a text to a line that it must not break.
+void append_clean(std::string &out, std::string_view text) {
+    for (const char c : as_text(text))
+        out += static_cast<unsigned char>(c) < ' ' || c == '\x7f' ? ' ' : c;
+}
+
+void write_number(char *at, int number, int digits) noexcept {
+    for (; digits > 0; number /= 10)
+        at[--digits] = static_cast<char>('0' + number % 10);
+}
+
+}  // namespace
+
+bool parse_event(std::string_view record, EventFields &event) noexcept {
+    // Offsets in the whole record, of which the length field is not there.
+    constexpr size_t kFixed = kRingRecordFixed - 2;
+    if (record.size() < kFixed) return false;
+    const char *const at = record.data() - 2;
+    event.type = load_be16(at + 2);
+    event.time = load_be32(at + 4);
+    event.event = load_be32(at + 12);
+    std::string_view rest = record.substr(kFixed);
+    const auto take = [&](size_t length_at, std::string_view &text) {
+        const size_t length = load_be16(at + length_at);
+        if (length > rest.size()) return false;
+        text = rest.substr(0, length);
+        rest.remove_prefix(length);
+        return true;
+    };
+    return take(8, event.program) && take(10, event.user) && take(16, event.arguments[0]) &&
+           take(18, event.arguments[1]) && take(20, event.arguments[2]) && take(22, event.arguments[3]);
+}
+
+const char *find_event_text(uint32_t event, const char *language) noexcept {
+    if (!is_language(language)) return "";
+    if (!gpshEvent) gpshEvent = PshMLIBIHashAllocator(2048, 64 * 1024);
+    if (!gpshEvent) {
+        syslog(LOG_ERR, "malloc event hash failed");
+        return nullptr;
+    }
+    Key key;
+    write_key(event, key);
+    if (const char *text = SzMLIBSzHashGetValue(gpshEvent, key)) return text;
+    read_texts(event, language, &gpshEvent);
+    if (const char *text = SzMLIBSzHashGetValue(gpshEvent, key)) return text;
+    // So that it is not looked for again.
+    syslog(LOG_ERR, "event %s not found in %s", key, language);
+    if (MLIBSzHashSetValue(&gpshEvent, key, "") < 0) return nullptr;
+    return "";
+}
+
+void forget_event_texts() noexcept {
+    MLIBSzHashFree(gpshEvent);
+    gpshEvent = nullptr;
+}
+
+void append_sentence(std::string &out, std::string_view text, const std::string_view (&arguments)[4]) {
+    for (;;) {
+        const size_t at = text.find('@');
+        out.append(text.substr(0, at));
+        if (at == text.npos) return;
+        const size_t nth = at + 1 < text.size() ? size_t(text[at + 1] - '1') : 4;
+        const bool is_placeholder = nth < 4 && !arguments[nth].empty();
+        out.append(is_placeholder ? as_text(arguments[nth]) : "@");
+        text.remove_prefix(at + (is_placeholder ? 2 : 1));
+    }
+}
+
+void find_type_text(uint8_t type, const char *language, TypeText &text) noexcept {
+    copy_text(text, "Unknown");
+    MLIBSZHASH *texts = PshMLIBSzHashAlloc(512);
+    if (texts && is_language(language)) read_texts(kTypeTexts, language, &texts);
+    const HashPtr owner(texts);
+    Key key;
+    write_key(kTypeTexts + (type <= 3 ? type : 0), key);
+    if (const char *found = SzMLIBSzHashGetValue(texts, key)) copy_text(text, found);
+}
+
+TimeText::TimeText() noexcept {
+    tzset();
+}
+
+const char *TimeText::of(int64_t time) noexcept {
+    // Zones change their offset at full minutes, and events come in bursts.
+    const int64_t minute = time - ((time % 60) + 60) % 60;
+    if (minute != minute_) {
+        minute_ = minute;
+        const auto begin = time_t(minute);
+        struct tm local;
+        if (begin != minute || !localtime_r(&begin, &local) || local.tm_sec != 0 || local.tm_year > 8099 ||
+            local.tm_year < -1900) {
+            const auto exact = time_t(time);
+            minute_ = INT64_MIN;
+            if (exact != time || !localtime_r(&exact, &local) ||
+                strftime(text_, sizeof text_, "%Y/%m/%d %H:%M:%S", &local) == 0) {
+                text_[0] = '\0';
+            }
+            return text_;
+        }
+        memcpy(text_, "0000/00/00 00:00:00", 20);
+        write_number(text_, local.tm_year + 1900, 4);
+        write_number(text_ + 5, local.tm_mon + 1, 2);
+        write_number(text_ + 8, local.tm_mday, 2);
+        write_number(text_ + 11, local.tm_hour, 2);
+        write_number(text_ + 14, local.tm_min, 2);
+    }
+    write_number(text_ + 17, static_cast<int>(time - minute), 2);
+    return text_;
+}
+
+void EventLines::append(const EventFields &event, std::string &out) {
+    const char *const text = find_event_text(event.event, language_);
+    if (!text || !*text) {
+        Key key;
+        write_key(event.event, key);
+        const auto argument = [&](int nth) { return std::string(as_text(event.arguments[nth])); };
+        syslog(LOG_ERR,
+               "Can not get the log szEvent id = %s, szLang = %s, szArg1 = [%s], szArg2 = [%s], "
+               "szArg3 = [%s], szArg4 = [%s], szSource = %s",
+               key, language_, argument(0).c_str(), argument(1).c_str(), argument(2).c_str(),
+               argument(3).c_str(), std::string(as_text(event.program)).c_str());
+        return;
+    }
+    const auto type = uint8_t(event.type);
+    const size_t slot = type <= 3 ? type : 0;
+    if (!has_type_[slot]) find_type_text(type, language_, types_[slot]);
+    has_type_[slot] = true;
+
+    char number[8];
+    snprintf(number, sizeof number, "%d", event.type);
+    out.append(number).append("\t");
+    append_clean(out, types_[slot]);
+    out.append("\t").append(time_.of(event.time)).append("\t");
+    append_clean(out, event.program);
+    out += '\t';
+    append_clean(out, event.user);
+    out += '\t';
+    std::string sentence;
+    append_sentence(sentence, text, event.arguments);
+    append_clean(out, sentence);
+    out += '\n';
+}
+
+}  // namespace morv

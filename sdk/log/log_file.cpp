@@ -1,0 +1,132 @@
+#include "log/log_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <morvsdk/log.h>
+#include <stdio.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <string>
+
+#include "core/base/no_throw.h"
+#include "core/file/file_edit.h"
+#include "core/file/patience.h"
+#include "core/file/sys_path.h"
+#include "core/text/field_text.h"
+#include "core/text/fields.h"
+#include "core/text/key_lines.h"
+#include "core/text/trim.h"
+
+namespace morv {
+
+namespace {
+
+struct LogClass {
+    int log;
+    const char *file_key;
+    const char *size_key;
+    const char *file;
+    int32_t size;
+};
+
+// In the order of the settings file.
+constexpr LogClass kLogs[] = {
+    {MORV_LOG_SYSTEM, "syslogfile", "syslogfilesize_MAX", "/var/log/morvsys.log", 0x20000},
+    {MORV_LOG_ADMIN, "manlogfile", "manlogfilesize_MAX", "/var/log/morvman1.log", 0x20000},
+    {MORV_LOG_CONNECTION, "connlogfile", "connlogfilesize_MAX", "/var/log/morvconn.log", 0x10000},
+    {MORV_LOG_BACKUP, "bkplogfile", "bkplogfilesize_MAX", "/var/log/morvbackup.log", 0x10000},
+    {MORV_LOG_COPY, "copylogfile", "copylogfilesize_MAX", "/var/log/morvcopy.log", 0x10000},
+    {MORV_LOG_NETBACKUP, "netbkplogfile", "netbkplogfilesize_MAX", "/var/log/morvnetbkp.log", 0x10000},
+    {MORV_LOG_SURVEILLANCE, "surlogfile", "surlogfilesize_MAX", "/var/log/morvsur.log", 0x10000},
+};
+constexpr int kNewSize = 65536;
+
+const LogClass *class_of(int log) noexcept {
+    for (const LogClass &entry : kLogs) {
+        if (entry.log == log) return &entry;
+    }
+    return nullptr;
+}
+
+std::string_view value_of(std::string_view text, std::string_view key) noexcept {
+    const std::string_view line = find_key_line(text, key);
+    return line.empty() ? line : trim(parse_key_line(line).value);
+}
+
+// A decimal number of at most ten digits that a ring can be of.
+bool read_size(std::string_view text, int32_t &size) noexcept {
+    if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != text.npos) return false;
+    const int64_t number = leading_number(text);
+    if (number < MORV_LOG_SIZE_MIN || number > INT32_MAX) return false;
+    size = int32_t(number);
+    return true;
+}
+
+}  // namespace
+
+int find_log(int log, int access, LogPlace &place) noexcept {
+    if (log == MORV_LOG_ADMIN && access == MORV_LOG_FOR_WRITING) log = MORV_LOG_SYSTEM;
+    const LogClass *const entry = class_of(log);
+    if (!entry) return ERR_BAD_PARAMETERS;
+    copy_text(place.path, entry->file);
+    place.size = entry->size;
+    FileText conf;
+    place.has_settings = conf.load(SysPath(kLogConf).c_str()) == 0 || errno != ENOENT;
+    const std::string_view file = value_of(conf.view(), entry->file_key);
+    if (leads_down(file)) copy_text(place.path, file);
+    place.size_is_set = read_size(value_of(conf.view(), entry->size_key), place.size);
+    return 0;
+}
+
+const char *log_size_key(int log) noexcept {
+    const LogClass *const entry = log <= 6 ? class_of(log) : nullptr;
+    return entry ? entry->size_key : nullptr;
+}
+
+int make_log_settings() noexcept {
+    return no_throw([] {
+        std::string text;
+        for (const LogClass &entry : kLogs) {
+            char lines[160];
+            snprintf(lines, sizeof lines, "%s\t=\t\"%s\"\n%s\t=\t\"%d\"\n", entry.file_key, entry.file,
+                     entry.size_key, kNewSize);
+            text += lines;
+        }
+        FileEdit file;
+        if (int code = file.open_unread(SysPath(kLogConf).c_str(), FileEdit::kMayCreate)) return code;
+        return file.commit(text, FileEdit::kOwn);
+    });
+}
+
+int OpenLog::open(const char *path, int flags) noexcept {
+    Patience patience(10);
+    for (;;) {
+        fd_.reset(::open(path, flags | O_NONBLOCK | O_CLOEXEC, 0600));
+        if (!fd_) {
+            if (errno == ENOENT && !(flags & O_CREAT)) return ERR_FILE_NOT_FOUND;
+            if (!patience.wait()) return ERR_OPEN_FAILED;
+            continue;
+        }
+        struct stat st;
+        if (fstat(fd_.get(), &st) != 0) return ERR_OPEN_FAILED;
+        if (!S_ISREG(st.st_mode)) {
+            errno = EINVAL;
+            return ERR_OPEN_FAILED;
+        }
+        is_new_ = st.st_size == 0;
+        mode_ = st.st_mode & 07777;
+        Patience holder(10);
+        while (!(is_locked_ = flock(fd_.get(), LOCK_EX | LOCK_NB) == 0) && holder.wait()) {
+        }
+        // Whoever made the log smaller meanwhile has put another file in its place.
+        struct stat now;
+        if (is_locked_ && stat(path, &now) == 0 && (now.st_ino != st.st_ino || now.st_dev != st.st_dev) &&
+            patience.wait()) {
+            continue;
+        }
+        return 0;
+    }
+}
+
+}  // namespace morv

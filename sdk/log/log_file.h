@@ -1,0 +1,51 @@
+// Where the logs are, and how they are opened.
+#pragma once
+
+#include <stdint.h>
+
+#include <string_view>
+
+#include "core/base/guard.h"
+
+namespace morv {
+
+inline constexpr char kLogConf[] = "/etc/morvlog.conf";
+
+// The settings of a log.
+struct LogPlace {
+    char path[32];      // in the system
+    int32_t size;       // the most bytes that it may have
+    bool size_is_set;   // and not just the default
+    bool has_settings;  // there is a settings file at all
+};
+
+// Answers 0, or ERR_BAD_PARAMETERS for a log that has no file. Settings that are missing or cannot be used are the
+// defaults.
+int find_log(int log, int access, LogPlace &place) noexcept;
+
+// The key of a log's size; null when it has none that can be set.
+const char *log_size_key(int log) noexcept;
+
+// The whole of a new settings file.
+int make_log_settings() noexcept;
+
+// A log that this process has locked, unless it could not be had for long.
+class OpenLog {
+  public:
+    // flags: as for open(2); with O_CREAT a new file has mode 0600. Tries again for some ten seconds, but for a file
+    // that is missing. Answers 0, ERR_FILE_NOT_FOUND or ERR_OPEN_FAILED, also for what is no regular file.
+    int open(const char *path, int flags) noexcept;
+
+    int fd() const noexcept { return fd_.get(); }
+    bool is_locked() const noexcept { return is_locked_; }
+    bool is_new() const noexcept { return is_new_; }
+    unsigned mode() const noexcept { return mode_; }
+
+  private:
+    UniqueFd fd_;
+    bool is_locked_ = false;
+    bool is_new_ = false;
+    unsigned mode_ = 0;
+};
+
+}  // namespace morv

@@ -1,0 +1,83 @@
+#include <errno.h>
+#include <fcntl.h>
+#include <morvsdk/log.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "core/base/guard.h"
+#include "core/base/log.h"
+#include "core/base/no_throw.h"
+#include "core/store/ring.h"
+#include "log/event_texts.h"
+#include "log/log_file.h"
+
+using namespace morv;
+
+namespace {
+
+// Walks over the ring, and puts right what the header says of its ends where that does not agree.
+void repair(const OpenLog &log, const char *path, const RingSnapshot &ring) noexcept {
+    RingWalk walk(ring);
+    while (walk.next()) {
+    }
+    if (walk.damage() != 0) syslog(LOG_ERR, "Log format error line%d", __LINE__);
+    if (walk.position() == ring.tail() && ring.head_is_sound()) return;
+    // Without the lock, a writer may be at it.
+    if (!log.is_locked()) return;
+    if ((!ring.head_is_sound() && MORVLogSetHead(log.fd(), kRingFirst) < 0) ||
+        MORVLogSetTail(log.fd(), walk.position()) < 0) {
+        MORV_LOG(LOG_ERR, "cannot repair the log %s: %m", path);
+    }
+}
+
+int read_ring(const char *path, RingSnapshot &ring) noexcept {
+    OpenLog log;
+    if (int code = log.open(path, access(path, W_OK) == 0 ? O_RDWR : O_RDONLY)) return code;
+    if (!log.is_locked()) syslog(LOG_ERR, "log file lock failed");
+    if (int code = ring.load(log.fd())) return code;
+    repair(log, path, ring);
+    return 0;
+}
+
+int write_lines(const RingSnapshot &ring, const char *language, FILE *output) {
+    constexpr size_t kPiece = size_t{32} * 1024;
+    EventLines lines(language);
+    std::string text;
+    text.reserve(2 * kPiece);
+    RingWalk walk(ring);
+    for (bool more = true; more;) {
+        more = walk.next();
+        EventFields event;
+        if (more && parse_event(walk.record().substr(2), event)) lines.append(event, text);
+        if (more && text.size() < kPiece) continue;
+        if (fwrite(text.data(), 1, text.size(), output) != text.size()) return ERR_WRITE_FAILED;
+        text.clear();
+    }
+    return fflush(output) == 0 ? 0 : ERR_WRITE_FAILED;
+}
+
+}  // namespace
+
+extern "C" int MORVLogGet1a(const char *path, const char *output, const char *language) noexcept {
+    struct stat st;
+    if (!path || stat(path, &st) != 0) {
+        syslog(LOG_ERR, "log file %s does not exist", path ? path : "");
+        return -1;
+    }
+    const FilePtr file(fopen(output ? output : "./output", "w+e"));
+    if (!file) {
+        syslog(LOG_ERR, "output log file open failed [%d].\n", errno);
+        return -1;
+    }
+    RingSnapshot ring;
+    if (int code = read_ring(path, ring)) {
+        MORV_LOG(LOG_ERR, "cannot read the log %s: %s", path,
+                 code == ERR_FORMAT_ERROR ? "it is none" : strerror(errno));
+        return -1;
+    }
+    if (no_throw([&] { return write_lines(ring, language ? language : "enu", file.get()); }) == 0) return 0;
+    MORV_LOG(LOG_ERR, "cannot write %s: %m", output ? output : "./output");
+    return -1;
+}
