@@ -15,7 +15,8 @@
     FAMILY(share)                \
     FAMILY(mirror)               \
     FAMILY(raid)                 \
-    FAMILY(volume)
+    FAMILY(volume)               \
+    FAMILY(log)
 
 namespace morvctl {
 
