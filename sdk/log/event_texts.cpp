@@ -10,10 +10,12 @@
 
 #include "core/base/bytes.h"
 #include "core/base/kept_error.h"
+#include "core/file/file_text.h"
 #include "core/file/sys_path.h"
 #include "core/store/ring.h"
 #include "core/text/field_text.h"
 #include "core/text/list_guard.h"
+#include "core/text/sections.h"
 
 namespace morv {
 
@@ -36,17 +38,30 @@ bool is_language(std::string_view language) noexcept {
     return !language.empty() && language.size() < 32 && language.find_first_not_of(kLetters) == language.npos;
 }
 
+using TextsPath = char[96];
+
+void write_texts_path(const char *language, TextsPath &path) noexcept {
+    snprintf(path, sizeof path, "/usr/morv/morvsdk/texts/%s/events", language);
+}
+
+bool has_section(const SysPath &path, const char *section) noexcept {
+    FileText file;
+    return file.load(path.c_str()) == 0 && !find_section_line(file.view(), section).empty();
+}
+
 // Adds the texts of a section to a hash.
 void read_texts(uint32_t event, const char *language, MLIBSZHASH **texts) noexcept {
     Key section;
     write_key(event & 0xFFF00000, section);
-    char file[96];
-    snprintf(file, sizeof file, "/usr/morv/morvsdk/texts/%s/events", language);
+    TextsPath file;
+    write_texts_path(language, file);
     const SysPath path(file);
     const KeptError error;
-    if (MLIBFileGetSection(path.c_str(), section, texts) >= 0) return;
-    error.restore();
-    syslog(LOG_ERR, "section %s not found in %s", section, path.c_str());
+    const int before = MLIBSzHashGetLength(*texts);
+    const int after = MLIBFileGetSection(path.c_str(), section, texts);
+    if (after > before) return;
+    if (after < 0) error.restore();
+    if (!has_section(path, section)) syslog(LOG_ERR, "section %s not found in %s", section, file);
 }
 
 std::string_view as_text(std::string_view bytes) noexcept {
@@ -99,7 +114,9 @@ const char *find_event_text(uint32_t event, const char *language) noexcept {
     read_texts(event, language, &gpshEvent);
     if (const char *text = SzMLIBSzHashGetValue(gpshEvent, key)) return text;
     // So that it is not looked for again.
-    syslog(LOG_ERR, "event %s not found in %s", key, language);
+    TextsPath file;
+    write_texts_path(language, file);
+    syslog(LOG_ERR, "event %s not found in %s", key, file);
     if (MLIBSzHashSetValue(&gpshEvent, key, "") < 0) return nullptr;
     return "";
 }
@@ -137,7 +154,7 @@ TimeText::TimeText() noexcept {
 
 const char *TimeText::of(int64_t time) noexcept {
     // Zones change their offset at full minutes, and events come in bursts.
-    const int64_t minute = time - ((time % 60) + 60) % 60;
+    const int64_t minute = time >= 0 ? time - time % 60 : time;
     if (minute != minute_) {
         minute_ = minute;
         const auto begin = time_t(minute);

@@ -50,6 +50,15 @@ bool store_both(int fd, int32_t head, int32_t tail) noexcept {
     return write_at(fd, both, sizeof both, kRingHeadAt);
 }
 
+bool has_magic(const char *header) noexcept {
+    return memcmp(header, kMagic, sizeof kMagic) == 0;
+}
+
+// The name last: what has it has a header.
+bool write_header(int fd) noexcept {
+    return store_both(fd, kRingFirst, kRingFirst) && write_at(fd, kMagic, sizeof kMagic, 0);
+}
+
 // A ring that is about to take a record.
 class Appending {
   public:
@@ -76,12 +85,15 @@ int Appending::find_ends() noexcept {
     struct stat st;
     if (fstat(fd_, &st) != 0) return ERR_STAT_FAILED;
     size_ = st.st_size;
-    head_ = ring_load_offset(fd_, kRingHeadAt);
-    tail_ = ring_load_offset(fd_, kRingTailAt);
-    if (head_ >= kRingFirst && head_ <= size_ && tail_ >= kRingFirst && tail_ <= size_) return 0;
-    if (size_ <= kRingFirst) {  // a header without records, of which nothing else can be true
-        head_ = tail_ = kRingFirst;
-    } else {
+    char header[kRingFirst] = {};
+    const ssize_t got = read_at(fd_, header, sizeof header, 0);
+    if (got < 0) return ERR_READ_FAILED;
+    head_ = tail_ = kRingFirst;
+    if (!has_magic(header)) return write_header(fd_) ? 0 : ERR_WRITE_FAILED;
+    if (size_t(got) == sizeof header) {
+        head_ = int32_t(load_be32(header + kRingHeadAt));
+        tail_ = int32_t(load_be32(header + kRingTailAt));
+        if (head_ >= kRingFirst && head_ <= size_ && tail_ >= kRingFirst && tail_ <= size_) return 0;
         RingSnapshot ring;
         if (int code = ring.load(fd_)) return code;
         RingWalk walk(ring);
@@ -161,13 +173,10 @@ int Appending::make_room() noexcept {
 }  // namespace
 
 int ring_init(int fd) noexcept {
-    char found[sizeof kMagic];
-    const ssize_t got = read_at(fd, found, sizeof found, 0);
-    if (got < 0) return -1;
-    if (size_t(got) == sizeof found && memcmp(found, kMagic, sizeof kMagic) == 0) return sizeof kMagic;
-    // The name last: what has it has a header.
-    if (!store_both(fd, kRingFirst, kRingFirst) || !write_at(fd, kMagic, sizeof kMagic, 0)) return -1;
-    return int(sizeof kMagic) + 8;
+    char found[sizeof kMagic] = {};
+    if (read_at(fd, found, sizeof found, 0) < 0) return -1;
+    if (has_magic(found)) return sizeof kMagic;
+    return write_header(fd) ? int(sizeof kMagic) + 8 : -1;
 }
 
 int ring_load_offset(int fd, int32_t at) noexcept {
@@ -185,7 +194,6 @@ int ring_append(int fd, std::string_view record, int32_t limit) noexcept {
     if (record.size() > kRingRecordMost || int64_t(record.size()) > int64_t{limit} - kRingFirst - kMarkSize) {
         return ERR_NOT_ENOUGH_SPACE;
     }
-    if (ring_init(fd) < 0) return ERR_WRITE_FAILED;
     Appending ring(fd, int32_t(record.size()), limit);
     if (int code = ring.find_ends()) return code;
     if (int code = ring.make_room()) return code;
@@ -201,7 +209,7 @@ int RingSnapshot::load(int fd) noexcept {
     char header[kRingFirst] = {};
     const ssize_t got = read_at(fd, header, sizeof header, 0);
     if (got < 0) return ERR_READ_FAILED;
-    const bool is_named = memcmp(header, kMagic, sizeof kMagic) == 0;
+    const bool is_named = has_magic(header);
     if (size_t(got) < sizeof header) return got == 0 || is_named ? 0 : ERR_FORMAT_ERROR;
     if (!is_named) return ERR_FORMAT_ERROR;
     head_ = int32_t(load_be32(header + kRingHeadAt));
