@@ -16,6 +16,7 @@
     FAMILY(mirror)               \
     FAMILY(raid)                 \
     FAMILY(volume)               \
+    FAMILY(log)                  \
     FAMILY(block)
 
 namespace morvctl {
