@@ -18,7 +18,7 @@ MORV_API int BlMLIBProcAlive(int pid) MORV_NOEXCEPT;
  * max:  numbers that pids has room for
  *
  * With a system root "/proc" below it is asked.
- * Returns how many are in pids, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED ("/proc" cannot be listed) or
+ * Returns how many are in pids, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED ("/proc" cannot be read) or
  * ERR_OUT_OF_MEMORY. */
 MORV_API int MLIBPs(const char *name, int *pids, int max) MORV_NOEXCEPT;
 

@@ -197,6 +197,13 @@ _morvctl() {
         raid:MEMBER | raid:DEVICE | volume:DEVICE)
             _morvctl_offer_files "$root" "${typed:-/dev/}"
             ;;
+        block:ADDRESS | block:CLIENT)
+            _morvctl_offer "$typed" < <("${ask[@]}" block list 2>/dev/null | sed '1d; s/ .*//')
+            ;;
+        block:NAME=VALUE)
+            compopt -o nospace
+            [[ $typed == *=* ]] || _morvctl_offer "$typed" <<<$'attempts=\nminutes=\ndays=\nnotify=\nallow=\ndefault'
+            ;;
         lock:LOCKS)
             local before=
             [[ $typed != *,* ]] || before=${typed%,*},

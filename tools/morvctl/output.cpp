@@ -123,8 +123,12 @@ void print_pairs(const Pairs &pairs) {
 }
 
 std::vector<std::string> table_lines(Rows rows) {
-    std::vector<std::string> lines;
     std::vector<size_t> widest;
+    return table_lines(std::move(rows), widest);
+}
+
+std::vector<std::string> table_lines(Rows rows, std::vector<size_t> &widest) {
+    std::vector<std::string> lines;
     for (auto &row : rows) {
         widest.resize(std::max(widest.size(), row.size()));
         for (size_t i = 0; i < row.size(); ++i) {

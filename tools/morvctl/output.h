@@ -27,6 +27,9 @@ using Rows = std::vector<std::vector<std::string>>;
 std::vector<std::string> table_lines(Rows rows);
 void print_table(Rows rows);
 
+// The same for rows that come in parts: the columns are as wide as in any part so far.
+std::vector<std::string> table_lines(Rows rows, std::vector<size_t> &widest);
+
 // Text as it can be shown on a terminal: control characters, backslashes and what is not UTF-8 as "\n", "\\",
 // "\x1b".
 std::string escape(std::string_view text);

@@ -14,27 +14,33 @@ MORV_API int MORVLogICurCon(int mode, void *output) MORV_NOEXCEPT;
 
 /* Turns one line of a source into a line of the report.
  *
- * report: gets the line, of size bytes
+ * line:   with its line feed, which MORVLogIProcApp takes for the last character of the service; the others
+ *         do without it as well
+ * report: gets the line without one, of size bytes
  *
- * Return 1; 0 for a line that is none of the report (a heading, too few fields); or -1 with
+ * Return 1; 0 for a line that is none of the report (a heading, too few fields, no time); or -1 with
  * ERR_BAD_PARAMETERS or ERR_NOT_ENOUGH_MEMORY. */
 MORV_API int MORVLogIProcSmb(const char *line, char *report, int size) MORV_NOEXCEPT; /* smbstatus -S */
 MORV_API int MORVLogIProcApp(const char *line, char *report, int size) MORV_NOEXCEPT; /* AT_LOG */
 MORV_API int MORVLogIProcFTP(const char *line, char *report, int size) MORV_NOEXCEPT; /* ftp_cur_con.log */
 
-/* Pushes the report lines of all lines of a file onto a list, which may move. A missing file has none.
- * Returns how many, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_READ_FAILED or ERR_OUT_OF_MEMORY. */
+/* Pushes the report lines of all lines of a file onto a list, which may move. A missing file has none; a link
+ * is not followed.
+ * Returns how many, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED (also: no regular file), ERR_READ_FAILED
+ * (also: more than 16 MiB) or ERR_OUT_OF_MEMORY. */
 MORV_API int MORVLogIGetLineByKey(const char *path, int (*process)(const char *line, char *report, int size),
                                   MLIBSZLIST **ppList) MORV_NOEXCEPT;
 
 /* Rewrites a session list so that it only has the lines of processes that run: for each the first line that
- * begins with its number and a tab. A missing list is left missing.
+ * begins with its number and a tab, by their numbers; of the first 256 processes. A missing list is left
+ * missing, one that stays as it is is not written.
  *
- * path:      the list; temporary: the file that is renamed over it, gone in any case
+ * path:      the list
+ * temporary: the file that is renamed over it: path and something behind it
  * program:   the name of the processes
  *
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED or
- * ERR_OUT_OF_MEMORY. */
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_OPEN_FAILED (also: no regular file), ERR_STAT_FAILED,
+ * ERR_READ_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED or ERR_OUT_OF_MEMORY; the list is then as it was. */
 MORV_API int MORVLogICheckLog(const char *path, const char *temporary, const char *program) MORV_NOEXCEPT;
 
 /* Writes the lines of a list to a file, made anew. Returns how many, or -1 with ERR_BAD_PARAMETERS,
