@@ -8,6 +8,9 @@
 #include <syslog.h>
 #include <time.h>
 
+#include <charconv>
+#include <span>
+
 #include "core/base/bytes.h"
 #include "core/base/kept_error.h"
 #include "core/file/file_text.h"
@@ -68,10 +71,39 @@ std::string_view as_text(std::string_view bytes) noexcept {
     return bytes.substr(0, bytes.find('\0'));
 }
 
-// Appends a text to a line that it must not break.
+// Whether one of the bytes is below " " or is DEL. Eight at a time: most of what a log is read for is this.
+bool has_control(std::string_view text) noexcept {
+    constexpr uint64_t kOnes = 0x0101010101010101, kHigh = 0x8080808080808080;
+    const auto word_has_control = [](uint64_t word) {
+        const uint64_t low = (word - kOnes * ' ') & ~word, del = word ^ (kOnes * 0x7F);
+        return ((low | ((del - kOnes) & ~del)) & kHigh) != 0;
+    };
+    uint64_t word;
+    for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
+        memcpy(&word, text.data(), sizeof word);
+        if (word_has_control(word)) return true;
+    }
+    word = kOnes * ' ';
+    memcpy(&word, text.data(), text.size());
+    return word_has_control(word);
+}
+
+void append_bytes(std::string &out, std::string_view text, Bytes bytes) {
+    if (bytes == Bytes::kOfOneLine && !has_control(text)) {
+        out.append(text);
+        return;
+    }
+    text = as_text(text);
+    const size_t begin = out.size();
+    out.append(text);
+    if (bytes == Bytes::kAsTheyAre) return;
+    for (char &c : std::span(out).subspan(begin)) {
+        if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = ' ';
+    }
+}
+
 void append_clean(std::string &out, std::string_view text) {
-    for (const char c : as_text(text))
-        out += static_cast<unsigned char>(c) < ' ' || c == '\x7f' ? ' ' : c;
+    append_bytes(out, text, Bytes::kOfOneLine);
 }
 
 void write_number(char *at, int number, int digits) noexcept {
@@ -126,14 +158,15 @@ void forget_event_texts() noexcept {
     gpshEvent = nullptr;
 }
 
-void append_sentence(std::string &out, std::string_view text, const std::string_view (&arguments)[4]) {
+void append_sentence(std::string &out, std::string_view text, const std::string_view (&arguments)[4],
+                     Bytes bytes) {
     for (;;) {
         const size_t at = text.find('@');
-        out.append(text.substr(0, at));
+        append_bytes(out, text.substr(0, at), bytes);
         if (at == text.npos) return;
         const size_t nth = at + 1 < text.size() ? size_t(text[at + 1] - '1') : 4;
         const bool is_placeholder = nth < 4 && !arguments[nth].empty();
-        out.append(is_placeholder ? as_text(arguments[nth]) : "@");
+        append_bytes(out, is_placeholder ? arguments[nth] : "@", bytes);
         text.remove_prefix(at + (is_placeholder ? 2 : 1));
     }
 }
@@ -152,37 +185,59 @@ TimeText::TimeText() noexcept {
     tzset();
 }
 
+// Asks the zone for the hour around a time: answers false where it changes within.
+bool TimeText::find_offset(int64_t time) noexcept {
+    constexpr int64_t kHour = 3600;
+    // Beyond these, years have fewer or more digits.
+    if (time < 0 || time > int64_t{9000} * 365 * 86400) return false;
+    const int64_t hour = time - time % kHour;
+    if (hour == hour_) return true;
+    const auto first = time_t(hour), last = time_t(hour + kHour - 1);
+    struct tm at_first, at_last;
+    if (!localtime_r(&first, &at_first) || !localtime_r(&last, &at_last)) return false;
+    if (at_first.tm_gmtoff != at_last.tm_gmtoff) return false;
+    hour_ = hour;
+    offset_ = at_first.tm_gmtoff;
+    return true;
+}
+
 const char *TimeText::of(int64_t time) noexcept {
-    // Zones change their offset at full minutes, and events come in bursts.
-    const int64_t minute = time >= 0 ? time - time % 60 : time;
-    if (minute != minute_) {
-        minute_ = minute;
-        const auto begin = time_t(minute);
-        struct tm local;
-        if (begin != minute || !localtime_r(&begin, &local) || local.tm_sec != 0 || local.tm_year > 8099 ||
-            local.tm_year < -1900) {
-            const auto exact = time_t(time);
-            minute_ = INT64_MIN;
-            if (exact != time || !localtime_r(&exact, &local) ||
-                strftime(text_, sizeof text_, "%Y/%m/%d %H:%M:%S", &local) == 0) {
-                text_[0] = '\0';
-            }
-            return text_;
+    constexpr int64_t kDay = 86400;
+    const auto exact = time_t(time);
+    struct tm local;
+    if (!find_offset(time)) {
+        day_ = INT64_MIN;
+        if (exact != time || !localtime_r(&exact, &local) ||
+            strftime(text_, sizeof text_, "%Y/%m/%d %H:%M:%S", &local) == 0) {
+            text_[0] = '\0';
         }
+        return text_;
+    }
+    int64_t second = time + offset_;
+    const int64_t day = second >= 0 ? second / kDay : -1;
+    second -= day * kDay;
+    if (day != day_) {
+        if (!localtime_r(&exact, &local)) return "";
         memcpy(text_, "0000/00/00 00:00:00", 20);
         write_number(text_, local.tm_year + 1900, 4);
         write_number(text_ + 5, local.tm_mon + 1, 2);
         write_number(text_ + 8, local.tm_mday, 2);
-        write_number(text_ + 11, local.tm_hour, 2);
-        write_number(text_ + 14, local.tm_min, 2);
+        day_ = day;
     }
-    write_number(text_ + 17, static_cast<int>(time - minute), 2);
+    const auto of_day = static_cast<int>(second);
+    write_number(text_ + 11, of_day / 3600, 2);
+    write_number(text_ + 14, of_day / 60 % 60, 2);
+    write_number(text_ + 17, of_day % 60, 2);
     return text_;
 }
 
 void EventLines::append(const EventFields &event, std::string &out) {
-    const char *const text = find_event_text(event.event, language_);
-    if (!text || !*text) {
+    if (event.event != event_ || text_.empty()) {
+        const char *const found = find_event_text(event.event, language_);
+        text_.assign(found ? found : "");
+        event_ = event.event;
+    }
+    if (text_.empty()) {
         Key key;
         write_key(event.event, key);
         const auto argument = [&](int nth) { return std::string(as_text(event.arguments[nth])); };
@@ -199,17 +254,15 @@ void EventLines::append(const EventFields &event, std::string &out) {
     has_type_[slot] = true;
 
     char number[8];
-    snprintf(number, sizeof number, "%d", event.type);
-    out.append(number).append("\t");
+    const auto [end, failed] = std::to_chars(number, number + sizeof number, event.type);
+    out.append(number, end).append("\t");
     append_clean(out, types_[slot]);
     out.append("\t").append(time_.of(event.time)).append("\t");
     append_clean(out, event.program);
     out += '\t';
     append_clean(out, event.user);
     out += '\t';
-    std::string sentence;
-    append_sentence(sentence, text, event.arguments);
-    append_clean(out, sentence);
+    append_sentence(out, text_, event.arguments, Bytes::kOfOneLine);
     out += '\n';
 }
 

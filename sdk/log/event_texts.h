@@ -25,7 +25,12 @@ const char *find_event_text(uint32_t event, const char *language) noexcept;
 void forget_event_texts() noexcept;
 
 // Appends a text with "@1" to "@4" replaced by those of the arguments that are not empty.
-void append_sentence(std::string &out, std::string_view text, const std::string_view (&arguments)[4]);
+enum class Bytes {
+    kAsTheyAre,
+    kOfOneLine  // control characters, with which a line would not be one, become blanks
+};
+void append_sentence(std::string &out, std::string_view text, const std::string_view (&arguments)[4],
+                     Bytes bytes);
 
 // The name of a type, read from its file.
 using TypeText = char[12];
@@ -38,7 +43,12 @@ class TimeText {
     const char *of(int64_t time) noexcept;
 
   private:
-    int64_t minute_ = INT64_MIN;
+    bool find_offset(int64_t time) noexcept;
+
+    // From one full hour to the next the zone is asked once.
+    int64_t hour_ = INT64_MIN;
+    int64_t offset_ = 0;
+    int64_t day_ = INT64_MIN;  // that of the date in the text
     char text_[48];
 };
 
@@ -53,6 +63,9 @@ class EventLines {
   private:
     const char *language_;
     TimeText time_;
+    // Events of one kind follow each other.
+    uint32_t event_ = 0;
+    std::string text_;
     bool has_type_[4] = {};
     TypeText types_[4];
 };

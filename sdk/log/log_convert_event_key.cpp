@@ -15,7 +15,8 @@ extern "C" char *MORVLogConvertEventKey(uint32_t event, const char *language, co
     char *sentence = nullptr;
     no_throw([&] {
         std::string made;
-        append_sentence(made, text, {given(argument1), given(argument2), given(argument3), given(argument4)});
+        append_sentence(made, text, {given(argument1), given(argument2), given(argument3), given(argument4)},
+                        Bytes::kAsTheyAre);
         sentence = strdup(made.c_str());
         return 0;
     });

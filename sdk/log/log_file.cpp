@@ -7,10 +7,12 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <iterator>
 #include <string>
 
 #include "core/base/no_throw.h"
 #include "core/file/file_edit.h"
+#include "core/file/file_stamp.h"
 #include "core/file/patience.h"
 #include "core/file/sys_path.h"
 #include "core/text/field_text.h"
@@ -63,19 +65,46 @@ bool read_size(std::string_view text, int32_t &size) noexcept {
     return true;
 }
 
+// The settings of all logs, kept as long as their file stays: a program that logs reads them for each event.
+struct LogSettings {
+    bool exists;
+    bool is_kept;
+    FileStamp stamp;
+    LogPlace places[std::size(kLogs)];
+
+    void load() noexcept;
+} settings;
+
+void LogSettings::load() noexcept {
+    const SysPath path(kLogConf);
+    struct stat st = {};
+    exists = stat(path.c_str(), &st) == 0 || errno != ENOENT;
+    const FileStamp found(st);
+    if (is_kept && found == stamp) return;
+    FileText conf;
+    conf.load(path.c_str());  // one that cannot be read has no settings
+    for (size_t i = 0; i < std::size(kLogs); ++i) {
+        const LogClass &log = kLogs[i];
+        LogPlace &place = places[i];
+        copy_text(place.path, log.file);
+        const std::string_view file = value_of(conf.view(), log.file_key);
+        if (leads_down(file)) copy_text(place.path, file);
+        place.size = log.size;
+        place.size_is_set = read_size(value_of(conf.view(), log.size_key), place.size);
+    }
+    stamp = found;
+    is_kept = exists && found.is_settled();
+}
+
 }  // namespace
 
 int find_log(int log, int access, LogPlace &place) noexcept {
     if (log == MORV_LOG_ADMIN && access == MORV_LOG_FOR_WRITING) log = MORV_LOG_SYSTEM;
     const LogClass *const entry = class_of(log);
     if (!entry) return ERR_BAD_PARAMETERS;
-    copy_text(place.path, entry->file);
-    place.size = entry->size;
-    FileText conf;
-    place.has_settings = conf.load(SysPath(kLogConf).c_str()) == 0 || errno != ENOENT;
-    const std::string_view file = value_of(conf.view(), entry->file_key);
-    if (leads_down(file)) copy_text(place.path, file);
-    place.size_is_set = read_size(value_of(conf.view(), entry->size_key), place.size);
+    settings.load();
+    place = settings.places[entry - kLogs];
+    place.has_settings = settings.exists;
     return 0;
 }
 
@@ -114,7 +143,7 @@ int OpenLog::open(const char *path, int flags) noexcept {
             errno = EINVAL;
             return ERR_OPEN_FAILED;
         }
-        is_new_ = st.st_size == 0;
+        size_ = st.st_size;
         mode_ = st.st_mode & 07777;
         Patience holder(10);
         while (!(is_locked_ = flock(fd_.get(), LOCK_EX | LOCK_NB) == 0) && holder.wait()) {

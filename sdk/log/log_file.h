@@ -36,15 +36,17 @@ class OpenLog {
     // that is missing. Answers 0, ERR_FILE_NOT_FOUND or ERR_OPEN_FAILED, also for what is no regular file.
     int open(const char *path, int flags) noexcept;
 
+    void close() noexcept { fd_.reset(); }
+
     int fd() const noexcept { return fd_.get(); }
     bool is_locked() const noexcept { return is_locked_; }
-    bool is_new() const noexcept { return is_new_; }
+    int64_t size() const noexcept { return size_; }  // before anything was written
     unsigned mode() const noexcept { return mode_; }
 
   private:
     UniqueFd fd_;
     bool is_locked_ = false;
-    bool is_new_ = false;
+    int64_t size_ = 0;
     unsigned mode_ = 0;
 };
 

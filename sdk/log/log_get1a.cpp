@@ -9,6 +9,7 @@
 #include "core/base/guard.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
+#include "core/file/replacement_file.h"
 #include "core/store/ring.h"
 #include "log/event_texts.h"
 #include "log/log_file.h"
@@ -41,21 +42,20 @@ int read_ring(const char *path, RingSnapshot &ring) noexcept {
     return 0;
 }
 
-int write_lines(const RingSnapshot &ring, const char *language, FILE *output) {
-    constexpr size_t kPiece = size_t{32} * 1024;
+int write_lines(const RingSnapshot &ring, const char *language, int output) {
+    constexpr size_t kPiece = size_t{48} * 1024;
     EventLines lines(language);
     std::string text;
     text.reserve(2 * kPiece);
     RingWalk walk(ring);
-    for (bool more = true; more;) {
-        more = walk.next();
+    while (walk.next()) {
         EventFields event;
-        if (more && parse_event(walk.record().substr(2), event)) lines.append(event, text);
-        if (more && text.size() < kPiece) continue;
-        if (fwrite(text.data(), 1, text.size(), output) != text.size()) return ERR_WRITE_FAILED;
+        if (parse_event(walk.record().substr(2), event)) lines.append(event, text);
+        if (text.size() < kPiece) continue;
+        if (!write_all(output, text)) return ERR_WRITE_FAILED;
         text.clear();
     }
-    return fflush(output) == 0 ? 0 : ERR_WRITE_FAILED;
+    return write_all(output, text) ? 0 : ERR_WRITE_FAILED;
 }
 
 }  // namespace
@@ -66,7 +66,7 @@ extern "C" int MORVLogGet1a(const char *path, const char *output, const char *la
         syslog(LOG_ERR, "log file %s does not exist", path ? path : "");
         return -1;
     }
-    const FilePtr file(fopen(output ? output : "./output", "w+e"));
+    const UniqueFd file(open(output ? output : "./output", O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (!file) {
         syslog(LOG_ERR, "output log file open failed [%d].\n", errno);
         return -1;

@@ -80,6 +80,44 @@ int replace_log(const char *path, const std::string &content) noexcept {
     return file.commit();
 }
 
+struct NewEvent {
+    uint16_t type;
+    uint32_t event;
+    const char *arguments[4];
+};
+
+// Whether a log that is larger than glogsizeMax is made smaller first.
+enum Size { kAsItIs, kWithinSize };
+
+int open_for_event(const char *path, Size size, OpenLog &log) noexcept {
+    if (int code = log.open(path, O_RDWR | O_CREAT)) return code;
+    if (size == kAsItIs || log.size() <= glogsizeMax) return 0;
+    log.close();
+    MORVLogChangeSize_a(int(std::min<int64_t>(log.size() - glogsizeMax, INT32_MAX)), path);
+    return log.open(path, O_RDWR | O_CREAT);
+}
+
+int write_event(const char *path, Size size, const NewEvent &event) noexcept {
+    // Finding the user may take long: not while others wait for the log.
+    char *record = nullptr;
+    const int length = MORVLogInitEventBuffer(&record, event.type, event.event, event.arguments[0],
+                                              event.arguments[1], event.arguments[2], event.arguments[3]);
+    const MallocPtr<char> owner(record);
+    if (length == 0) return not_written(path, ERR_NOT_ENOUGH_SPACE);
+    OpenLog log;
+    if (open_for_event(path, size, log) != 0) {
+        syslog(LOG_ERR, "logfile %s open error while writing!", path);
+        return -1;
+    }
+    // Those who have waited come in the order of their records.
+    store_be32(record + kTimeAt, uint32_t(time(nullptr)));
+    if (int code = ring_append(log.fd(), {record, size_t(length)}, glogsizeMax))
+        return not_written(path, code);
+    if (log.size() == 0 && !sync_folder(path)) return not_written(path, ERR_WRITE_FAILED);
+    if (log.mode() != 0600 && fchmod(log.fd(), 0600) != 0) return not_written(path, ERR_WRITE_FAILED);
+    return 0;
+}
+
 }  // namespace
 
 extern "C" int MORVLogInit(int fd) noexcept {
@@ -157,24 +195,7 @@ extern "C" int MORVLogInitEventBuffer(char **ppBuffer, uint16_t type, uint32_t e
 extern "C" int MORVLogSet1a(const char *path, uint16_t type, uint32_t event, const char *argument1,
                             const char *argument2, const char *argument3, const char *argument4) noexcept {
     if (!path) return -1;
-    // Finding the user may take long: not while others wait for the log.
-    char *record = nullptr;
-    const int length =
-        MORVLogInitEventBuffer(&record, type, event, argument1, argument2, argument3, argument4);
-    const MallocPtr<char> owner(record);
-    if (length == 0) return not_written(path, ERR_NOT_ENOUGH_SPACE);
-    OpenLog log;
-    if (log.open(path, O_RDWR | O_CREAT) != 0) {
-        syslog(LOG_ERR, "logfile %s open error while writing!", path);
-        return -1;
-    }
-    // Those who have waited come in the order of their records.
-    store_be32(record + kTimeAt, uint32_t(time(nullptr)));
-    if (int code = ring_append(log.fd(), {record, size_t(length)}, glogsizeMax))
-        return not_written(path, code);
-    if (log.is_new() && !sync_folder(path)) return not_written(path, ERR_WRITE_FAILED);
-    if (log.mode() != 0600 && fchmod(log.fd(), 0600) != 0) return not_written(path, ERR_WRITE_FAILED);
-    return 0;
+    return write_event(path, kAsItIs, {type, event, {argument1, argument2, argument3, argument4}});
 }
 
 extern "C" int MORVLogSet1(int log, uint16_t type, uint32_t event, const char *argument1,
@@ -190,18 +211,13 @@ extern "C" int MORVLogSet1(int log, uint16_t type, uint32_t event, const char *a
         syslog(LOG_INFO, "MORV : log file %s opened", kLogConf);
     }
     glogsizeMax = place.size;
-    const SysPath path(place.path);
-    // The default is no reason to drop what somebody has made room for.
-    if (place.size_is_set || !place.has_settings) {
-        struct stat st;
-        if (stat(path.c_str(), &st) == 0 && st.st_size > place.size) {
-            MORVLogChangeSize_a(int(std::min<int64_t>(st.st_size - place.size, INT32_MAX)), path.c_str());
-        }
-    }
     // So that an argument that is there, but empty, takes a byte.
     const auto stored = [](const char *text) { return text && !*text ? " " : text; };
-    return MORVLogSet1a(path.c_str(), type, event, stored(argument1), stored(argument2), stored(argument3),
-                        stored(argument4));
+    // The default is no reason to drop what somebody has made room for.
+    const bool shrinks = place.size_is_set || !place.has_settings;
+    return write_event(
+        SysPath(place.path).c_str(), shrinks ? kWithinSize : kAsItIs,
+        {type, event, {stored(argument1), stored(argument2), stored(argument3), stored(argument4)}});
 }
 
 extern "C" int MORVLogChangeSize_a(int excess, const char *path) noexcept {
