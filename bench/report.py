@@ -86,6 +86,13 @@ WORKS = [
     ("log_append_full_memory", "the same in a full ring", [("floor", most(2))]),
     ("log_read_memory", "a ring of 131,072 bytes as text", [("floor", most(1.2))]),
     ("log_read_ready_memory", "the same", [("floor", most(6))]),
+    ("deny_1000", "deny test, 1,000 addresses blocked", [("floor", most(1.1)), ("sqlite", SLOWER)]),
+    ("deny_5000", "the same, 5,000", [("floor", most(1.1)), ("sqlite", SLOWER)]),
+    ("deny_100000", "the same, 100,000", [("floor", most(1.1))]),
+    ("deny_1000000", "the same, 1,000,000", [("floor", most(1.1))]),
+    ("count_failure", "count a failure among 100,000", [("floor", most(1.5))]),
+    ("block_150000_disk", "block 150,000 addresses at once", [("floor", most(3))]),
+    ("block_150000_memory", "the same in memory", [("floor", SHOWN)]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -116,6 +123,9 @@ FLOORS = {
     "log_append": "bare ring, with its sync",
     "log_read_ready": "bare read of the ready text",
     "log_read": "bare read, times made by hand, write",
+    "deny": "bare pass over 64 KiB mappings",
+    "count_failure": "bare pass over 64 KiB mappings",
+    "block": "bare write, fsync, rename",
     "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",

@@ -118,7 +118,7 @@ MORV_API int MORVAutoBlockServicesHup(void) MORV_NOEXCEPT;
  * lock:  as for flock(2); with LOCK_NB tried again for about 30 seconds, as is opening but for a missing file
  *
  * Returns a descriptor, to be closed with MORVAutoBlockFileClose, or -1 with ERR_BAD_PARAMETERS,
- * ERR_FILE_NOT_FOUND or ERR_LOCK_FAILED. */
+ * ERR_FILE_NOT_FOUND, ERR_OPEN_FAILED (no regular file), ERR_STAT_FAILED or ERR_LOCK_FAILED. */
 MORV_API int MORVAutoBlockFileOpen(const char *path, int flags, int lock) MORV_NOEXCEPT;
 MORV_API void MORVAutoBlockFileClose(int fd) MORV_NOEXCEPT;
 

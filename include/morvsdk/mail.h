@@ -7,8 +7,8 @@
  *     body=%CLIENT_IP% was blocked at %AUTOBLOCK_TIME%.\nTo let it in again, ...
  *
  * Settings are keys of "/etc/morvinfo.conf": mail_to1 and mail_to2, the receivers; mail_from, the sender
- * (none:
- * that of the mail program); mail_language (none: "enu"). */
+ * (none: that of the mail program); mail_language (none: "enu"). Addresses are plain ones, as
+ * "admin@example.com"; others are passed over. */
 #ifndef MORVSDK_MAIL_H
 #define MORVSDK_MAIL_H
 
@@ -28,7 +28,8 @@ MORV_BEGIN_DECLS
  * The mail is UTF-8. The call waits for sendmail to take it.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS (null, an event or language that cannot be a name),
  * ERR_KEY_NOT_FOUND (nobody to send to), ERR_SECTION_NOT_FOUND (no template in that language nor in "enu"),
- * ERR_OPEN_FAILED, ERR_SYS_UNKNOWN (sendmail failed or is missing), or ERR_OUT_OF_MEMORY. */
+ * ERR_SYS_UNKNOWN (sendmail failed or is missing), ERR_TIMER_EXPIRED (it was ended after 30 seconds), or
+ * ERR_OUT_OF_MEMORY. */
 MORV_API int MORVMailSendEvent(const char *event, const MLIBSZHASH *hash) MORV_NOEXCEPT;
 
 MORV_END_DECLS

@@ -26,7 +26,7 @@ static int count_failure(const AddressRecord &failure, const RecordAge &age, int
     FailureCount failures(failure, age);
     if (size > 0) {
         RecordWindow window;
-        if (int code = window.map(size)) return code;
+        if (int code = window.map()) return code;
         const int code = for_each_window(
             list.get(), window, 0, size, [&](std::span<AddressRecord> records, int64_t offset) {
                 return write_changed(list.get(), offset, records, failures.look(records));

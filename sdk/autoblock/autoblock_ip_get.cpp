@@ -19,7 +19,7 @@ static int fill(int list, int64_t size, int64_t index, const RecordAge &age, std
     const auto begin = index * int64_t{sizeof(AddressRecord)};
     if (begin >= size) return 0;
     RecordWindow window;
-    if (int code = window.map(size - begin)) return code;
+    if (int code = window.map()) return code;
     const int result =
         for_each_window(list, window, begin, size, [&](std::span<AddressRecord> records, int64_t) {
             for (const AddressRecord &record : records) {

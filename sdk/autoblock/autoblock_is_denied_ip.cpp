@@ -17,7 +17,7 @@ static int find_in_list(uint32_t address, const RecordAge &age) noexcept {
     if (int code = size_of(list.get(), size)) return code;
     if (size == 0) return 0;
     RecordWindow window;
-    if (int code = window.map(size)) return code;
+    if (int code = window.map()) return code;
     return for_each_window(list.get(), window, 0, size, [&](std::span<AddressRecord> records, int64_t) {
         return has_address(records, address, age) ? 1 : 0;
     });

@@ -116,7 +116,7 @@ extern "C" int AutoBlockIMmapProcess(const AUTOBLOCK_SCAN *request, int fd, void
     int result = 0;
     if (request->size - from >= size) {
         RecordWindow window;
-        if (int code = window.map(request->size - from, request->protection, request->mapFlags))
+        if (int code = window.map(request->protection, request->mapFlags))
             return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "mmap() failed!! errno=[%d/%m]", errno);
         const RecordAge age = RecordAge::limit(request->now, request->maxAge);
         result = Walk{*request, list.fd(), fd, argument, age}.run(window, from, set);

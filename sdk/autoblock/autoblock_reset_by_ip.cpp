@@ -13,7 +13,7 @@ static int clear_failures(uint32_t address, const RecordAge &age) noexcept {
     if (int code = open_failure_list(Missing::kIsFine, list, size)) return code;
     if (size == 0) return 0;
     RecordWindow window;
-    if (int code = window.map(size)) return code;
+    if (int code = window.map()) return code;
     return for_each_window(
         list.get(), window, 0, size, [&](std::span<AddressRecord> records, int64_t offset) {
             return write_changed(list.get(), offset, records, clear_address(records, address, age));

@@ -53,8 +53,7 @@ class KeptList {
 int write_list(int old_list, ReplacementFile &file, DenyChange &change, bool &is_changed,
                int64_t size) noexcept {
     RecordWindow window;
-    const auto added = int64_t(change.added.size() * sizeof(AddressRecord));
-    if (int code = window.map(size > added ? size : added)) return code;
+    if (int code = window.map()) return code;
     const RecordAge age = RecordAge::limit(change.now, change.lifetime);
     const int code =
         for_each_window(old_list, window, 0, size, [&](std::span<AddressRecord> records, int64_t) {

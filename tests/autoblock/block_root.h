@@ -8,6 +8,7 @@
 #include <morvsdk/log.h>
 #include <string.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,8 @@ extern volatile int64_t *const clock_seconds;
 // Whether waiting is over at once.
 extern bool waits_are_over;
 extern int waits;
+// Called once, between the opening of a file and its lock.
+extern std::function<void()> before_lock;
 
 inline uint32_t address_of(const char *text) {
     return inet_addr(text);

@@ -6,6 +6,7 @@
 #include <string.h>
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -18,6 +19,7 @@ volatile int64_t *const clock_seconds =
     static_cast<int64_t *>(mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 bool waits_are_over;
 int waits;
+std::function<void()> before_lock;
 int names_asked;
 std::vector<std::string> not_to_be_locked;
 bool was_locked;
@@ -39,6 +41,11 @@ int usleep(useconds_t microseconds) {
     if (waits_are_over) return 0;
     const timespec wait = {0, long(microseconds) * 1000};
     return nanosleep(&wait, nullptr);
+}
+
+int flock(int fd, int operation) noexcept {
+    if (before_lock) std::exchange(before_lock, nullptr)();
+    return int(syscall(SYS_flock, fd, operation));
 }
 
 int getaddrinfo(const char *host, const char *, const addrinfo *, addrinfo **found) {

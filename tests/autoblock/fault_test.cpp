@@ -110,6 +110,18 @@ TEST(Faults, AKillAnywhereIsMadeUpForByTheNextCall) {
     }
 }
 
+TEST(Contention, AListThatIsReplacedBeforeItIsLockedIsOpenedAnew) {
+    const BlockRoot root;
+    MORVAutoBlockIPAdd("192.0.2.1");
+    before_lock = [] { in_child([] { return MORVAutoBlockIPAdd("192.0.2.2"); }); };
+    EXPECT_EQ(MORVAutoBlockIPAdd("192.0.2.3"), 0);
+    EXPECT_EQ(root.denied().size(), 3u);
+    MORVAutoBlockFailLoginSet("192.0.2.4");
+    before_lock = [&] { rename(root.path(BlockRoot::kFailures).c_str(), root.path("tmp/x").c_str()); };
+    EXPECT_EQ(MORVAutoBlockFailLoginSet("192.0.2.5"), 0);
+    EXPECT_EQ(root.failures(), (std::vector<Record>{{kNow, "192.0.2.5"}}));
+}
+
 TEST(Contention, FortyProcessesLoseNoFailureAndBlockEachAddressOnce) {
     const BlockRoot root;
     root.settings({40, 5, 0, 0});

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "core/file/patience.h"
 #include "core/file/tree.h"
@@ -144,22 +145,33 @@ Changed FailureCount::look_at_each(std::span<AddressRecord> records, size_t from
     return changed;
 }
 
+// A window that was used before and is free: making one anew would cost a small list more than its search.
+static void *spare_window = MAP_FAILED;
+
 RecordWindow::~RecordWindow() {
-    if (at_ != MAP_FAILED) munmap(at_, size_);
+    if (at_ == MAP_FAILED) return;
+    if (spare_window == MAP_FAILED && is_common_)
+        spare_window = at_;
+    else
+        munmap(at_, kWindowBytes);
 }
 
-int RecordWindow::map(int64_t file_size, int protection, int flags) noexcept {
-    const int64_t size = std::clamp<int64_t>(file_size, sizeof(AddressRecord), kWindowBytes);
+int RecordWindow::map(int protection, int flags) noexcept {
+    constexpr int kCommon = PROT_READ | PROT_WRITE;
+    is_common_ = (protection | kCommon) == kCommon && (flags & (MAP_SHARED | MAP_PRIVATE)) != 0;
+    if (is_common_ && spare_window != MAP_FAILED) {
+        at_ = std::exchange(spare_window, MAP_FAILED);
+        return 0;
+    }
     // Without a kind of sharing the kernel refuses it, as it would for the file.
     const int kind = flags & (MAP_SHARED | MAP_PRIVATE) ? MAP_PRIVATE : 0;
-    at_ = mmap(nullptr, size_t(size), protection | PROT_READ | PROT_WRITE, kind | MAP_ANONYMOUS, -1, 0);
-    size_ = size_t(size);
+    at_ = mmap(nullptr, kWindowBytes, protection | kCommon, kind | MAP_ANONYMOUS, -1, 0);
     return at_ == MAP_FAILED ? ERR_MAP_FAILED : 0;
 }
 
 int RecordWindow::read(int fd, int64_t limit, std::span<AddressRecord> &records) noexcept {
     auto *const bytes = static_cast<char *>(at_);
-    size_t wanted = size_t(std::min<int64_t>(limit, int64_t(size_)));
+    size_t wanted = size_t(std::min<int64_t>(limit, kWindowBytes));
     wanted -= wanted % sizeof(AddressRecord);
     size_t size = 0;
     while (size < wanted) {

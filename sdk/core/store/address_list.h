@@ -106,10 +106,10 @@ class RecordWindow {
     RecordWindow &operator=(const RecordWindow &) = delete;
 
     // Answers 0 or ERR_MAP_FAILED. protection: what is asked for beyond reading and writing
-    int map(int64_t file_size, int protection = 0, int flags = MAP_PRIVATE) noexcept;
+    int map(int protection = 0, int flags = MAP_PRIVATE) noexcept;
 
     std::span<AddressRecord> records() const noexcept {
-        return {static_cast<AddressRecord *>(at_), size_ / sizeof(AddressRecord)};
+        return {static_cast<AddressRecord *>(at_), kWindowBytes / sizeof(AddressRecord)};
     }
 
     // Reads the records from where `fd` stands, of at most `limit` bytes; none at the end of the file.
@@ -117,7 +117,7 @@ class RecordWindow {
 
   private:
     void *at_ = MAP_FAILED;
-    size_t size_ = 0;
+    bool is_common_ = false;
 };
 
 // Writes the changed ones of records that lie at `offset`.
