@@ -183,7 +183,7 @@ test_following_tells_each_event_once_however_the_ring_turns() {
     wait "$follower"
     code=$?
     ((code == 143)) || fail "it ended with $code"
-    [[ $(grep -oE 'event[0-9]+' "$scratch/followed" | paste -sd' ') == "$(seq -f 'event%g' $((next - 1)) | paste -sd' ')" ]] ||
+    [[ $(grep -oP '(?<=\[")event[0-9]+' "$scratch/followed" | paste -sd' ') == "$(seq -f 'event%g' $((next - 1)) | paste -sd' ')" ]] ||
         fail "$(cat "$scratch/followed")"
     [[ ! -s $scratch/complaints ]] || fail "$(cat "$scratch/complaints")"
     # It ends, too, when nobody reads any more.
