@@ -52,6 +52,7 @@ enum {
     MORV_EVENT_ADDRESSES_BLOCKED = 0x12A00005,  /* how many */
     MORV_EVENT_BLOCK_LIST_DAMAGED = 0x12A00006, /* the copy that was kept */
     MORV_EVENT_BLOCK_SETTINGS_CHANGED = 0x12A00007,
+    MORV_EVENT_BLOCKS_REMOVED = 0x12A00008,   /* how many */
     MORV_EVENT_USER_ADDED = 0x12B00001,       /* name */
     MORV_EVENT_USER_CHANGED = 0x12B00002,     /* name */
     MORV_EVENT_USER_DELETED = 0x12B00003,     /* name */

@@ -76,6 +76,34 @@ TEST(Command, TakesToolsWithoutAFolderFromBelowTheRootOnly) {
     EXPECT_EQ(out, "x|7|");
 }
 
+TEST(Command, TakesToolsBehindABacktickFromBelowTheRootToo) {
+    ToolRoot root;
+    std::string out;
+    root.tool("names", "echo \"$1\" b");
+    EXPECT_EQ(capture_tool(out, "/bin/show %s `/bin/names a` `names c | cat`x", {"1 2"}), 0);
+    EXPECT_EQ(out, "1 2|a|b|x|") << "the machine's cat is none of this root";
+    for (const char *format : {"/bin/show `/bin/names %s`", "/bin/show `/bin/names", "/bin/show \"`names`\""})
+        EXPECT_EQ(capture_tool(out, format, {"a"}), ERR_BAD_PARAMETERS) << format;
+    set_system_root(root.path("a`b").c_str());
+    EXPECT_EQ(run_tool("show `names`", {}), ERR_BAD_PARAMETERS);
+}
+
+TEST(Command, FeedsAToolHoweverLittleItReads) {
+    ToolRoot root;
+    root.tool("keep", "cat >\"$MORV_ROOT/kept\"");
+    std::string input = every_byte() + '\0';
+    while (input.size() < 3'000'000)
+        input += input;
+    EXPECT_EQ(feed_tool(input, "/bin/keep", {}), 0);
+    EXPECT_EQ(root.read("a root's $(name)/kept"), input);
+    int status = -1;
+    EXPECT_EQ(feed_tool(input, "/bin/quit %d", {3}, &status), ERR_SYS_UNKNOWN);
+    EXPECT_EQ(status, 3);
+    EXPECT_EQ(feed_tool(input, "/bin/quit 0", {}), 0) << "nothing of it was read";
+    EXPECT_EQ(feed_tool("", "/bin/keep", {}), 0);
+    EXPECT_EQ(root.read("a root's $(name)/kept"), "");
+}
+
 TEST(Command, RefusesWhatCouldBeReadAsSomethingElse) {
     ToolRoot root;
     const struct {

@@ -206,6 +206,13 @@ _morvctl() {
         log:TYPE)
             _morvctl_offer "$typed" <<<$'info\nwarn\nerror'
             ;;
+        block:ADDRESS | block:CLIENT)
+            _morvctl_offer "$typed" < <("${ask[@]}" block list 2>/dev/null | sed '1d; s/ .*//')
+            ;;
+        block:NAME=VALUE)
+            compopt -o nospace
+            [[ $typed == *=* ]] || _morvctl_offer "$typed" <<<$'attempts=\nminutes=\ndays=\nnotify=\nallow=\ndefault'
+            ;;
         lock:LOCKS)
             local before=
             [[ $typed != *,* ]] || before=${typed%,*},

@@ -16,7 +16,8 @@
     FAMILY(mirror)               \
     FAMILY(raid)                 \
     FAMILY(volume)               \
-    FAMILY(log)
+    FAMILY(log)                  \
+    FAMILY(block)
 
 namespace morvctl {
 

@@ -1,0 +1,34 @@
+#include "autoblock/failure_list.h"
+
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include "autoblock/deny_list.h"
+#include "core/file/aside.h"
+#include "core/file/sys_path.h"
+
+namespace morv {
+
+// Eight million failures within one period.
+static constexpr off_t kMostBytes = off_t{64} << 20;
+
+int open_failure_list(Missing missing, UniqueFd &list, int64_t &size) noexcept {
+    const SysPath path(kFailureList);
+    // Who puts something there again and again is not waited for.
+    for (int tries = 0; tries < 3; ++tries) {
+        struct stat st;
+        move_aside_unless_regular(path.c_str());
+        const int code =
+            open_current(path.c_str(), O_RDWR | O_NOFOLLOW, LOCK_EX | LOCK_NB, missing, 0666, list);
+        if (code == ERR_OPEN_FAILED) continue;
+        if (code != 0) return code;
+        if (fstat(list.get(), &st) != 0) return ERR_STAT_FAILED;
+        size = st.st_size;
+        if (st.st_nlink == 1 && st.st_size <= kMostBytes) return 0;
+        list.reset();
+        if (!move_aside(path.c_str())) break;
+    }
+    return ERR_OPEN_FAILED;
+}
+
+}  // namespace morv
