@@ -12,6 +12,7 @@
 
 #include "log_words.h"
 #include "morvctl/families.h"
+#include "morvctl/scratch_folder.h"
 #include "morvctl/signals.h"
 #include "morvctl/target.h"
 
@@ -24,6 +25,7 @@ struct Args {
     std::string type, event;
     std::vector<std::string> arguments;
     std::optional<std::string> size;
+    bool names = false;
 };
 
 // What log says of itself.
@@ -62,7 +64,12 @@ int size_setting(int log) {
     return size;
 }
 
-int list(const Session &session, const Args &) {
+int list(const Session &session, const Args &args) {
+    if (args.names) {
+        for (const auto &entry : log_words::kLogs)
+            print_line(entry.name);
+        return int(Exit::kDone);
+    }
     Json documents = Json::array();
     Rows rows = {{"LOG", "NUMBER", "FILE", "SIZE", "MOST", "EVENTS", "OLDEST", "NEWEST", "STATE"}};
     for (const auto &entry : log_words::kLogs) {
@@ -150,14 +157,22 @@ int export_log(const Session &session, const Args &args) {
     const State state = read_state(log);
     if (!state.is_there) fail_missing(log);
     if (!state.is_log) refuse(log.name + " is no event log");
-    const std::string path = *output == "-" ? "/dev/stdout" : find_target(session, *output).path;
-    if (path == log.path) refuse("the log would be written over");
-    clear_errors();
-    if (MORVLogGet1a(log.path.c_str(), path.c_str(), language.c_str()) != 0) {
-        fail_system("write " + log.name + " to " + escape(*output));
+    const auto write_to = [&](const std::string &path) {
+        clear_errors();
+        if (MORVLogGet1a(log.path.c_str(), path.c_str(), language.c_str()) != 0)
+            fail_system("write " + log.name + " to " + escape(*output));
+    };
+    if (*output == "-") {
+        const ScratchFolder scratch;
+        const std::string path = scratch.path("events");
+        write_to(path);
+        print_raw(read_content({path, path}));
+        return int(Exit::kDone);
     }
-    if (session.json && *output != "-")
-        print_json({{"path", log.path}, {"output", *output}, {"language", language}});
+    const std::string path = find_target(session, *output).path;
+    if (path == log.path) refuse("the log would be written over");
+    write_to(path);
+    if (session.json) print_json({{"path", log.path}, {"output", *output}, {"language", language}});
     return int(Exit::kDone);
 }
 
@@ -322,7 +337,10 @@ void add_log_commands(CLI::App &app, Session &session) {
     const auto add_dry_run = [&](CLI::App &command) {
         command.add_flag("--dry-run", session.dry_run, "Print what would be done, and write nothing");
     };
-    add_one("list", "List the logs", list);
+    {
+        auto [command, args] = add_one("list", "List the logs", list);
+        command.add_flag("--names", args.names, "The names alone, one a line");
+    }
     {
         CLI::App &command = add_command(family, session, Kind::kReads, "show", "Show the events of a log");
         auto args = std::make_shared<ShowArgs>();
