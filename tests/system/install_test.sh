@@ -122,6 +122,10 @@ expect "the package is for this architecture" same \
 dpkg-deb -c "$package" >"$scratch/list" || true
 expect "the package holds the library" grep -q ' ./usr/lib/libmorvsdk.so.1.0.0$' "$scratch/list"
 expect "the package holds the texts where the library looks for them" grep -q ' ./usr/morv/morvsdk/texts/enu/events$' "$scratch/list"
+if [[ -e $prefix/lib/security/pam_morv_autoblock.so ]]; then
+    expect "the package holds the PAM module" grep -q ' ./usr/lib/security/pam_morv_autoblock.so$' "$scratch/list"
+    expect "the package asks for PAM" depends_on "$package" libpam0g
+fi
 expect "all files of the package belong to root and nobody else may write them" \
     only_root_may_write "$scratch/list"
 

@@ -6,7 +6,7 @@
 unset SSH_CLIENT SSH_CONNECTION
 
 start() { # start [SETTING=VALUE ...]
-    mkdir -p "$root/tmp" "$root/var/log"
+    mkdir -p "$root/var/log"
     expect_code 0 morvctl block config attempts=3 minutes=5 days=1 "$@"
 }
 

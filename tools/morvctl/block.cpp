@@ -558,7 +558,6 @@ void parse_setting(const std::string &name, const std::string &value, MORV_AUTOB
 void write_settings(const Session &session, const MORV_AUTOBLOCK_CONF *conf,
                     const std::optional<std::string> &allow) {
     const Target target = find_target(session, kSettings);
-    make_lock_folder(session);
     const WriteLock lock(session, target);
     const HeldSignals held;
     MORVFileDurabilitySet(MORV_DURABLE);
@@ -621,7 +620,11 @@ void add_block_commands(CLI::App &app, Session &session) {
         CLI::App &command = add_command(family, session, Kind::kReads, name, description);
         if (dry_run) command.add_flag("--dry-run", session.dry_run, dry_run);
         auto args = std::make_shared<Args>();
-        run_with(command, session, [args, work](Session &s) { return work(s, *args); });
+        run_with(command, session, [args, work](Session &s) {
+            // The library needs "/tmp" for locks and failures, which a new system root may lack.
+            if (!s.dry_run) make_lock_folder(s);
+            return work(s, *args);
+        });
         return {command, *args};
     };
     const char *const plain_dry_run = "Say what would be done, and do nothing";
