@@ -9,7 +9,7 @@
 #include <time.h>
 
 #include <charconv>
-#include <span>
+#include <iterator>
 
 #include "core/base/bytes.h"
 #include "core/base/kept_error.h"
@@ -71,39 +71,30 @@ std::string_view as_text(std::string_view bytes) noexcept {
     return bytes.substr(0, bytes.find('\0'));
 }
 
-// Whether one of the bytes is below " " or is DEL. Eight at a time: most of what a log is read for is this.
-bool has_control(std::string_view text) noexcept {
-    constexpr uint64_t kOnes = 0x0101010101010101, kHigh = 0x8080808080808080;
-    const auto word_has_control = [](uint64_t word) {
-        const uint64_t low = (word - kOnes * ' ') & ~word, del = word ^ (kOnes * 0x7F);
-        return ((low | ((del - kOnes) & ~del)) & kHigh) != 0;
-    };
-    uint64_t word;
-    for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
-        memcpy(&word, text.data(), sizeof word);
-        if (word_has_control(word)) return true;
+// Makes blanks of control characters, sixteen at a time: it is every byte of a log that comes by here.
+void blank_controls(char *at, char *end) noexcept {
+    using Lanes = unsigned char __attribute__((vector_size(16)));
+    for (Lanes lanes; end - at >= ptrdiff_t{sizeof lanes}; at += sizeof lanes) {
+        memcpy(&lanes, at, sizeof lanes);
+        const Lanes is_control = (lanes < ' ') | (lanes == 0x7F);
+        lanes = (lanes & ~is_control) | (is_control & ' ');
+        memcpy(at, &lanes, sizeof lanes);
     }
-    word = kOnes * ' ';
-    memcpy(&word, text.data(), text.size());
-    return word_has_control(word);
-}
-
-void append_bytes(std::string &out, std::string_view text, Bytes bytes) {
-    if (bytes == Bytes::kOfOneLine && !has_control(text)) {
-        out.append(text);
-        return;
-    }
-    text = as_text(text);
-    const size_t begin = out.size();
-    out.append(text);
-    if (bytes == Bytes::kAsTheyAre) return;
-    for (char &c : std::span(out).subspan(begin)) {
-        if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = ' ';
+    for (; at < end; ++at) {
+        if (static_cast<unsigned char>(*at) < ' ' || *at == '\x7f') *at = ' ';
     }
 }
 
-void append_clean(std::string &out, std::string_view text) {
-    append_bytes(out, text, Bytes::kOfOneLine);
+// The texts of an event as they were meant, if one of them holds a zero.
+EventFields up_to_zeros(EventFields event) noexcept {
+    const std::string_view &last = event.arguments[3];
+    const auto size = size_t(last.data() + last.size() - event.program.data());
+    if (!memchr(event.program.data(), '\0', size)) return event;
+    event.program = as_text(event.program);
+    event.user = as_text(event.user);
+    for (std::string_view &argument : event.arguments)
+        argument = as_text(argument);
+    return event;
 }
 
 void write_number(char *at, int number, int digits) noexcept {
@@ -158,16 +149,20 @@ void forget_event_texts() noexcept {
     gpshEvent = nullptr;
 }
 
-void append_sentence(std::string &out, std::string_view text, const std::string_view (&arguments)[4],
-                     Bytes bytes) {
-    for (;;) {
-        const size_t at = text.find('@');
-        append_bytes(out, text.substr(0, at), bytes);
+void split_text(std::string_view text, std::vector<Piece> &pieces) {
+    pieces.clear();
+    for (size_t from = 0;;) {
+        const size_t at = text.find('@', from);
+        const bool is_placeholder =
+            at != text.npos && at + 1 < text.size() && text[at + 1] >= '1' && text[at + 1] <= '4';
+        if (at != text.npos && !is_placeholder) {
+            from = at + 1;
+            continue;
+        }
+        pieces.push_back({text.substr(0, at), at == text.npos ? -1 : text[at + 1] - '1'});
         if (at == text.npos) return;
-        const size_t nth = at + 1 < text.size() ? size_t(text[at + 1] - '1') : 4;
-        const bool is_placeholder = nth < 4 && !arguments[nth].empty();
-        append_bytes(out, is_placeholder ? arguments[nth] : "@", bytes);
-        text.remove_prefix(at + (is_placeholder ? 2 : 1));
+        text.remove_prefix(at + 2);
+        from = 0;
     }
 }
 
@@ -201,7 +196,7 @@ bool TimeText::find_offset(int64_t time) noexcept {
     return true;
 }
 
-const char *TimeText::of(int64_t time) noexcept {
+std::string_view TimeText::of(int64_t time) noexcept {
     constexpr int64_t kDay = 86400;
     const auto exact = time_t(time);
     struct tm local;
@@ -217,7 +212,7 @@ const char *TimeText::of(int64_t time) noexcept {
     const int64_t day = second >= 0 ? second / kDay : -1;
     second -= day * kDay;
     if (day != day_) {
-        if (!localtime_r(&exact, &local)) return "";
+        if (!localtime_r(&exact, &local)) return {};
         memcpy(text_, "0000/00/00 00:00:00", 20);
         write_number(text_, local.tm_year + 1900, 4);
         write_number(text_ + 5, local.tm_mon + 1, 2);
@@ -228,42 +223,66 @@ const char *TimeText::of(int64_t time) noexcept {
     write_number(text_ + 11, of_day / 3600, 2);
     write_number(text_ + 14, of_day / 60 % 60, 2);
     write_number(text_ + 17, of_day % 60, 2);
-    return text_;
+    return {text_, 19};
 }
 
-void EventLines::append(const EventFields &event, std::string &out) {
+bool EventLines::find_text(const EventFields &event) {
     if (event.event != event_ || text_.empty()) {
         const char *const found = find_event_text(event.event, language_);
         text_.assign(found ? found : "");
+        split_text(text_, pieces_);
         event_ = event.event;
     }
-    if (text_.empty()) {
-        Key key;
-        write_key(event.event, key);
-        const auto argument = [&](int nth) { return std::string(as_text(event.arguments[nth])); };
-        syslog(LOG_ERR,
-               "Can not get the log szEvent id = %s, szLang = %s, szArg1 = [%s], szArg2 = [%s], "
-               "szArg3 = [%s], szArg4 = [%s], szSource = %s",
-               key, language_, argument(0).c_str(), argument(1).c_str(), argument(2).c_str(),
-               argument(3).c_str(), std::string(as_text(event.program)).c_str());
-        return;
-    }
-    const auto type = uint8_t(event.type);
+    if (!text_.empty()) return true;
+    Key key;
+    write_key(event.event, key);
+    const auto argument = [&](int nth) { return std::string(event.arguments[nth]); };
+    syslog(LOG_ERR,
+           "Can not get the log szEvent id = %s, szLang = %s, szArg1 = [%s], szArg2 = [%s], "
+           "szArg3 = [%s], szArg4 = [%s], szSource = %s",
+           key, language_, argument(0).c_str(), argument(1).c_str(), argument(2).c_str(), argument(3).c_str(),
+           std::string(event.program).c_str());
+    return false;
+}
+
+std::string_view EventLines::type_text(uint8_t type) noexcept {
     const size_t slot = type <= 3 ? type : 0;
     if (!has_type_[slot]) find_type_text(type, language_, types_[slot]);
     has_type_[slot] = true;
+    return types_[slot];
+}
 
+void EventLines::append(const EventFields &record, std::string &out) {
+    const EventFields event = up_to_zeros(record);
+    if (!find_text(event)) return;
     char number[8];
-    const auto [end, failed] = std::to_chars(number, number + sizeof number, event.type);
-    out.append(number, end).append("\t");
-    append_clean(out, types_[slot]);
-    out.append("\t").append(time_.of(event.time)).append("\t");
-    append_clean(out, event.program);
-    out += '\t';
-    append_clean(out, event.user);
-    out += '\t';
-    append_sentence(out, text_, event.arguments, Bytes::kOfOneLine);
-    out += '\n';
+    const char *const number_end = std::to_chars(number, number + sizeof number, event.type).ptr;
+    const std::string_view columns[] = {{number, size_t(number_end - number)},
+                                        type_text(uint8_t(event.type)),
+                                        time_.of(event.time),
+                                        event.program,
+                                        event.user};
+    size_t size = 1;
+    for (const std::string_view column : columns)
+        size += column.size() + 1;
+    for_each_part(pieces_, event.arguments, [&size](std::string_view part) { size += part.size(); });
+
+    const size_t begin = out.size();
+    out.resize(begin + size);
+    char *at = out.data() + begin;
+    char *tabs[std::size(columns)];
+    const auto put = [&at](std::string_view text) {
+        at = static_cast<char *>(mempcpy(at, text.data(), text.size()));
+    };
+    for (size_t i = 0; i < std::size(columns); ++i) {
+        put(columns[i]);
+        tabs[i] = at++;
+    }
+    for_each_part(pieces_, event.arguments, put);
+    blank_controls(out.data() + begin, at);
+    for (char *tab : tabs)
+        *tab = '\t';
+    *at = '\n';
 }
 
 }  // namespace morv

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace morv {
 
@@ -24,13 +25,25 @@ bool parse_event(std::string_view record, EventFields &event) noexcept;
 const char *find_event_text(uint32_t event, const char *language) noexcept;
 void forget_event_texts() noexcept;
 
-// Appends a text with "@1" to "@4" replaced by those of the arguments that are not empty.
-enum class Bytes {
-    kAsTheyAre,
-    kOfOneLine  // control characters, with which a line would not be one, become blanks
+// A text taken apart at its placeholders: what stands as it is, and which argument comes behind it (-1: none). An
+// argument that is empty leaves its placeholder standing.
+struct Piece {
+    std::string_view literal;
+    int argument;
 };
-void append_sentence(std::string &out, std::string_view text, const std::string_view (&arguments)[4],
-                     Bytes bytes);
+void split_text(std::string_view text, std::vector<Piece> &pieces);
+
+// Calls `put` with the parts of the sentence.
+template <class Put>
+void for_each_part(const std::vector<Piece> &pieces, const std::string_view (&arguments)[4], Put put) {
+    static constexpr std::string_view kPlaceholders[] = {"@1", "@2", "@3", "@4"};
+    for (const Piece &piece : pieces) {
+        put(piece.literal);
+        if (piece.argument < 0) continue;
+        const std::string_view argument = arguments[piece.argument];
+        put(argument.empty() ? kPlaceholders[piece.argument] : argument);
+    }
+}
 
 // The name of a type, read from its file.
 using TypeText = char[12];
@@ -40,7 +53,7 @@ void find_type_text(uint8_t type, const char *language, TypeText &text) noexcept
 class TimeText {
   public:
     TimeText() noexcept;
-    const char *of(int64_t time) noexcept;
+    std::string_view of(int64_t time) noexcept;
 
   private:
     bool find_offset(int64_t time) noexcept;
@@ -57,15 +70,20 @@ class EventLines {
   public:
     explicit EventLines(const char *language) noexcept : language_(language) {}
 
-    // Appends the line of an event; nothing for one without a text, which is told in the system log.
+    // Appends the line of an event; nothing for one without a text, which is told in the system log. Control
+    // characters, with which a line would not be one, become blanks.
     void append(const EventFields &event, std::string &out);
 
   private:
+    bool find_text(const EventFields &event);
+    std::string_view type_text(uint8_t type) noexcept;
+
     const char *language_;
     TimeText time_;
     // Events of one kind follow each other.
     uint32_t event_ = 0;
     std::string text_;
+    std::vector<Piece> pieces_;
     bool has_type_[4] = {};
     TypeText types_[4];
 };

@@ -14,9 +14,11 @@ extern "C" char *MORVLogConvertEventKey(uint32_t event, const char *language, co
     const auto given = [](const char *argument) { return std::string_view(argument ? argument : ""); };
     char *sentence = nullptr;
     no_throw([&] {
+        std::vector<Piece> pieces;
+        split_text(text, pieces);
         std::string made;
-        append_sentence(made, text, {given(argument1), given(argument2), given(argument3), given(argument4)},
-                        Bytes::kAsTheyAre);
+        for_each_part(pieces, {given(argument1), given(argument2), given(argument3), given(argument4)},
+                      [&made](std::string_view part) { made.append(part); });
         sentence = strdup(made.c_str());
         return 0;
     });
