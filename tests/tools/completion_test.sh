@@ -92,8 +92,8 @@ test_files_below_the_root_are_offered() {
     cd "$scratch/here" || return
     expect_offer "conf get /etc/" '/etc/conf.d/|/etc/one.conf |/etc/two\ words/'
     expect_offer "conf get /etc/two\\ w" '/etc/two\ words/'
-    expect_offer "conf get o" own.conf
     expect_offer "log show --file /etc/o" '/etc/one.conf '
+    expect_offer "conf get o" own.conf
     [[ $mode == filenames ]] || fail "bash does not know that these are files"
     unset MORV_ROOT
     expect_offer "--root $root conf merge /etc/a /etc/o" '/etc/one.conf '
