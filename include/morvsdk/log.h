@@ -21,7 +21,6 @@
 #include <morvsdk/export.h>
 #include <stdint.h>
 #include <stdio.h>
-#include <sys/types.h>
 
 MORV_BEGIN_DECLS
 
@@ -219,7 +218,8 @@ MORV_API const char *MORVLogConvertType(int type, const char *language) MORV_NOE
 /* A time as "2008/02/29 13:37:00", local, in a buffer that the next call uses again. */
 MORV_API const char *MORVLogConvertTime1(int64_t time) MORV_NOEXCEPT;
 
-/* The user that events are recorded for: the environment variable "USERNAME", else the name of the effective
+/* The user that events are recorded for: the environment variable "USERNAME", unless it has more than 255 bytes or
+ * the program is a set-user-ID one; else the name of the effective
  * user, else "". "root" is "admin". In a buffer that the next call uses again, of 256 bytes. */
 MORV_API const char *MORVLogObtainUser(void) MORV_NOEXCEPT;
 
@@ -258,7 +258,7 @@ MORV_API int MORVLogReadByte(int fd, void *buffer, int count) MORV_NOEXCEPT;
 MORV_API int MORVLogWriteByte(int fd, const void *buffer, int count) MORV_NOEXCEPT;
 
 /* The current offset, or -1. */
-MORV_API off_t MORVLogTell(int fd) MORV_NOEXCEPT;
+MORV_API int64_t MORVLogTell(int fd) MORV_NOEXCEPT;
 
 /* Makes a record of this moment, program and user.
  *

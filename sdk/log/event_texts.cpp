@@ -62,8 +62,9 @@ void read_texts(uint32_t event, const char *language, MLIBSZHASH **texts) noexce
     const KeptError error;
     const int before = MLIBSzHashGetLength(*texts);
     const int after = MLIBFileGetSection(path.c_str(), section, texts);
+    // Blank lines between sections are an error to the reader of sections, and nothing to this one.
+    error.restore();
     if (after > before) return;
-    if (after < 0) error.restore();
     if (!has_section(path, section)) syslog(LOG_ERR, "section %s not found in %s", section, file);
 }
 
@@ -191,6 +192,9 @@ bool TimeText::find_offset(int64_t time) noexcept {
     struct tm at_first, at_last;
     if (!localtime_r(&first, &at_first) || !localtime_r(&last, &at_last)) return false;
     if (at_first.tm_gmtoff != at_last.tm_gmtoff) return false;
+    // In zones that count leap seconds, the clock is not what the offset makes of the time.
+    const int64_t clock = (hour + at_first.tm_gmtoff) % 86400;
+    if (clock != at_first.tm_hour * 3600 + at_first.tm_min * 60 + at_first.tm_sec) return false;
     hour_ = hour;
     offset_ = at_first.tm_gmtoff;
     return true;

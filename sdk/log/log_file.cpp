@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <syslog.h>
 
 #include <iterator>
 #include <string>
@@ -15,6 +16,7 @@
 #include "core/file/file_stamp.h"
 #include "core/file/patience.h"
 #include "core/file/sys_path.h"
+#include "core/file/tree.h"
 #include "core/text/field_text.h"
 #include "core/text/fields.h"
 #include "core/text/key_lines.h"
@@ -96,6 +98,11 @@ void LogSettings::load() noexcept {
     is_kept = exists && found.is_settled();
 }
 
+bool names(const char *path, const struct stat &st) noexcept {
+    struct stat now;
+    return stat(path, &now) == 0 && same_file(now, st);
+}
+
 }  // namespace
 
 int find_log(int log, int access, LogPlace &place) noexcept {
@@ -106,6 +113,12 @@ int find_log(int log, int access, LogPlace &place) noexcept {
     place = settings.places[entry - kLogs];
     place.has_settings = settings.exists;
     return 0;
+}
+
+bool find_known_log(int log, int access, LogPlace &place) noexcept {
+    if (find_log(log, access, place) == 0) return true;
+    if (log != MORV_LOG_RESERVED) syslog(LOG_ERR, "logclass error!");
+    return false;
 }
 
 const char *log_size_key(int log) noexcept {
@@ -148,13 +161,9 @@ int OpenLog::open(const char *path, int flags) noexcept {
         Patience holder(10);
         while (!(is_locked_ = flock(fd_.get(), LOCK_EX | LOCK_NB) == 0) && holder.wait()) {
         }
-        // Whoever made the log smaller meanwhile has put another file in its place.
-        struct stat now;
-        if (is_locked_ && stat(path, &now) == 0 && (now.st_ino != st.st_ino || now.st_dev != st.st_dev) &&
-            patience.wait()) {
-            continue;
-        }
-        return 0;
+        // Whoever made the log smaller meanwhile has put another file in its place, or somebody has removed
+        // it.
+        if (!is_locked_ || names(path, st) || !patience.wait()) return 0;
     }
 }
 

@@ -23,6 +23,9 @@ struct LogPlace {
 // defaults.
 int find_log(int log, int access, LogPlace &place) noexcept;
 
+// The same with a line of the system log for a number that stands for no log.
+bool find_known_log(int log, int access, LogPlace &place) noexcept;
+
 // The key of a log's size; null when it has none that can be set.
 const char *log_size_key(int log) noexcept;
 

@@ -1,5 +1,4 @@
 #include <morvsdk/log.h>
-#include <syslog.h>
 
 #include "core/file/sys_path.h"
 #include "log/event_texts.h"
@@ -9,10 +8,7 @@ using namespace morv;
 
 extern "C" int MORVLogGet1(int log, const char *output, const char *language) noexcept {
     LogPlace place;
-    if (find_log(log, MORV_LOG_FOR_READING, place) != 0) {
-        if (log != MORV_LOG_RESERVED) syslog(LOG_ERR, "logclass error!");
-        return -1;
-    }
+    if (!find_known_log(log, MORV_LOG_FOR_READING, place)) return -1;
     const int result = MORVLogGet1a(SysPath(place.path).c_str(), output, language);
     forget_event_texts();
     return result;

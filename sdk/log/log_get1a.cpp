@@ -10,6 +10,7 @@
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/replacement_file.h"
+#include "core/file/tree.h"
 #include "core/store/ring.h"
 #include "log/event_texts.h"
 #include "log/log_file.h"
@@ -31,6 +32,15 @@ void repair(const OpenLog &log, const char *path, const RingSnapshot &ring) noex
         MORVLogSetTail(log.fd(), walk.position()) < 0) {
         MORV_LOG(LOG_ERR, "cannot repair the log %s: %m", path);
     }
+}
+
+// Empties the file for the output, unless it is the log itself.
+bool make_empty(int output, const struct stat &log) noexcept {
+    struct stat st;
+    if (fstat(output, &st) != 0) return false;
+    if (!same_file(st, log)) return !S_ISREG(st.st_mode) || ftruncate(output, 0) == 0;
+    errno = EINVAL;
+    return false;
 }
 
 int read_ring(const char *path, RingSnapshot &ring) noexcept {
@@ -66,8 +76,8 @@ extern "C" int MORVLogGet1a(const char *path, const char *output, const char *la
         syslog(LOG_ERR, "log file %s does not exist", path ? path : "");
         return -1;
     }
-    const UniqueFd file(open(output ? output : "./output", O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    if (!file) {
+    const UniqueFd file(open(output ? output : "./output", O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+    if (!file || !make_empty(file.get(), st)) {
         syslog(LOG_ERR, "output log file open failed [%d].\n", errno);
         return -1;
     }

@@ -5,14 +5,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <iterator>
+
 #include "core/base/kept_error.h"
 #include "core/file/file_stamp.h"
+#include "core/file/file_text.h"
 #include "core/file/sys_path.h"
 #include "core/text/field_text.h"
+#include "core/text/fields.h"
+#include "core/text/lines.h"
 
 using namespace morv;
 
 namespace {
+
+constexpr char kAccounts[] = "/etc/passwd";
 
 char user_name[256];
 
@@ -23,7 +30,23 @@ struct {
     FileStamp accounts;
 } source;
 
+// The name in the file itself, which is never waited for: the record may tell of the building of the mirror.
+bool read_local_name(uid_t uid) noexcept {
+    FileText accounts;
+    if (accounts.load(SysPath(kAccounts).c_str()) != 0) return false;
+    for (const std::string_view line : Lines(accounts.view())) {
+        std::string_view fields[3];
+        if (split_fields(without_line_feed(line), ':', fields) < std::size(fields)) continue;
+        const std::string_view number = fields[2];
+        const bool is_number = !number.empty() && number.find_first_not_of("0123456789") == number.npos;
+        if (is_number && leading_number(number) == int64_t{uid} && copy_text(user_name, fields[0]))
+            return true;
+    }
+    return false;
+}
+
 void read_name() noexcept {
+    if (read_local_name(geteuid())) return;
     const KeptError error;
     MORVUSER *user = nullptr;
     if (MORVUserGetByUID(geteuid(), &user) != 0 || !copy_text(user_name, user->szName)) {
@@ -41,7 +64,7 @@ extern "C" const char *MORVLogObtainUser(void) noexcept {
         source.is_known = false;
     } else {
         struct stat st = {};
-        stat(SysPath("/etc/passwd").c_str(), &st);
+        stat(SysPath(kAccounts).c_str(), &st);
         const FileStamp accounts(st);
         // Kept for the next event: looking an account up takes longer than writing the record.
         if (!source.is_known || source.uid != geteuid() || !(source.accounts == accounts)) {

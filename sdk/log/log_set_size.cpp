@@ -18,6 +18,7 @@ extern "C" int MORVLogSetSize(int size, int log) noexcept {
         syslog(LOG_INFO, "logconf file not exist! created one!");
     }
     const char *const key = log_size_key(log);
+    if (!key) syslog(LOG_ERR, "logclass error!");
     if (!key || size < MORV_LOG_SIZE_MIN) return -1;
     char value[12];
     snprintf(value, sizeof value, "%d", size);

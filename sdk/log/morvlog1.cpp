@@ -33,12 +33,12 @@ namespace {
 
 constexpr size_t kTimeAt = 4;  // in a record
 
-// What has kept a record from being written, in a line of the log.
-int not_written(const char *path, int code) noexcept {
+// What has kept a record from being written, in a line of the log that names the caller's line.
+int not_written(const char *path, int code, int line = __builtin_LINE()) noexcept {
     const char *const why = code == ERR_NOT_ENOUGH_SPACE ? "the event is too long for it"
                             : code == ERR_FORMAT_ERROR   ? "it is damaged"
                                                          : strerror(errno);
-    MORV_LOG(LOG_ERR, "cannot write to the log %s: %s", path, why);
+    log_line(LOG_ERR, MORV_STEM, line, "cannot write to the log %s: %s", path, why);
     return -1;
 }
 
@@ -48,7 +48,7 @@ int smaller_ring(int fd, int64_t excess, std::string &file) {
     constexpr size_t kCopyBuffer = 256;
     RingSnapshot ring;
     if (int code = ring.load(fd)) return code;
-    RingWalk walk(ring);
+    RingWalk walk(ring, RingWalk::kGoOn);
     int64_t skipped = 0;
     while (skipped < excess && walk.next())
         skipped += int64_t(walk.record().size());
@@ -91,7 +91,7 @@ enum Size { kAsItIs, kWithinSize };
 
 int open_for_event(const char *path, Size size, OpenLog &log) noexcept {
     if (int code = log.open(path, O_RDWR | O_CREAT)) return code;
-    if (size == kAsItIs || log.size() <= glogsizeMax) return 0;
+    if (size == kAsItIs || log.size() <= glogsizeMax || !log.is_locked()) return 0;
     log.close();
     MORVLogChangeSize_a(int(std::min<int64_t>(log.size() - glogsizeMax, INT32_MAX)), path);
     return log.open(path, O_RDWR | O_CREAT);
@@ -103,7 +103,7 @@ int write_event(const char *path, Size size, const NewEvent &event) noexcept {
     const int length = MORVLogInitEventBuffer(&record, event.type, event.event, event.arguments[0],
                                               event.arguments[1], event.arguments[2], event.arguments[3]);
     const MallocPtr<char> owner(record);
-    if (length == 0) return not_written(path, ERR_NOT_ENOUGH_SPACE);
+    if (length == 0) return not_written(path, errno == ENOMEM ? ERR_OUT_OF_MEMORY : ERR_NOT_ENOUGH_SPACE);
     OpenLog log;
     if (open_for_event(path, size, log) != 0) {
         syslog(LOG_ERR, "logfile %s open error while writing!", path);
@@ -113,8 +113,11 @@ int write_event(const char *path, Size size, const NewEvent &event) noexcept {
     store_be32(record + kTimeAt, uint32_t(time(nullptr)));
     if (int code = ring_append(log.fd(), {record, size_t(length)}, glogsizeMax))
         return not_written(path, code);
-    if (log.size() == 0 && !sync_folder(path)) return not_written(path, ERR_WRITE_FAILED);
-    if (log.mode() != 0600 && fchmod(log.fd(), 0600) != 0) return not_written(path, ERR_WRITE_FAILED);
+    // The event is there by now: who heard of a failure would write it once more.
+    if (log.size() == 0 && !sync_folder(path))
+        MORV_LOG(LOG_ERR, "cannot sync the folder of the log %s: %m", path);
+    if (log.mode() != 0600 && fchmod(log.fd(), 0600) != 0)
+        MORV_LOG(LOG_ERR, "cannot set the mode of the log %s: %m", path);
     return 0;
 }
 
@@ -158,7 +161,7 @@ extern "C" int MORVLogWriteByte(int fd, const void *buffer, int count) noexcept 
     return -1;
 }
 
-extern "C" off_t MORVLogTell(int fd) noexcept {
+extern "C" int64_t MORVLogTell(int fd) noexcept {
     return lseek(fd, 0, SEEK_CUR);
 }
 
@@ -175,7 +178,10 @@ extern "C" int MORVLogInitEventBuffer(char **ppBuffer, uint16_t type, uint32_t e
     for (size_t i = 0; i < std::size(given); ++i) {
         if (given[i]) texts[i] = given[i];
         length += texts[i].size();
-        if (length > kRingRecordMost) return 0;
+        if (length > kRingRecordMost) {
+            errno = EMSGSIZE;
+            return 0;
+        }
     }
     char *const record = static_cast<char *>(malloc(length));
     if (!record) return 0;
@@ -201,10 +207,7 @@ extern "C" int MORVLogSet1a(const char *path, uint16_t type, uint32_t event, con
 extern "C" int MORVLogSet1(int log, uint16_t type, uint32_t event, const char *argument1,
                            const char *argument2, const char *argument3, const char *argument4) noexcept {
     LogPlace place;
-    if (find_log(log, MORV_LOG_FOR_WRITING, place) != 0) {
-        if (log != MORV_LOG_RESERVED) syslog(LOG_ERR, "logclass error!");
-        return -1;
-    }
+    if (!find_known_log(log, MORV_LOG_FOR_WRITING, place)) return -1;
     if (!place.has_settings) {
         if (MORVSetLogConf() != 0) return -1;
     } else if (log >= MORV_LOG_CONNECTION) {
@@ -242,7 +245,7 @@ extern "C" int MORVLogChangeSize_a(int excess, const char *path) noexcept {
 
 extern "C" int MORVLogChangeSize(int size, int log) noexcept {
     LogPlace place;
-    if (size < 0 || find_log(log, MORV_LOG_FOR_READING, place) != 0) return -1;
+    if (!find_known_log(log, MORV_LOG_FOR_READING, place) || size < 0) return -1;
     const SysPath path(place.path);
     struct stat st;
     if (stat(path.c_str(), &st) != 0) return errno == ENOENT ? 0 : -1;

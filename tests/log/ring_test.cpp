@@ -284,6 +284,8 @@ TEST(Ring, OfADamagedLengthInItsOlderPartShowsTheNewerPartAsWell) {
     MORV_LOG_STATE state;
     EXPECT_EQ(texts_of(path, &state), (std::vector<std::string>{"one", "two"}));
     EXPECT_EQ(state.damage, 16 + 3 * size);
+    EXPECT_EQ(MORVLogChangeSize_a(1, path.c_str()), 0);
+    EXPECT_EQ(texts_of(path), std::vector<std::string>{"two"});
 }
 
 // A log with a record, one with several, one that is about to wrap, wrapped ones, and one whose next record needs all
@@ -470,6 +472,11 @@ TEST(Ring, IsWrittenWithoutTheLockWhenItCannotBeHadForTenSeconds) {
     EXPECT_EQ(texts_of(path), (std::vector<std::string>{"one", "two"}));
     // What would put another file in its place does not.
     EXPECT_EQ(MORVLogChangeSize_a(1, path.c_str()), -1);
+    // Nor is that tried for an event.
+    root.write("etc/morvlog.conf", "syslogfile=/log\nsyslogfilesize_MAX=64\n");
+    waited = 0;
+    MORVLogSet1(MORV_LOG_SYSTEM, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_NEAR(double(waited), 10e6, 1e6);
 
     // A reader does not repair what a writer may be at.
     const std::string torn = ring(16, 9999, record("one"));
@@ -479,6 +486,24 @@ TEST(Ring, IsWrittenWithoutTheLockWhenItCannotBeHadForTenSeconds) {
     EXPECT_NE(logged.find("3 log file lock failed\n"), logged.npos);
     EXPECT_EQ(read_file(path), torn);
     ::close(held);
+}
+
+TEST(Ring, ThatIsRemovedWhileItsWriterWaitsIsMadeAnew) {
+    const ScratchRoot root;
+    static std::string path;
+    static int held;
+    path = root.path("log");
+    glogsizeMax = 1000;
+    ASSERT_EQ(set(path, "one"), 0);
+    held = ::open(path.c_str(), O_RDONLY);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    while_waiting = [] {
+        ::unlink(path.c_str());
+        ::close(held);
+        while_waiting = nullptr;
+    };
+    EXPECT_EQ(set(path, "two"), 0);
+    EXPECT_EQ(texts_of(path), std::vector<std::string>{"two"});
 }
 
 TEST(Ring, ThatIsNoFileIsRefused) {

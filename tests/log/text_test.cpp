@@ -10,8 +10,8 @@ namespace {
 using namespace testing_support;
 
 constexpr char kEnglish[] =
-    "[11000000]\n11000000=Other\n11000001=Info\n11000002=Warning\n11000003=123456789012\n"
-    "[12B00000]\n12B00001=User [@1] was added by @2 (@1).\n12B00002=@5 @ @@1\n12B00003=\n";
+    "\n[11000000]\n11000000=Other\n11000001=Info\n11000002=Warning\n11000003=123456789012\n"
+    "\n[12B00000]\n12B00001=User [@1] was added by @2 (@1).\n12B00002=@5 @ @@1\n12B00003=\n";
 constexpr char kGerman[] = "[11000000]\n11000001=Hinweis\n[12B00000]\n12B00001=Benutzer [@1] angelegt.\n";
 
 class LogText : public testing::Test {
@@ -66,6 +66,7 @@ TEST_F(LogText, HasALineForEachEventInTheLanguageAskedFor) {
     EXPECT_NE(read_file(output_).find("User [bob]"), std::string::npos);
     EXPECT_NE(read("enu").find("User [bob]"), std::string::npos);
     EXPECT_NE(read("ger").find("Benutzer [bob]"), std::string::npos);
+    EXPECT_EQ(MLIBErrGet(), ERR_SUCCESS);
 }
 
 TEST_F(LogText, LeavesOutEventsWithoutATextAndTellsOfThemOnce) {
@@ -142,11 +143,8 @@ TEST_F(LogText, NamesTheUserOfTheProcess) {
     EXPECT_STREQ(MORVLogObtainUser(), "");
     EXPECT_EQ(MLIBErrGet(), ERR_KEY_EXISTS);
     MLIBErrSet(ERR_SUCCESS);
-    root_.path("tmp/x");
-    root_.write("etc/morvuser.conf", "");
-    root_.write("usr/morv/etc/private/smbpasswd", "");
-    root_.write("etc/shadow", "dora:x:1:0:99999:7:::\nroot:x:1:0:99999:7:::\n");
-    root_.write("etc/passwd", "dora:x:" + id + ":0:dora:/:/bin/sh\n");
+    // Before there is any mirror: an event may tell that it could not be built.
+    root_.write("etc/passwd", "cut\nodd:x:" + id + "x:0::/:\ndora:x:" + id + ":0:dora:/:/bin/sh\n");
     EXPECT_STREQ(MORVLogObtainUser(), "dora");
     unlink(root_.path("etc/passwd").c_str());
     root_.write("etc/passwd", "root:x:" + id + ":0:root:/root:/bin/sh\n");
@@ -164,6 +162,13 @@ TEST_F(LogText, ThatCannotBeWrittenOrReadIsAFailure) {
     EXPECT_EQ(MORVLogGet1(MORV_LOG_SYSTEM, "/dev/full", nullptr), -1);
     EXPECT_EQ(MORVLogGet1(MORV_LOG_RESERVED, output_.c_str(), nullptr), -1);
     EXPECT_EQ(MORVLogGet1a(nullptr, nullptr, nullptr), -1);
+
+    // The log itself is no file for its text, whatever it is called.
+    const std::string path = root_.path("var/log/morvsys.log"), other = root_.path("other");
+    const std::string bytes = read_file(path);
+    ASSERT_EQ(link(path.c_str(), other.c_str()), 0);
+    EXPECT_EQ(MORVLogGet1(MORV_LOG_SYSTEM, other.c_str(), nullptr), -1);
+    EXPECT_EQ(read_file(path), bytes);
 
     ASSERT_EQ(chdir(root_.dir().c_str()), 0);
     EXPECT_EQ(MORVLogGet1(MORV_LOG_SYSTEM, nullptr, nullptr), 0);
