@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/fake_syslog.h"
 #include "support/outcome.h"
 #include "support/scratch.h"
 
@@ -20,9 +21,6 @@ extern int64_t waited;
 
 // Called instead of waiting.
 extern void (*while_waiting)();
-
-// The lines of the system log, with their priority: "3 section 11000000 not found in ..."
-extern std::string logged;
 
 inline int set(const std::string &path, const std::string &text) {
     return MORVLogSet1a(path.c_str(), MORV_LOG_INFO, MORV_EVENT_USER_ADDED, text.c_str(), nullptr, nullptr,
