@@ -1,34 +1,33 @@
 #include <morvsdk/internal/log.h>
-#include <morvsdk/proc.h>
 #include <string.h>
 
 #include <algorithm>
 #include <charconv>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"
 #include "core/file/aside.h"
 #include "core/file/replacement_file.h"
+#include "core/system/process.h"
 #include "core/text/lines.h"
 #include "log/session_list.h"
 
 using namespace morv;
 
-static constexpr int kMostProcesses = 256;
-
 // The first line of each of the processes, which are in the order of their numbers, in that order; whole,
 // whatever its length. May throw std::bad_alloc.
 static std::string lines_of(std::string_view list, std::span<const int> pids) {
-    std::string_view first[kMostProcesses];
+    std::vector<std::string_view> first(pids.size());
     for (const std::string_view line : Lines(list)) {
         int pid = 0;
         const auto parsed = std::from_chars(line.data(), line.data() + line.size(), pid);
         if (line.front() == '0' || parsed.ptr == line.data() + line.size() || *parsed.ptr != '\t') continue;
         const auto found = std::lower_bound(pids.begin(), pids.end(), pid);
         if (found == pids.end() || *found != pid) continue;
-        std::string_view &place = first[found - pids.begin()];
+        std::string_view &place = first[size_t(found - pids.begin())];
         if (place.empty()) place = line;
     }
     std::string lines;
@@ -58,12 +57,12 @@ extern "C" int MORVLogICheckLog(const char *path, const char *temporary, const c
     if (int code = load_session_list(path, fd, list)) return MORV_FAIL(code, -1);
     if (!fd) return 0;
 
-    int pids[kMostProcesses];
-    const int count = MLIBPs(program, pids, kMostProcesses);
-    if (count < 0) return -1;
     std::string kept;
     if (int code = no_throw([&] {
-            kept = lines_of(list.view(), {pids, size_t(count)});
+            // All of them: the line of one that is not looked at would be lost.
+            std::vector<int> pids;
+            if (int failed = find_processes(program, pids)) return failed;
+            kept = lines_of(list.view(), pids);
             return 0;
         })) {
         return MORV_FAIL(code, -1);

@@ -15,6 +15,7 @@
 #include "core/file/file_edit.h"
 #include "core/file/file_stamp.h"
 #include "core/file/patience.h"
+#include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
 #include "core/file/tree.h"
 #include "core/text/field_text.h"
@@ -98,9 +99,21 @@ void LogSettings::load() noexcept {
     is_kept = exists && found.is_settled();
 }
 
-bool names(const char *path, const struct stat &st) noexcept {
-    struct stat now;
-    return stat(path, &now) == 0 && same_file(now, st);
+// Whether waiting may help after a file could not be opened.
+bool may_pass(int reason) noexcept {
+    switch (reason) {
+        case EACCES:
+        case EPERM:
+        case EROFS:
+        case EISDIR:
+        case ENOTDIR:
+        case ELOOP:
+        case ENAMETOOLONG:
+        case ENXIO:
+            return false;
+        default:
+            return true;
+    }
 }
 
 }  // namespace
@@ -126,8 +139,8 @@ const char *log_size_key(int log) noexcept {
     return entry ? entry->size_key : nullptr;
 }
 
-int make_log_settings() noexcept {
-    return no_throw([] {
+int make_log_settings(MakeSettings when) noexcept {
+    return no_throw([when] {
         std::string text;
         for (const LogClass &entry : kLogs) {
             char lines[160];
@@ -135,9 +148,18 @@ int make_log_settings() noexcept {
                      entry.size_key, kNewSize);
             text += lines;
         }
-        FileEdit file;
-        if (int code = file.open_unread(SysPath(kLogConf).c_str(), FileEdit::kMayCreate)) return code;
-        return file.commit(text, FileEdit::kOwn);
+        const SysPath path(kLogConf);
+        if (when == kAlways) {
+            FileEdit file;
+            if (int code = file.open_unread(path.c_str(), FileEdit::kMayCreate)) return code;
+            return file.commit(text, FileEdit::kOwn);
+        }
+        // Another process may have made it by now, and somebody set a size in it.
+        ReplacementFile file(path.c_str());
+        if (int code = file.create_own(0644)) return code;
+        if (int code = file.write(text)) return code;
+        if (int code = file.complete()) return code;
+        return link(file.temporary(), path.c_str()) == 0 || errno == EEXIST ? 0 : ERR_CREATE_FAILED;
     });
 }
 
@@ -147,7 +169,7 @@ int OpenLog::open(const char *path, int flags) noexcept {
         fd_.reset(::open(path, flags | O_NONBLOCK | O_CLOEXEC, 0600));
         if (!fd_) {
             if (errno == ENOENT && !(flags & O_CREAT)) return ERR_FILE_NOT_FOUND;
-            if (!patience.wait()) return ERR_OPEN_FAILED;
+            if (!may_pass(errno) || !patience.wait()) return ERR_OPEN_FAILED;
             continue;
         }
         struct stat st;
@@ -156,14 +178,16 @@ int OpenLog::open(const char *path, int flags) noexcept {
             errno = EINVAL;
             return ERR_OPEN_FAILED;
         }
-        size_ = st.st_size;
         mode_ = st.st_mode & 07777;
         Patience holder(10);
         while (!(is_locked_ = flock(fd_.get(), LOCK_EX | LOCK_NB) == 0) && holder.wait()) {
         }
         // Whoever made the log smaller meanwhile has put another file in its place, or somebody has removed
         // it.
-        if (!is_locked_ || names(path, st) || !patience.wait()) return 0;
+        struct stat now;
+        const bool is_there = stat(path, &now) == 0 && same_file(now, st);
+        size_ = is_there ? now.st_size : st.st_size;
+        if (!is_locked_ || is_there || !patience.wait()) return 0;
     }
 }
 

@@ -29,21 +29,22 @@ bool find_known_log(int log, int access, LogPlace &place) noexcept;
 // The key of a log's size; null when it has none that can be set.
 const char *log_size_key(int log) noexcept;
 
-// The whole of a new settings file.
-int make_log_settings() noexcept;
+// Makes the settings file, with all that there is to set.
+enum MakeSettings { kAlways, kIfMissing };
+int make_log_settings(MakeSettings when) noexcept;
 
 // A log that this process has locked, unless it could not be had for long.
 class OpenLog {
   public:
     // flags: as for open(2); with O_CREAT a new file has mode 0600. Tries again for some ten seconds, but for a file
-    // that is missing. Answers 0, ERR_FILE_NOT_FOUND or ERR_OPEN_FAILED, also for what is no regular file.
+    // that is missing and for what waiting does not change. Answers 0, ERR_FILE_NOT_FOUND or ERR_OPEN_FAILED, also for what is no regular file.
     int open(const char *path, int flags) noexcept;
 
     void close() noexcept { fd_.reset(); }
 
     int fd() const noexcept { return fd_.get(); }
     bool is_locked() const noexcept { return is_locked_; }
-    int64_t size() const noexcept { return size_; }  // before anything was written
+    int64_t size() const noexcept { return size_; }  // when it was locked
     unsigned mode() const noexcept { return mode_; }
 
   private:

@@ -19,6 +19,17 @@ using namespace morv;
 
 namespace {
 
+// Keeps a log as it is before its end is set in front of records that it may still hold.
+void keep_damaged(const char *path, const RingSnapshot &ring) noexcept {
+    char target[PATH_MAX];
+    const int length = snprintf(target, sizeof target, "%s.damaged", path);
+    ReplacementFile file(target);
+    if (length < 0 || size_t(length) >= sizeof target || file.create_own(0600) != 0 ||
+        file.write(ring.bytes()) != 0 || file.commit() != 0) {
+        MORV_LOG(LOG_ERR, "cannot keep the damaged log as %s: %m", target);
+    }
+}
+
 // Walks over the ring, and puts right what the header says of its ends where that does not agree.
 void repair(const OpenLog &log, const char *path, const RingSnapshot &ring) noexcept {
     RingWalk walk(ring);
@@ -28,6 +39,7 @@ void repair(const OpenLog &log, const char *path, const RingSnapshot &ring) noex
     if (walk.position() == ring.tail() && ring.head_is_sound()) return;
     // Without the lock, a writer may be at it.
     if (!log.is_locked()) return;
+    if (walk.damage() != 0) keep_damaged(path, ring);
     if ((!ring.head_is_sound() && MORVLogSetHead(log.fd(), kRingFirst) < 0) ||
         MORVLogSetTail(log.fd(), walk.position()) < 0) {
         MORV_LOG(LOG_ERR, "cannot repair the log %s: %m", path);

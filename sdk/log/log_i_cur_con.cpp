@@ -7,6 +7,7 @@
 #include <string>
 
 #include "core/base/fail.h"
+#include "core/base/kept_error.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/aside.h"
@@ -101,12 +102,22 @@ bool add_sessions(const SessionList &sessions, ListPtr &list) noexcept {
            add_lines(path.c_str(), sessions.process, list);
 }
 
+// A service whose sessions cannot be read is no reason not to tell of the others.
+bool is_passed_over(const char *path) noexcept {
+    if (MLIBErrGet() == ERR_OUT_OF_MEMORY) return false;
+    MORV_LOG(LOG_ERR, "cannot read the sessions of %s, morverr=[0x%04X]", path, MLIBErrGet());
+    return true;
+}
+
 bool add_all(ListPtr &list) noexcept {
     ReportLock lock;
-    if (!lock.take() || !add_file_sharing(list)) return false;
+    if (!lock.take()) return false;
+    const KeptError error;
+    if (!add_file_sharing(list) && !is_passed_over("smbstatus")) return false;
     for (const SessionList &sessions : kSessionLists) {
-        if (!add_sessions(sessions, list)) return false;
+        if (!add_sessions(sessions, list) && !is_passed_over(sessions.path)) return false;
     }
+    error.restore();
     return true;
 }
 

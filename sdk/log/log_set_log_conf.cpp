@@ -6,6 +6,6 @@
 using namespace morv;
 
 extern "C" int MORVSetLogConf() noexcept {
-    if (make_log_settings() != 0) return MORV_FAIL(ERR_OPEN_FAILED, -1);
+    if (make_log_settings(kAlways) != 0) return MORV_FAIL(ERR_OPEN_FAILED, -1);
     return 0;
 }

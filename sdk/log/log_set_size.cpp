@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <syslog.h>
 
+#include "core/base/fail.h"
 #include "core/file/sys_path.h"
 #include "log/log_file.h"
 
@@ -11,9 +12,9 @@ using namespace morv;
 extern "C" int MORVLogSetSize(int size, int log) noexcept {
     const SysPath conf(kLogConf);
     if (!BlMLIBFileExist(conf.c_str())) {
-        if (MORVSetLogConf() != 0) {
+        if (make_log_settings(kIfMissing) != 0) {
             syslog(LOG_ERR, "logconf file created error while set size coz the logconf not exist!");
-            return -1;
+            return MORV_FAIL(ERR_OPEN_FAILED, -1);
         }
         syslog(LOG_INFO, "logconf file not exist! created one!");
     }

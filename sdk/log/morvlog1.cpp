@@ -89,11 +89,40 @@ struct NewEvent {
 // Whether a log that is larger than glogsizeMax is made smaller first.
 enum Size { kAsItIs, kWithinSize };
 
+// How many bytes of a log go. Of several processes that find it too large at once, one makes it smaller.
+struct Excess {
+    int64_t bytes;
+    int64_t beyond;  // or all that the file has beyond these, if it is not -1
+
+    int64_t of(const OpenLog &log) const noexcept { return beyond < 0 ? bytes : log.size() - beyond; }
+};
+
+int shrink(const char *path, const Excess &excess) noexcept {
+    OpenLog log;
+    if (int code = log.open(path, O_RDWR)) {
+        if (code != ERR_FILE_NOT_FOUND) MORV_LOG(LOG_ERR, "cannot open the log %s: %m", path);
+        return -1;
+    }
+    const int code = no_throw([&] {
+        // Others would write on into the file that is no longer there.
+        if (!log.is_locked()) return int{ERR_LOCK_FAILED};
+        const int64_t bytes = excess.of(log);
+        if (excess.beyond >= 0 && bytes <= 0) return 0;
+        std::string content;
+        const int failed = smaller_ring(log.fd(), bytes, content);
+        return failed ? failed : replace_log(path, content);
+    });
+    if (code == 0) return 0;
+    MORV_LOG(LOG_ERR, "cannot make the log %s smaller: %s", path,
+             code == ERR_FORMAT_ERROR ? "it is none" : strerror(errno));
+    return -1;
+}
+
 int open_for_event(const char *path, Size size, OpenLog &log) noexcept {
     if (int code = log.open(path, O_RDWR | O_CREAT)) return code;
     if (size == kAsItIs || log.size() <= glogsizeMax || !log.is_locked()) return 0;
     log.close();
-    MORVLogChangeSize_a(int(std::min<int64_t>(log.size() - glogsizeMax, INT32_MAX)), path);
+    shrink(path, {0, glogsizeMax});
     return log.open(path, O_RDWR | O_CREAT);
 }
 
@@ -209,7 +238,7 @@ extern "C" int MORVLogSet1(int log, uint16_t type, uint32_t event, const char *a
     LogPlace place;
     if (!find_known_log(log, MORV_LOG_FOR_WRITING, place)) return -1;
     if (!place.has_settings) {
-        if (MORVSetLogConf() != 0) return -1;
+        if (make_log_settings(kIfMissing) != 0) return MORV_FAIL(ERR_OPEN_FAILED, -1);
     } else if (log >= MORV_LOG_CONNECTION) {
         syslog(LOG_INFO, "MORV : log file %s opened", kLogConf);
     }
@@ -225,22 +254,7 @@ extern "C" int MORVLogSet1(int log, uint16_t type, uint32_t event, const char *a
 
 extern "C" int MORVLogChangeSize_a(int excess, const char *path) noexcept {
     if (!path) return -1;
-    OpenLog log;
-    if (int code = log.open(path, O_RDWR)) {
-        if (code != ERR_FILE_NOT_FOUND) MORV_LOG(LOG_ERR, "cannot open the log %s: %m", path);
-        return -1;
-    }
-    const int code = no_throw([&] {
-        // Others would write on into the file that is no longer there.
-        if (!log.is_locked()) return int{ERR_LOCK_FAILED};
-        std::string content;
-        const int damage = smaller_ring(log.fd(), excess, content);
-        return damage ? damage : replace_log(path, content);
-    });
-    if (code == 0) return 0;
-    MORV_LOG(LOG_ERR, "cannot make the log %s smaller: %s", path,
-             code == ERR_FORMAT_ERROR ? "it is none" : strerror(errno));
-    return -1;
+    return shrink(path, {excess, -1});
 }
 
 extern "C" int MORVLogChangeSize(int size, int log) noexcept {
@@ -249,6 +263,5 @@ extern "C" int MORVLogChangeSize(int size, int log) noexcept {
     const SysPath path(place.path);
     struct stat st;
     if (stat(path.c_str(), &st) != 0) return errno == ENOENT ? 0 : -1;
-    if (st.st_size <= size) return 0;
-    return MORVLogChangeSize_a(int(std::min<int64_t>(st.st_size - size, INT32_MAX)), path.c_str());
+    return st.st_size <= size ? 0 : shrink(path.c_str(), {0, size});
 }

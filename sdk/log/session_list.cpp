@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <morvsdk/errcodes.h>
 
+#include "core/file/aside.h"
+
 namespace morv {
 
 // Hundreds of thousands of sessions.
@@ -14,7 +16,10 @@ int load_session_list(const char *path, UniqueFd &fd, FileText &text) noexcept {
     if (!fd) return errno == ENOENT ? 0 : ERR_OPEN_FAILED;
     if (int code = check_regular(fd.get())) return code;
     const int code = text.load(fd.get(), kMostBytes);
-    return code == ERR_FORMAT_ERROR ? ERR_READ_FAILED : code;
+    if (code != ERR_FORMAT_ERROR) return code;
+    // Whoever made it so long would keep the sessions that are from being reported.
+    fd.reset();
+    return move_aside(path) ? 0 : ERR_READ_FAILED;
 }
 
 }  // namespace morv

@@ -6,9 +6,9 @@
 
 namespace morv {
 
-// Opens and reads a list; `fd` stays empty when there is none. Links are not followed, and nothing is waited
-// for. Answers 0, ERR_OPEN_FAILED (also for what is no regular file), ERR_STAT_FAILED, ERR_READ_FAILED (also
-// for a list too long to be one) or ERR_OUT_OF_MEMORY.
+// Opens and reads a list; `fd` stays empty when there is none. One that is too long to be a list is moved aside.
+// Links are not followed, and nothing is waited for. Answers 0, ERR_OPEN_FAILED (also for what is no regular file),
+// ERR_STAT_FAILED, ERR_READ_FAILED or ERR_OUT_OF_MEMORY.
 int load_session_list(const char *path, UniqueFd &fd, FileText &text) noexcept;
 
 }  // namespace morv

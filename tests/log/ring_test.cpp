@@ -284,8 +284,20 @@ TEST(Ring, OfADamagedLengthInItsOlderPartShowsTheNewerPartAsWell) {
     MORV_LOG_STATE state;
     EXPECT_EQ(texts_of(path, &state), (std::vector<std::string>{"one", "two"}));
     EXPECT_EQ(state.damage, 16 + 3 * size);
+    // A writer that needs the room gives up the older part alone.
+    glogsizeMax = int(read_file(path).size()) + 2;
+    const std::string bytes = read_file(path);
+    EXPECT_EQ(set(path, "next"), 0);
+    EXPECT_EQ(texts_of(path).back(), "next");
+    write_file(path, bytes);
     EXPECT_EQ(MORVLogChangeSize_a(1, path.c_str()), 0);
     EXPECT_EQ(texts_of(path), std::vector<std::string>{"two"});
+    // A reader sets the end there, and keeps what it was.
+    write_file(path, bytes);
+    EXPECT_EQ(MORVLogGet1a(path.c_str(), root.path("out").c_str(), "enu"), 0);
+    EXPECT_EQ(texts_of(path), std::vector<std::string>{"one"});
+    EXPECT_EQ(root.read("log.damaged"), bytes);
+    EXPECT_EQ(mode_of(root.path("log.damaged")), 0600U);
 }
 
 // A log with a record, one with several, one that is about to wrap, wrapped ones, and one whose next record needs all

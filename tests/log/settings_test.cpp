@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "log/rings.h"
+#include "support/process.h"
 
 namespace {
 
@@ -110,6 +111,28 @@ TEST_F(LogSettings, OfASmallerSizeDropTheOldestEventsAndTheDefaultDropsNone) {
     EXPECT_LE(stat_of(path).st_size, 4096);
     EXPECT_EQ(texts_of(path).back(), "newest");
     EXPECT_GT(texts_of(path).size(), 40U);
+}
+
+TEST_F(LogSettings, MakeALogSmallerOnceHoweverManyProcessesFindItTooLarge) {
+    const std::string path = root_.path("var/log/morvsys.log");
+    glogsizeMax = 1 << 20;
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_EQ(set(path, std::to_string(i)), 0);
+    constexpr int kSize = 20000;
+    root_.write("etc/morvlog.conf", "syslogfilesize_MAX=" + std::to_string(kSize) + "\n");
+    std::vector<pid_t> children;
+    for (int i = 0; i < 8; ++i) {
+        children.push_back(fork());
+        if (children.back() != 0) continue;
+        while_waiting = [] { sched_yield(); };
+        _exit(set_log(MORV_LOG_SYSTEM, "late") != 0);
+    }
+    for (const pid_t child : children)
+        EXPECT_EQ(wait_for(child), 0);
+    EXPECT_LE(stat_of(path).st_size, kSize);
+    EXPECT_GT(stat_of(path).st_size, kSize - 1000);
+    EXPECT_EQ(texts_of(path).back(), "late");
+    EXPECT_EQ(root_.names("var/log"), std::vector<std::string>{"morvsys.log"});
 }
 
 TEST_F(LogSettings, KeepEmptyArgumentsAsABlankAndMissingOnesAsNothing) {

@@ -50,7 +50,7 @@ class Display {
                 print_line(line);
         } else if (follows_) {
             for (const Event &event : events)
-                print_line(event_json(event, language_).dump(-1, ' ', false, Json::error_handler_t::replace));
+                print_line(json_text(event_json(event, language_), -1));
         } else {
             Json documents = Json::array();
             for (const Event &event : events)

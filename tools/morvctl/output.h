@@ -11,7 +11,9 @@ namespace morvctl {
 
 using Json = nlohmann::ordered_json;
 
-// Bytes that are not UTF-8 become U+FFFD.
+// Bytes that are not UTF-8 become U+FFFD; characters that a terminal would obey are written as "\u009b".
+// indent: -1 for one line
+std::string json_text(const Json &document, int indent);
 void print_json(const Json &document);
 
 void print_raw(std::string_view text);

@@ -115,7 +115,7 @@ class Display {
             line["seconds_left"] =
                 per_second > 0 ? Json(uint64_t(std::min((1 - resync_share(array.rebuild)) / per_second, 1e9)))
                                : Json(nullptr);
-            print_line(line.dump(-1, ' ', false, Json::error_handler_t::replace));
+            print_line(json_text(line, -1));
         } else {
             print_line(array.szPath + ("  " + progress_text(array, rate)));
         }

@@ -124,8 +124,8 @@ int Appending::drop_older_part() noexcept {
         int32_t length = 0;
         const Next found = next(head, size_, length);
         if (found == Next::kFailed) return ERR_READ_FAILED;
-        if (found == Next::kDamage) return ERR_FORMAT_ERROR;
-        if (found == Next::kEnd) {
+        // What lies behind damage cannot be found; the newer part is as sound as before.
+        if (found != Next::kRecord) {
             head = kRingFirst;
             break;
         }
