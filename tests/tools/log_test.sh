@@ -22,7 +22,7 @@ test_scripts_add_events() {
     [[ $(value events 0 type) == error && $(value events 0 program) == morvlogset1 && $(value events 0 user) == tester &&
         $(value events 1 text) == 'User [alice] was added.' && $(value events 1 arguments) == '["alice"]' ]] || fail "$out"
     expect_code 0 morvctl log show conn
-    [[ $(shown) == 'Warning tester morvlogset1 The address [10.0.0.2] has been blocked after too many failed logins.' ]] ||
+    [[ $(shown) == 'Warning tester morvlogset1 The address [10.0.0.2] has been blocked.' ]] ||
         fail "$out"
     local code pattern words
     while IFS='|' read -r code pattern words; do
@@ -50,7 +50,7 @@ test_events_are_chosen_and_shown_in_a_language() {
     morvctl log add system error 0xABCDEF one $'t\two'
     expect_code 0 morvctl log show system
     [[ $(shown) == 'Information tester morvctl User [alice] was added.
-Warning bob morvctl The address [10.0.0.2\n\x1b[1m] has been blocked after too many failed logins.
+Warning bob morvctl The address [10.0.0.2\n\x1b[1m] has been blocked.
 Error tester morvctl event ABCDEF [one] [t\two]' ]] || fail "$out"
     expect_code 0 morvctl log show system --language ger --last 1 --user BOB
     [[ $out == *'  Warnung  bob '*'Die Adresse [10.0.0.2\n\x1b[1m] wurde nach zu vielen '* ]] || fail "$out"
