@@ -7,12 +7,12 @@
 
 extern "C" int MORVLogIWrite2Mem(const MLIBSZLIST *list, char **ppText) noexcept {
     if (!list || !ppText) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    if (list->nItem == 0) {
+    if (list->nItem <= 0) {
         *ppText = nullptr;
         return 0;
     }
     // A list holds less than 2 GiB, its texts included.
-    size_t size = 0;
+    size_t size = 1;
     for (int i = 0; i < list->nItem; ++i)
         size += strlen(list->pszItem[i]) + 1;
     char *const text = static_cast<char *>(malloc(size));
