@@ -102,6 +102,7 @@ allow    = 192.0.2.1,198.51.100.0/24' morvctl block config
 test_settings_of_others_are_not_undone() {
     start
     # While the folder is locked, the command waits; what is written there meanwhile is to stay.
+    # shellcheck disable=SC2016  # for the inner shell
     flock --close "$root/etc" bash -c '"$@" & sleep 0.3
         sed -i "s/\(autoblock_attempts\)=.*/\1=\"9\"/" "$MORV_ROOT/etc/morvinfo.conf"' - \
         "${morvctl_words[@]}" block config days=7 >"$scratch/settings" 2>&1

@@ -213,7 +213,7 @@ UniqueFd make_nameless() noexcept {
     if (file || errno != ENOSYS) return file;
     const SysPath pattern("/tmp/input.XXXXXX");
     char path[PATH_MAX];
-    strcpy(path, pattern.c_str());
+    memcpy(path, pattern.c_str(), strlen(pattern.c_str()) + 1);
     file.reset(mkostemp(path, O_CLOEXEC));
     if (file) unlink(path);
     return file;
