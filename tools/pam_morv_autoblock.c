@@ -2,8 +2,12 @@
  *
  * It only ever refuses: whatever goes wrong here, it has no say in the login, so that nobody is locked out.
  * It never answers PAM_SUCCESS either, with which a stack of nothing else would let everybody in. */
+#include <arpa/inet.h>
 #include <morvsdk/autoblock.h>
 #include <morvsdk/error.h>
+#include <morvsdk/file.h>
+#include <netdb.h>
+#include <netinet/in.h>
 #include <pthread.h>
 #include <security/pam_ext.h>
 #include <security/pam_modules.h>
@@ -36,23 +40,16 @@ __attribute__((constructor)) static void follow_forks(void) {
 
 typedef struct Login {
     pam_handle_t *pamh;
-    const char *client;
+    const char *client; /* as the service has it */
+    char address[INET_ADDRSTRLEN];
+    const char *root;
     bool is_failure; /* authfail */
     bool debug;
     bool quiet;
     bool silent;
 } Login;
 
-/* A client on this machine has no address of its own: behind that of a web mailer are all its users. */
-static bool is_local(const char *client) {
-    if (strncasecmp(client, "::ffff:", 7) == 0) client += 7;
-    return !*client || strncmp(client, "127.", 4) == 0 || strcmp(client, "::1") == 0 ||
-           strcasecmp(client, "localhost") == 0;
-}
-
-/* Answers whether there is a client to look after. */
-static bool begin(Login *login, pam_handle_t *pamh, int flags, int argc, const char **argv) {
-    *login = (Login){.pamh = pamh, .silent = (flags & PAM_SILENT) != 0};
+static void read_options(Login *login, int argc, const char **argv) {
     for (int i = 0; i < argc; ++i) {
         if (strcmp(argv[i], "authfail") == 0) {
             login->is_failure = true;
@@ -62,17 +59,12 @@ static bool begin(Login *login, pam_handle_t *pamh, int flags, int argc, const c
             login->quiet = true;
         } else if (strcmp(argv[i], "silent") == 0) {
             login->silent = true;
+        } else if (strncmp(argv[i], "root=", 5) == 0) {
+            login->root = argv[i] + 5;
         } else if (strcmp(argv[i], "preauth") != 0) {
-            pam_syslog(pamh, LOG_ERR, "there is no option %s", argv[i]);
+            pam_syslog(login->pamh, LOG_ERR, "there is no option %s", argv[i]);
         }
     }
-    const void *client = NULL;
-    if (pam_get_item(pamh, PAM_RHOST, &client) != PAM_SUCCESS || !client || is_local(client)) {
-        if (login->debug) pam_syslog(pamh, LOG_DEBUG, "the client is local");
-        return false;
-    }
-    login->client = client;
-    return true;
 }
 
 /* Calls a function of the library, and logs why it failed if it did. */
@@ -84,12 +76,11 @@ static int ask(const Login *login, int (*function)(const char *client) MORV_NOEX
         pam_syslog(login->pamh, LOG_ERR, "cannot %s %s: other logins take too long", what, login->client);
         return -1;
     }
-    const int answer = function(login->client);
+    /* Whose environment it is, is not known: no variable of it says where the settings are. */
+    const int answer = MORVSysRootSet(login->root) == 0 ? function(login->address) : -1;
     const int code = answer < 0 ? MLIBErrGet() : ERR_SUCCESS;
     pthread_mutex_unlock(&library);
-    if (answer < 0 && code == ERR_INVALID_NETNAME) {
-        pam_syslog(login->pamh, LOG_NOTICE, "cannot %s %s: it has no IPv4 address", what, login->client);
-    } else if (answer < 0) {
+    if (answer < 0) {
         const int name = code >> 8;
         const bool has_name = name >= 0 && name < errNum && rgszErrMsg[name];
         pam_syslog(login->pamh, LOG_ERR, "cannot %s %s: %s (0x%04X)", what, login->client,
@@ -97,6 +88,58 @@ static int ask(const Login *login, int (*function)(const char *client) MORV_NOEX
     }
     if (login->debug) pam_syslog(login->pamh, LOG_DEBUG, "%s %s: %d", what, login->client, answer);
     return answer;
+}
+
+static int is_enabled(const char *client) MORV_NOEXCEPT {
+    (void)client;
+    MLIBErrSet(ERR_SUCCESS);
+    return MORVAutoBlockIsEnabled() == 1 ? 1 : MLIBErrGet() == ERR_SUCCESS ? 0 : -1;
+}
+
+/* Finds the IPv4 address of the client. Of the library nothing is called: a name may take long, and other
+ * logins are not to wait for it. */
+static bool look_up(const Login *login, struct in_addr *address) {
+    struct in6_addr six;
+    if (inet_pton(AF_INET, login->client, address) == 1) return true;
+    if (inet_pton(AF_INET6, login->client, &six) == 1) {
+        memcpy(address, &six.s6_addr[12], sizeof *address);
+        if (IN6_IS_ADDR_V4MAPPED(&six)) return true;
+        if (login->debug) pam_syslog(login->pamh, LOG_DEBUG, "%s has no IPv4 address", login->client);
+        return false;
+    }
+    const struct addrinfo hints = {.ai_family = AF_INET, .ai_socktype = SOCK_STREAM};
+    struct addrinfo *found = NULL;
+    const int result = getaddrinfo(login->client, NULL, &hints, &found);
+    if (result != 0) {
+        pam_syslog(login->pamh, LOG_NOTICE, "no IPv4 address of %s: %s", login->client, gai_strerror(result));
+        return false;
+    }
+    struct sockaddr_in first;
+    memcpy(&first, found->ai_addr, sizeof first);
+    *address = first.sin_addr;
+    freeaddrinfo(found);
+    return true;
+}
+
+/* Answers whether there is a client to look after. One on this machine is none: behind the address of a web
+ * mailer are all its users. */
+static bool begin(Login *login, pam_handle_t *pamh, int flags, int argc, const char **argv) {
+    *login = (Login){.pamh = pamh, .root = "", .silent = (flags & PAM_SILENT) != 0};
+    read_options(login, argc, argv);
+    const void *client = NULL;
+    if (pam_get_item(pamh, PAM_RHOST, &client) != PAM_SUCCESS || !client || !*(const char *)client) {
+        if (login->debug) pam_syslog(pamh, LOG_DEBUG, "there is no client");
+        return false;
+    }
+    login->client = client;
+    if (ask(login, is_enabled, "read the settings for") != 1) return false;
+    struct in_addr address;
+    if (!look_up(login, &address)) return false;
+    if (ntohl(address.s_addr) >> 24 == IN_LOOPBACKNET || address.s_addr == INADDR_ANY) {
+        if (login->debug) pam_syslog(pamh, LOG_DEBUG, "%s is this machine", login->client);
+        return false;
+    }
+    return inet_ntop(AF_INET, &address, login->address, sizeof login->address) != NULL;
 }
 
 /* Answers whether the client is blocked, and tells both sides. */

@@ -13,14 +13,19 @@
  *
  * The deny list is replaced as a whole: readers see the old one or the new one, also after a crash. One that
  * is damaged (its length is no multiple of 8) counts as far as it is sound; who rewrites it next keeps it as
- * "/etc/morvIPs.deny.damaged" and logs an event.
+ * "/etc/morvIPs.deny.damaged" and logs an event, or says in the system log why it cannot be kept.
  *
- * Where a client is asked for, a name is looked up, which may take seconds; all functions wait for locks up
- * to about 30 seconds. Codes that several functions have:
+ * Writers of the deny list come one after the other by "/etc/morvIPs.deny.lock", which only root can open.
+ * Anybody can read the list and hold a lock on it: that of the list itself is tried for about a second, and
+ * then done without, by writers, too.
  *
- *   ERR_BAD_PARAMETERS   a null argument
- *   ERR_INVALID_NETNAME  no address, and no name of one
- *   ERR_LOCK_FAILED      others have held a lock for too long
+ * Where a client is asked for, a name is looked up, which may take seconds. Locks of the failures and of the
+ * writers are waited for up to about 30 seconds. Codes that several functions have:
+ *
+ *   ERR_BAD_PARAMETERS      a null argument
+ *   ERR_INVALID_NETNAME     no address, and no name of one
+ *   ERR_SERVER_UNREACHABLE  no name server answers
+ *   ERR_LOCK_FAILED         others have held a lock for too long
  *   ERR_OPEN_FAILED, ERR_READ_FAILED, ERR_WRITE_FAILED, ERR_RENAME_FAILED, ERR_STAT_FAILED
  *   ERR_MAP_FAILED, ERR_OUT_OF_MEMORY */
 #ifndef MORVSDK_AUTOBLOCK_H
@@ -42,7 +47,7 @@ typedef struct MORV_AUTOBLOCK_CONF {
 
 /* A record of both files. */
 typedef struct MORV_AUTOBLOCK_IP {
-    int32_t time;     /* seconds since the epoch */
+    int32_t time;     /* seconds since the epoch; once the clock is past January 19, 2038, read as unsigned */
     uint32_t address; /* in network byte order, as inet_aton stores it */
 } MORV_AUTOBLOCK_IP;
 
@@ -72,6 +77,9 @@ MORV_API int MORVAutoBlockFailLoginSet(const char *client) MORV_NOEXCEPT;
 
 /* Forgets the failures of a client that are still counted, as after a login. Returns 0 or -1. */
 MORV_API int MORVAutoBlockResetByIP(const char *client) MORV_NOEXCEPT;
+
+/* Tells how many failures of a client are counted at this moment, or -1. */
+MORV_API int MORVAutoBlockFailCountGet(const char *client) MORV_NOEXCEPT;
 
 /* Whether a client is blocked. Returns 1; 0, also when blocking is off; or -1. */
 MORV_API int MORVAutoBlockIsDeniedIP(const char *client) MORV_NOEXCEPT;
@@ -111,7 +119,8 @@ MORV_API void MORVAutoBlockFree(MORV_AUTOBLOCK_IP *list) MORV_NOEXCEPT; /* null 
 /* Has the FTP server read the deny list again. Returns 0, or -1 with ERR_SYS_UNKNOWN, also when none runs. */
 MORV_API int MORVAutoBlockServicesHup(void) MORV_NOEXCEPT;
 
-/* Opens and locks one of the files; a new one has mode 0666 whatever the umask.
+/* Opens and locks one of the files; a new one has mode 0666 whatever the umask, which is 0 meanwhile, in all
+ * threads of the process.
  *
  * path:  in the system
  * flags: as for open(2); what is no regular file is refused

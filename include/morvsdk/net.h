@@ -14,7 +14,8 @@ MORV_BEGIN_DECLS
  *
  * A name is asked for as the system is set up, which may take many seconds: no lock is to be held.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_NOT_ENOUGH_MEMORY (buffer too small), ERR_INVALID_NETNAME (no
- * such name, or one without an IPv4 address) or ERR_OUT_OF_MEMORY. */
+ * such name, or one without an IPv4 address), ERR_SERVER_UNREACHABLE (no name server answers) or
+ * ERR_OUT_OF_MEMORY. */
 enum { MORV_IP_TEXT_SIZE = 16 };
 MORV_API int MORVNetBkpLookupIP(const char *host, char *buffer, int size) MORV_NOEXCEPT;
 

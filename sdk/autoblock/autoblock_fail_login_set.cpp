@@ -54,8 +54,8 @@ extern "C" int MORVAutoBlockFailLoginSet(const char *client) noexcept {
         return MORV_FAIL(code, -1);
     if (attempts <= 0 || count < attempts) return 0;
 
-    // In this order whoever is stopped in between, or cannot write the list, has the next failure block it.
+    // The failures first: who reports another one meanwhile begins a new count, and does not block it as well.
     const Ipv4Text dotted(address);
-    const int blocked = MORVAutoBlockIPAdd(dotted.text);
-    return blocked == 0 ? MORVAutoBlockResetByIP(dotted.text) : -1;
+    const int forgotten = MORVAutoBlockResetByIP(dotted.text);
+    return MORVAutoBlockIPAdd(dotted.text) == 0 ? forgotten : -1;
 }

@@ -1,4 +1,3 @@
-#include <sys/file.h>
 #include <time.h>
 
 #include <algorithm>
@@ -36,7 +35,7 @@ extern "C" int MORVAutoBlockIPGet(MORV_AUTOBLOCK_IP **ppList, int index, int lim
     BlockSettings settings;
     if (int code = settings.load()) return MORV_FAIL(code, -1);
     UniqueFd list;
-    int code = open_locked(SysPath(kDenyList).c_str(), O_RDONLY, LOCK_SH | LOCK_NB, list);
+    int code = open_to_read(SysPath(kDenyList).c_str(), 0, list);
     int64_t size = 0;
     if (code == 0) code = size_of(list.get(), size);
     if (code != 0 && code != ERR_FILE_NOT_FOUND) return MORV_FAIL(code, -1);

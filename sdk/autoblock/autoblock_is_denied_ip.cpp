@@ -1,4 +1,3 @@
-#include <sys/file.h>
 #include <time.h>
 
 #include "autoblock/client_address.h"
@@ -12,7 +11,7 @@ using namespace morv;
 
 static int find_in_list(uint32_t address, const RecordAge &age) noexcept {
     UniqueFd list;
-    if (int code = open_locked(SysPath(kDenyList).c_str(), O_RDONLY, LOCK_SH | LOCK_NB, list)) return code;
+    if (int code = open_to_read(SysPath(kDenyList).c_str(), 0, list)) return code;
     int64_t size;
     if (int code = size_of(list.get(), size)) return code;
     if (size == 0) return 0;

@@ -3,9 +3,10 @@
 #include <errno.h>
 #include <morvsdk/log.h>
 #include <string.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <utility>
 
 #include "core/base/log.h"
 #include "core/file/replacement_file.h"
@@ -15,6 +16,13 @@
 namespace morv {
 
 namespace {
+
+bool path_beside(const char *list, const char *suffix, char (&path)[PATH_MAX]) noexcept {
+    const int length = snprintf(path, sizeof path, "%s%s", list, suffix);
+    if (length >= 0 && size_t(length) < sizeof path) return true;
+    errno = ENAMETOOLONG;
+    return false;
+}
 
 // Keeps a list that is to be replaced under a second name. It is no copy, so that it costs no space; and no
 // descriptor's mode is changed that others read the list by until it is replaced.
@@ -32,16 +40,16 @@ class KeptList {
 
     // A list that cannot be kept is no reason not to block.
     void keep(const char *list) noexcept {
-        const int length = snprintf(path_, sizeof path_, "%s.damaged", list);
-        if (length < 0 || size_t(length) >= sizeof path_) return;
-        unlink(path_);
-        kept_ = link(list, path_) == 0;
-        if (!kept_) MORV_LOG(LOG_ERR, "cannot keep the damaged list as [%s]: %m", path_);
+        const bool fits = path_beside(list, ".damaged", path_);
+        if (fits) unlink(path_);
+        kept_ = fits && link(list, path_) == 0;
+        if (!kept_) MORV_LOG(LOG_ERR, "[%s] is damaged, and cannot be kept: %m", list);
     }
 
-    void commit() noexcept {
+    // Answers whether there is one.
+    bool commit() noexcept {
         if (kept_) chmod(path_, 0600);
-        kept_ = false;
+        return std::exchange(kept_, false);
     }
 
   private:
@@ -81,10 +89,17 @@ int write_list(int old_list, ReplacementFile &file, DenyChange &change, bool &is
 int change_deny_list(DenyChange &change) noexcept {
     char path[PATH_MAX];
     if (!follow_links(SysPath(kDenyList).c_str(), path)) return ERR_OPEN_FAILED;
-    UniqueFd list;
-    // Writers come one after the other by a lock on the list itself, which is therefore made first.
     const Missing missing = change.added.empty() ? Missing::kIsFine : Missing::kIsMade;
-    if (int code = open_current(path, O_RDONLY | O_NOFOLLOW, LOCK_EX | LOCK_NB, missing, 0644, list))
+    if (missing == Missing::kIsFine && access(path, F_OK) != 0 && errno == ENOENT) return 0;
+    char lock_path[PATH_MAX];
+    if (!path_beside(path, ".lock", lock_path)) return ERR_OPEN_FAILED;
+    UniqueFd lock, list;
+    // Writers come one after the other by a file that nobody else can open; everybody may read the list and so
+    // hold a lock on it. Programs that only know that one are waited for, but not for ever.
+    if (int code =
+            open_current(lock_path, O_RDWR | O_NOFOLLOW, Lock::kIsNeeded, Missing::kIsMade, 0600, lock))
+        return code;
+    if (int code = open_current(path, O_RDONLY | O_NOFOLLOW, Lock::kIsTried, missing, 0644, list))
         return code == ERR_FILE_NOT_FOUND ? 0 : code;
     struct stat st;
     if (fstat(list.get(), &st) != 0) return ERR_STAT_FAILED;
@@ -96,15 +111,15 @@ int change_deny_list(DenyChange &change) noexcept {
     if (int code = write_list(list.get(), file, change, is_changed, st.st_size)) return code;
     if (!is_changed) return 0;
     if (int code = file.complete()) return code;
-    change.was_damaged = st.st_size % off_t{sizeof(AddressRecord)} != 0;
-    if (change.was_damaged) damaged.keep(path);
-    if (int code = file.rename_over()) return code;
-    damaged.commit();
-    return 0;
+    if (st.st_size % off_t{sizeof(AddressRecord)} != 0) damaged.keep(path);
+    // Behind the rename it only fails to make that last: the list is the new one.
+    const int code = file.rename_over();
+    if (code != ERR_RENAME_FAILED) change.was_kept = damaged.commit();
+    return code;
 }
 
 void report_damage(const DenyChange &change) noexcept {
-    if (change.was_damaged) {
+    if (change.was_kept) {
         MORVLogSet1(MORV_LOG_SYSTEM, MORV_LOG_WARNING, MORV_EVENT_BLOCK_LIST_DAMAGED, kDamagedDenyList,
                     nullptr, nullptr, nullptr);
     }

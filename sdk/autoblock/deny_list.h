@@ -21,7 +21,7 @@ struct DenyChange {
     int64_t now;                      // with this time
 
     // What came of it: how many of `leaving` were in the list, is told by the set.
-    bool was_damaged = false;  // and a copy was kept
+    bool was_kept = false;  // the old list: it was damaged
 };
 
 // Answers 0, or an error code: the list is then as it was.

@@ -1,6 +1,5 @@
 #include "autoblock/failure_list.h"
 
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include "autoblock/deny_list.h"
@@ -12,6 +11,10 @@ namespace morv {
 // Eight million failures within one period.
 static constexpr off_t kMostBytes = off_t{64} << 20;
 
+static bool is_ours(const struct stat &st) noexcept {
+    return S_ISREG(st.st_mode) && st.st_nlink == 1 && st.st_size <= kMostBytes;
+}
+
 int open_failure_list(Missing missing, UniqueFd &list, int64_t &size) noexcept {
     const SysPath path(kFailureList);
     // Who puts something there again and again is not waited for.
@@ -19,16 +22,26 @@ int open_failure_list(Missing missing, UniqueFd &list, int64_t &size) noexcept {
         struct stat st;
         move_aside_unless_regular(path.c_str());
         const int code =
-            open_current(path.c_str(), O_RDWR | O_NOFOLLOW, LOCK_EX | LOCK_NB, missing, 0666, list);
+            open_current(path.c_str(), O_RDWR | O_NOFOLLOW, Lock::kIsNeeded, missing, 0666, list);
         if (code == ERR_OPEN_FAILED) continue;
         if (code != 0) return code;
         if (fstat(list.get(), &st) != 0) return ERR_STAT_FAILED;
         size = st.st_size;
-        if (st.st_nlink == 1 && st.st_size <= kMostBytes) return 0;
+        if (is_ours(st)) return 0;
         list.reset();
         if (!move_aside(path.c_str())) break;
     }
     return ERR_OPEN_FAILED;
+}
+
+int open_failure_list_to_read(UniqueFd &list, int64_t &size) noexcept {
+    const SysPath path(kFailureList);
+    struct stat st;
+    if (lstat(path.c_str(), &st) == 0 && !is_ours(st)) return ERR_FILE_NOT_FOUND;
+    if (int code = open_to_read(path.c_str(), O_NOFOLLOW, list)) return code;
+    if (fstat(list.get(), &st) != 0) return ERR_STAT_FAILED;
+    size = st.st_size;
+    return is_ours(st) ? 0 : ERR_FILE_NOT_FOUND;
 }
 
 }  // namespace morv

@@ -13,4 +13,7 @@ namespace morv {
 // ERR_FILE_NOT_FOUND (only with kIsFine), ERR_OPEN_FAILED, ERR_STAT_FAILED or ERR_LOCK_FAILED.
 int open_failure_list(Missing missing, UniqueFd &list, int64_t &size) noexcept;
 
+// Opens the list for reading, as it is; what is no list of ours is ERR_FILE_NOT_FOUND, as nothing in it counts.
+int open_failure_list_to_read(UniqueFd &list, int64_t &size) noexcept;
+
 }  // namespace morv

@@ -18,7 +18,9 @@ static int look_up(const char *host, uint32_t &address) noexcept {
     hints.ai_family = AF_INET;
     hints.ai_socktype = SOCK_STREAM;
     const int result = getaddrinfo(host, nullptr, &hints, &found);
-    if (result != 0) return result == EAI_MEMORY ? ERR_OUT_OF_MEMORY : ERR_INVALID_NETNAME;
+    if (result == EAI_MEMORY) return ERR_OUT_OF_MEMORY;
+    if (result == EAI_AGAIN) return ERR_SERVER_UNREACHABLE;
+    if (result != 0) return ERR_INVALID_NETNAME;
     const std::unique_ptr<addrinfo, Releaser<freeaddrinfo>> all(found);
     sockaddr_in first;
     memcpy(&first, found->ai_addr, sizeof first);

@@ -99,6 +99,12 @@ struct BlockRoot : ScratchRoot {
         return found;
     }
 
+    // When an address has been blocked, and nothing went wrong.
+    static std::vector<std::string> names_in_etc() {
+        return {"morvIPs.deny", "morvIPs.deny.lock", "morvinfo.conf", "morvlog.conf"};
+    }
+
+    bool has(const char *name) const { return access(path(name).c_str(), F_OK) == 0; }
     void pass(int64_t seconds) const { *clock_seconds = *clock_seconds + seconds; }
 };
 

@@ -79,9 +79,17 @@ TEST(Counting, FindsTheFailuresOfOneAmongManyWherever) {
 TEST(Counting, ForgetsTheFailuresOfWhoLoggedIn) {
     const BlockRoot root;
     EXPECT_EQ(MORVAutoBlockResetByIP("192.0.2.1"), 0) << "no list";
+    EXPECT_EQ(MORVAutoBlockFailCountGet("192.0.2.1"), 0) << "no list";
     EXPECT_FALSE(root.names("tmp").size());
     fail("192.0.2.1", 2);
+    fail("192.0.2.2");
+    EXPECT_EQ(MORVAutoBlockFailCountGet("::ffff:192.0.2.1"), 2);
+    root.pass(300);
+    EXPECT_EQ(MORVAutoBlockFailCountGet("192.0.2.1"), 0) << "they are too old";
+    root.pass(-1);
     EXPECT_EQ(MORVAutoBlockResetByIP("192.0.2.1"), 0);
+    EXPECT_EQ(MORVAutoBlockFailCountGet("192.0.2.1"), 0);
+    EXPECT_EQ(MORVAutoBlockFailCountGet("192.0.2.2"), 1);
     EXPECT_EQ(fail("192.0.2.1", 2), 0);
     EXPECT_EQ(MORVAutoBlockIsDeniedIP("192.0.2.1"), 0);
 }
@@ -163,6 +171,7 @@ TEST(Counting, LooksNamesUpWithoutALock) {
 }
 
 TEST(Lookup, AnswersTheDottedAddress) {
+    const BlockRoot root;
     char buffer[MORV_IP_TEXT_SIZE];
     names_asked = 0;
     EXPECT_EQ(MORVNetBkpLookupIP("255.255.255.255", buffer, sizeof buffer), 0);
@@ -175,6 +184,8 @@ TEST(Lookup, AnswersTheDottedAddress) {
     EXPECT_EQ(MORVNetBkpLookupIP("client.example", buffer, 10), -1);
     EXPECT_EQ(MLIBErrGet(), ERR_NOT_ENOUGH_MEMORY);
     EXPECT_STREQ(buffer, "192.0.2.77");
+    EXPECT_EQ(MORVAutoBlockIsDeniedIP("silent.example"), -1);
+    EXPECT_EQ(MLIBErrGet(), ERR_SERVER_UNREACHABLE) << "it may have the name all the same";
 }
 
 }  // namespace

@@ -58,6 +58,8 @@ int getaddrinfo(const char *host, const char *, const addrinfo *, addrinfo **fou
     uint32_t address;
     if (strcmp(host, "client.example") == 0)
         address = address_of("192.0.2.77");
+    else if (strcmp(host, "silent.example") == 0)
+        return EAI_AGAIN;
     else if (strcmp(host, "nowhere.example") == 0)
         address = 0;
     else

@@ -46,18 +46,13 @@ void check(const BlockRoot &root, const Rewrite &rewrite) {
     const std::vector<Record> now = root.denied();
     EXPECT_TRUE(now == kBefore || now == rewrite.done) << root.read(BlockRoot::kDeny).size();
     EXPECT_EQ(mode_of(root.path(BlockRoot::kDeny)), 0640u);
-    // Failures only go when the block holds.
-    const std::vector<Record> failures = root.failures();
-    if (now == kBefore) {
-        EXPECT_GE(std::ranges::count(failures, kFailuresBefore[0]), 2);
-    }
 }
 
 TEST(Faults, LeaveTheOldOrTheNewListWholeAndNothingBesideIt) {
     const BlockRoot root;
     MORVSetLogConf();
     waits_are_over = true;
-    const std::vector<std::string> names = {"morvIPs.deny", "morvinfo.conf", "morvlog.conf"};
+    ASSERT_EQ(MORVAutoBlockIPAdd("192.0.2.9"), 0) << "makes the lock";
     for (const Rewrite &rewrite : kRewrites) {
         std::set<Sys> reached;
         const int faults = for_each_sys_fault([&](Sys which, int nth) {
@@ -76,7 +71,7 @@ TEST(Faults, LeaveTheOldOrTheNewListWholeAndNothingBesideIt) {
             if (result == 0) {
                 EXPECT_EQ(root.denied(), rewrite.done);
             }
-            EXPECT_EQ(root.names("etc"), names);
+            EXPECT_EQ(root.names("etc"), BlockRoot::names_in_etc());
             EXPECT_EQ(open_descriptors(), descriptors);
             if (hit) reached.insert(which);
             return hit;
@@ -101,10 +96,11 @@ TEST(Faults, AKillAnywhereIsMadeUpForByTheNextCall) {
                          return rewrite.run();
                      }) == -1;
             check(root, rewrite);
-            EXPECT_EQ(rewrite.run(), 0) << kills;
-            std::vector<Record> now = root.denied();
-            EXPECT_EQ(now.size(), rewrite.done.size()) << kills;
-            EXPECT_EQ(root.names("etc").size(), 3u) << kills;
+            // Failures that were forgotten before the block was written are to come again.
+            for (int i = 0; i == 0 || (i < 3 && root.denied() == kBefore); ++i)
+                EXPECT_EQ(rewrite.run(), 0) << kills;
+            EXPECT_EQ(root.denied().size(), rewrite.done.size()) << kills;
+            EXPECT_EQ(root.names("etc"), BlockRoot::names_in_etc()) << kills;
         }
         EXPECT_GT(kills, 8);
     }

@@ -1,10 +1,12 @@
 // The list of blocked addresses: what is put into it and taken from it, one by one and in bulk.
 #include <fcntl.h>
+#include <morvsdk/file.h>
 #include <morvsdk/internal/autoblock.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 
 #include "autoblock/block_root.h"
+#include "support/sys_fault.h"
 
 using namespace testing_support;
 
@@ -21,7 +23,7 @@ TEST(BlockList, RenewsABlockWithoutASecondEvent) {
     EXPECT_EQ(MORVAutoBlockIPAdd("192.0.2.1"), 0);
     EXPECT_EQ(root.denied(), (std::vector<Record>{{kNow, "192.0.2.2"}, {kNow + 10, "192.0.2.1"}}));
     EXPECT_EQ(root.events().size(), 2u);
-    EXPECT_EQ(root.names("etc"), (std::vector<std::string>{"morvIPs.deny", "morvinfo.conf", "morvlog.conf"}));
+    EXPECT_EQ(root.names("etc"), BlockRoot::names_in_etc());
 }
 
 TEST(BlockList, LetsABlockEndAfterItsDays) {
@@ -89,7 +91,7 @@ TEST(BlockList, TakesManyInOneRewriteWithOneEvent) {
     EXPECT_EQ(MORVAutoBlockIPsDel(none), 0);
     unlink(root.path(BlockRoot::kDeny).c_str());
     EXPECT_EQ(MORVAutoBlockIPsDel(addresses.data()), 0) << "no list";
-    EXPECT_EQ(root.names("etc"), (std::vector<std::string>{"morvinfo.conf", "morvlog.conf"}));
+    EXPECT_FALSE(root.has(BlockRoot::kDeny));
 }
 
 TEST(BlockList, IsListedFromAnyRecordOn) {
@@ -137,6 +139,30 @@ TEST(BlockList, DamageIsKeptToldAndDoesNotStopTheBlocking) {
     EXPECT_EQ(mode_of(root.path(BlockRoot::kDeny)), 0644u);
     EXPECT_EQ(root.events(),
               (std::vector<std::string>{"12A00006 /etc/morvIPs.deny.damaged", "12A00003 192.0.2.2"}));
+}
+
+TEST(BlockList, DamageThatCannotBeKeptIsNotSaidToBe) {
+    const BlockRoot root;
+    root.write(BlockRoot::kDeny, "torn");
+    root.write("etc/morvIPs.deny.damaged/in the way", "");
+    EXPECT_EQ(MORVAutoBlockIPAdd("192.0.2.2"), 0);
+    EXPECT_EQ(root.denied().size(), 1u);
+    EXPECT_EQ(root.events(), std::vector<std::string>{"12A00003 192.0.2.2"});
+}
+
+TEST(BlockList, DamageIsKeptWhenTheDiskFailsBehindTheRename) {
+    const BlockRoot root;
+    MORVAutoBlockIPAdd("192.0.2.1");
+    root.write(BlockRoot::kDeny, "torn");
+    MORVFileDurabilitySet(MORV_DURABLE);
+    {
+        const SysFault fault(Sys::kFsync, 2);
+        EXPECT_EQ(MORVAutoBlockIPAdd("192.0.2.2"), -1);
+        EXPECT_TRUE(fault.reached());
+    }
+    MORVFileDurabilitySet(MORV_ATOMIC);
+    EXPECT_EQ(root.denied().size(), 1u);
+    EXPECT_EQ(root.read("etc/morvIPs.deny.damaged"), "torn");
 }
 
 // ---- the walk --------------------------------------------------------------------------------------------

@@ -154,7 +154,8 @@ TEST(Mail, TellsOfABlockOnceAndWithoutALock) {
                "[AutoBlockAdd]\nsubject=%CLIENT_IP%\n"
                "body=%AUTOBLOCK_TIME%|%AUTOBLOCK_ATTEMPTS%|%AUTOBLOCK_ATTEMPT_MIN%\n");
     root.sendmail(
-        "cat >\"$MORV_ROOT/mail\"; flock -n \"$MORV_ROOT/etc/morvIPs.deny\" touch \"$MORV_ROOT/free\"");
+        "cat >\"$MORV_ROOT/mail\"; flock -n \"$MORV_ROOT/etc/morvIPs.deny\" flock -n "
+        "\"$MORV_ROOT/etc/morvIPs.deny.lock\" touch \"$MORV_ROOT/free\"");
     EXPECT_EQ(MORVAutoBlockFailLoginSet("192.0.2.1"), 0);
     EXPECT_EQ(root.header("Subject"), "192.0.2.1");
     EXPECT_EQ(root.body(), "Thu Jan 10 21:20:00 2008|1|5\r\n");
@@ -195,9 +196,10 @@ TEST(Settings, AreReadAndWrittenAsKeys) {
     for (const MORV_AUTOBLOCK_CONF &bad : {MORV_AUTOBLOCK_CONF{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}})
         EXPECT_TRUE(refuses(-1, MORVAutoBlockConfSet(&bad)));
     EXPECT_TRUE(refuse_nulls(-1, MORVAutoBlockConfGet, MORVAutoBlockConfSet, MORVAutoBlockFailLoginSet,
-                             MORVAutoBlockResetByIP, MORVAutoBlockIsDeniedIP, MORVAutoBlockIsAllowedIP,
-                             MORVAutoBlockIPAdd, MORVAutoBlockIPsAdd, MORVAutoBlockIPsDel, MORVAutoBlockIPGet,
-                             MORVAutoBlockFileOpen, MORVMailSendEvent));
+                             MORVAutoBlockFailCountGet, MORVAutoBlockResetByIP, MORVAutoBlockIsDeniedIP,
+                             MORVAutoBlockIsAllowedIP, MORVAutoBlockIPAdd, MORVAutoBlockIPsAdd,
+                             MORVAutoBlockIPsDel, MORVAutoBlockIPGet, MORVAutoBlockFileOpen,
+                             MORVMailSendEvent));
     unlink(root.path("etc/morvinfo.conf").c_str());
     conf = {9, 9, 9, 9};
     EXPECT_EQ(MORVAutoBlockConfGet(&conf), 0);

@@ -32,7 +32,8 @@ source_dir=$2
 scratch=$3
 root=$scratch/root
 module=$scratch/prefix/lib/security/pam_morv_autoblock.so
-export LD_LIBRARY_PATH=$scratch/prefix/lib MORV_ROOT=$root
+# The module goes by its option, not by the environment of whatever it is in.
+export LD_LIBRARY_PATH=$scratch/prefix/lib MORV_ROOT=$scratch/elsewhere
 failures=0
 
 expect() { # expect WHAT COMMAND...
@@ -46,7 +47,7 @@ expect() { # expect WHAT COMMAND...
 }
 
 refused() { ! "$@"; }
-block() { "$scratch/prefix/bin/morvctl" block "$@"; }
+block() { MORV_ROOT=$root "$scratch/prefix/bin/morvctl" block "$@"; }
 says() { grep -q -e "$1" <<<"$said"; }
 
 # Logs in as a service would; PAM's answer is in $said.
@@ -61,8 +62,9 @@ login() { # login CLIENT PASSWORD [SERVICE]
 
 begin() { # begin [SETTING=VALUE ...]
     rm -rf "$root"
-    mkdir -p "$root/etc" "$root/tmp" "$root/var/log"
-    block config attempts=3 minutes=5 days=1 "$@"
+    mkdir -p "$scratch/elsewhere" "$root/etc" "$root/tmp" "$root/var/log"
+    block config attempts=3 minutes=5 days=1
+    (($# == 0)) || block config "$@" 2>/dev/null
 }
 
 fail_from() { # fail_from CLIENT TIMES
@@ -87,14 +89,25 @@ mkdir "$scratch/pam.d"
 # shellcheck disable=SC2016  # for the script
 printf '#!/bin/sh\nexec grep -qx right\n' >"$scratch/check"
 chmod 755 "$scratch" "$scratch/check"
+# The password is checked by a script. What pam_unix would answer to a wrong one, pam_debug does, under its control.
 sed -n '/^\.Bd/,/^\.Ed/p' "$source_dir/docs/man/pam_morv_autoblock.8" | sed '/^\.Ed/q' |
-    grep -E '^(auth|account) ' |
-    sed -E "s#pam_morv_autoblock.so#$module#; s#^(auth.*) pam_unix.so#\1 pam_exec.so quiet expose_authtok $scratch/check#
-        s#^(account.*) pam_(unix|nologin).so#\1 pam_permit.so#" >"$scratch/pam.d/login"
+    sed -e ':a' -e '/\\e$/{N;s/\\e\n *//;ba' -e '}' | grep -E '^(auth|account) ' |
+    sed -E "s#pam_morv_autoblock.so#$module root=$root#
+        s#^auth +(\[.*\]) +pam_unix.so#auth [success=2 default=ignore] pam_exec.so quiet expose_authtok $scratch/check\n&#
+        s#^(account.*) pam_(unix|nologin).so#\1 pam_permit.so#" |
+    sed 's#pam_unix.so#pam_debug.so auth=auth_err#' >"$scratch/pam.d/login"
 expect "the manual has a stack" grep -q authfail "$scratch/pam.d/login"
+expect "and one where pam_unix stood" grep -q 'default=die.*pam_debug' "$scratch/pam.d/login"
 # One that shows that the module alone lets nobody in.
-printf 'auth required %s\naccount required %s\n' "$module" "$module" >"$scratch/pam.d/alone"
+printf 'auth required %s\naccount required %s\n' "$module root=$root" "$module root=$root" >"$scratch/pam.d/alone"
 sed 's/ preauth/& silent/' "$scratch/pam.d/login" >"$scratch/pam.d/silent"
+refusals='auth_err user_unknown perm_denied maxtries acct_expired'
+troubles='conv_err authtok_err authinfo_unavail cred_insufficient system_err service_err abort'
+for result in $refusals $troubles; do
+    sed "s/auth=auth_err/auth=$result/" "$scratch/pam.d/login" >"$scratch/pam.d/$result"
+done
+sed '/^account/{s/pam_permit.so/pam_debug.so acct=acct_expired/;:a;n;ba}' "$scratch/pam.d/login" >"$scratch/pam.d/closed"
+sed 's/auth=auth_err/& cred=user_unknown/' "$scratch/pam.d/login" >"$scratch/pam.d/key"
 printf 'auth required pam_deny.so\naccount required pam_deny.so\n' >"$scratch/pam.d/other"
 mount --bind "$scratch/pam.d" /etc/pam.d || skip "cannot put another folder in the place of /etc/pam.d"
 
@@ -123,6 +136,28 @@ for _ in 1 2; do
 done
 
 begin
+expect "two failures are not enough" fail_from 192.0.2.1 2
+expect "an account that is refused" refused login 192.0.2.1 right closed
+expect "does not forget them" fail_from ::ffff:192.0.2.1 1
+expect "so that the next blocks" refused block check 192.0.2.1
+
+begin attempts=1
+for result in $troubles; do
+    expect "a login that ends with $result fails" refused login 192.0.2.1 wrong "$result"
+    expect "and is none that was refused" block check 192.0.2.1
+done
+for result in $refusals; do
+    begin attempts=1
+    expect "a login that ends with $result fails" refused login 192.0.2.1 wrong "$result"
+    expect "and is counted" refused block check 192.0.2.1
+done
+expect "credentials are given without a password, too" pamtester -I rhost=192.0.2.2 key nobody setcred
+
+begin attempts=0 minutes=0
+expect "while blocking is off, a wrong password is wrong" fail_from 192.0.2.1 1
+expect "and nothing is counted" test ! -e "$root/tmp/login_fail.list"
+
+begin
 expect "three failures block" fail_from 192.0.2.1 3
 before=$(cksum <"$root/etc/morvIPs.deny")
 login 192.0.2.1 wrong >/dev/null
@@ -141,8 +176,11 @@ expect "failures of an allowed address are failures" fail_from 192.0.2.1 4
 expect "that never block" login 192.0.2.1 right
 expect "nor is a client without an IPv4 address blocked" fail_from 2001:db8::1 4
 expect "which can log in" login 2001:db8::1 right
-expect "local failures do not block" fail_from 127.0.0.1 4
-expect "local logins" login 127.0.0.1 right
+for local in 127.0.0.1 127.1 ::ffff:127.0.0.2 ::1 localhost; do
+    expect "local failures do not block" fail_from "$local" 4
+    expect "local logins" login "$local" right
+done
+expect "and none is counted" test ! -s "$root/tmp/login_fail.list"
 
 begin
 write_block 60 192.0.2.1

@@ -99,6 +99,23 @@ allow    = 192.0.2.1,198.51.100.0/24' morvctl block config
     expect_value '["192.0.2.1", "198.51.100.0/24"]' config allow
 }
 
+test_settings_of_others_are_not_undone() {
+    start
+    # While the folder is locked, the command waits; what is written there meanwhile is to stay.
+    # shellcheck disable=SC2016  # for the inner shell
+    flock --close "$root/etc" bash -c '"$@" & sleep 0.3
+        sed -i "s/\(autoblock_attempts\)=.*/\1=\"9\"/" "$MORV_ROOT/etc/morvinfo.conf"' - \
+        "${morvctl_words[@]}" block config days=7 >"$scratch/settings" 2>&1
+    local i
+    for ((i = 0; i < 300; i++)); do
+        expect_code 0 morvctl --json block config
+        [[ $(value config days) != 7 ]] || break
+        sleep 0.1
+    done
+    expect_value 7 config days
+    expect_value 9 config attempts
+}
+
 test_changes_are_recorded_and_nothing_else_is() {
     cp -r "$SOURCE/examples/appliance/." "$root"
     chmod 600 "$root/etc/shadow"

@@ -8,7 +8,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/file.h>
 #include <time.h>
 #include <unistd.h>
 #include <utmpx.h>
@@ -41,12 +40,12 @@ struct Args {
 
 constexpr CodeText kTexts[] = {
     {ERR_INVALID_NETNAME, true, "it is no IPv4 address, and no name of one"},
+    {ERR_SERVER_UNREACHABLE, true, "no name server answers"},
     {ERR_ACCESS_DENIED, true, "autoblock_allow in /etc/morvinfo.conf has it, which is never blocked"},
 };
 
 constexpr char kSettings[] = "/etc/morvinfo.conf";
 constexpr char kAllowKey[] = "autoblock_allow";
-constexpr char kFailures[] = "/tmp/login_fail.list";
 
 [[noreturn]] void fail_block(const std::string &what) {
     fail_library(what, kTexts);
@@ -139,9 +138,14 @@ MORV_AUTOBLOCK_CONF read_conf() {
     return conf;
 }
 
+// As the library reads it: what does not fit the field any more is meant once the clock has come that far.
+int64_t begin_of(const MORV_AUTOBLOCK_IP &block) {
+    return int64_t{time(nullptr)} > INT32_MAX ? int64_t{uint32_t(block.time)} : block.time;
+}
+
 // When a block ends; 0: never.
 int64_t end_of(const MORV_AUTOBLOCK_IP &block, const MORV_AUTOBLOCK_CONF &conf) {
-    return conf.expiredDay > 0 ? block.time + int64_t{conf.expiredDay} * 86400 : 0;
+    return conf.expiredDay > 0 ? begin_of(block) + int64_t{conf.expiredDay} * 86400 : 0;
 }
 
 std::string time_text(int64_t at) {
@@ -151,7 +155,7 @@ std::string time_text(int64_t at) {
 Json block_json(const MORV_AUTOBLOCK_IP &block, const MORV_AUTOBLOCK_CONF &conf) {
     const int64_t end = end_of(block, conf);
     return {{"address", address_text(block.address)},
-            {"since", block.time},
+            {"since", begin_of(block)},
             {"until", end == 0 ? Json(nullptr) : Json(end)}};
 }
 
@@ -186,7 +190,7 @@ int list(const Session &session, const Args &) {
             documents.push_back(block_json(block, conf));
         } else {
             rows.push_back(
-                {address_text(block.address), time_text(block.time), time_text(end_of(block, conf))});
+                {address_text(block.address), time_text(begin_of(block)), time_text(end_of(block, conf))});
         }
     }
     if (session.json) {
@@ -390,25 +394,10 @@ std::string look_up(const std::string &client) {
     return text;
 }
 
-// The failures of an address that still count.
-int count_failures(Address address, const MORV_AUTOBLOCK_CONF &conf) {
+int count_failures(const std::string &address) {
     clear_errors();
-    const int fd = MORVAutoBlockFileOpen(kFailures, O_RDONLY | O_CLOEXEC, LOCK_SH | LOCK_NB);
-    if (fd < 0) {
-        if (MLIBErrGet() == ERR_FILE_NOT_FOUND) return 0;
-        fail_block(std::string("read ") + kFailures);
-    }
-    std::string content;
-    const bool done = read_all(fd, content);
-    MORVAutoBlockFileClose(fd);
-    if (!done) fail_system(std::string("read ") + kFailures);
-    const int64_t begin = int64_t{time(nullptr)} - int64_t{conf.attemptMin} * 60;
-    int count = 0;
-    for (size_t at = 0; content.size() - at >= sizeof(MORV_AUTOBLOCK_IP); at += sizeof(MORV_AUTOBLOCK_IP)) {
-        MORV_AUTOBLOCK_IP failure;
-        memcpy(&failure, content.data() + at, sizeof failure);
-        count += failure.address == address && failure.time != 0 && failure.time > begin;
-    }
+    const int count = MORVAutoBlockFailCountGet(address.c_str());
+    if (count < 0) fail_block("count the failures of " + address);
     return count;
 }
 
@@ -435,7 +424,7 @@ State state_of(const std::string &client) {
     const MORV_AUTOBLOCK_CONF conf = read_conf();
     state.blocked = is_denied(state.address);
     state.allowed = address != 0 && is_allowed(address);
-    state.failures = count_failures(address, conf);
+    state.failures = count_failures(state.address);
     state.document = {{"client", client},           {"address", state.address},  {"blocked", state.blocked},
                       {"since", nullptr},           {"until", nullptr},          {"allowed", state.allowed},
                       {"failures", state.failures}, {"attempts", conf.attempts}, {"enabled", !is_off()}};
@@ -444,7 +433,7 @@ State state_of(const std::string &client) {
         if (block.address != address) continue;
         state.document.update(block_json(block, conf));
         const int64_t end = end_of(block, conf);
-        state.sentence += " since " + time_text(block.time) + (end ? ", until " : ", ") + time_text(end);
+        state.sentence += " since " + time_text(begin_of(block)) + (end ? ", until " : ", ") + time_text(end);
         break;
     }
     if (state.allowed) state.sentence += ", nor ever will be";
@@ -555,10 +544,8 @@ void parse_setting(const std::string &name, const std::string &value, MORV_AUTOB
 }
 
 // Rewrites the settings. Who is never blocked is written first: the owner is let in before blocking begins.
-void write_settings(const Session &session, const MORV_AUTOBLOCK_CONF *conf,
+void write_settings(const Target &target, const MORV_AUTOBLOCK_CONF *conf,
                     const std::optional<std::string> &allow) {
-    const Target target = find_target(session, kSettings);
-    const WriteLock lock(session, target);
     const HeldSignals held;
     MORVFileDurabilitySet(MORV_DURABLE);
     clear_errors();
@@ -581,6 +568,10 @@ Pairs setting_pairs(const MORV_AUTOBLOCK_CONF &conf, const std::string &allow) {
 
 int config(const Session &session, const Args &args) {
     const bool to_default = args.settings.size() == 1 && args.settings[0] == "default";
+    const bool changes = !args.settings.empty();
+    const Target target = find_target(session, kSettings);
+    std::optional<WriteLock> lock;
+    if (changes && !session.dry_run) lock.emplace(session, target);
     MORV_AUTOBLOCK_CONF conf = read_conf();
     std::optional<std::string> allow;
     if (to_default) {
@@ -589,8 +580,8 @@ int config(const Session &session, const Args &args) {
         for (const auto &[name, value] : parse_pairs(args.settings))
             parse_setting(name, value, conf, allow);
     }
-    const bool changes = !args.settings.empty();
-    if (changes && !session.dry_run) write_settings(session, to_default ? nullptr : &conf, allow);
+    if (lock) write_settings(target, to_default ? nullptr : &conf, allow);
+    lock.reset();
     const bool enabled = conf.attempts != 0 || conf.attemptMin != 0;
     const std::string allowed = allow ? *allow : read_allow(session);
     if (session.json) {

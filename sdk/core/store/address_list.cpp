@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "core/file/patience.h"
@@ -208,10 +209,14 @@ int size_of(int fd, int64_t &size) noexcept {
 
 namespace {
 
+constexpr unsigned kTryingSeconds = 1;
+
 // Only what is asked for as such waits on a pipe or becomes a terminal; and tools get none of it.
 constexpr int kSafe = O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-UniqueFd open_new(const char *path, int flags, mode_t mode) noexcept {
+// For MORVAutoBlockFileOpen, whose mode does not depend on the umask. It is the process's, threads and all:
+// what the library opens for itself goes without.
+UniqueFd open_unmasked(const char *path, int flags, mode_t mode) noexcept {
     if (!(flags & O_CREAT)) return UniqueFd(open(path, flags | kSafe));
     const mode_t mask = umask(0);
     UniqueFd fd(open(path, flags | kSafe, mode));
@@ -219,6 +224,18 @@ UniqueFd open_new(const char *path, int flags, mode_t mode) noexcept {
     umask(mask);
     errno = reason;
     return fd;
+}
+
+UniqueFd make_file(const char *path, int flags, mode_t mode) noexcept {
+    UniqueFd fd(open(path, flags | kSafe | O_CREAT | O_EXCL, mode));
+    if (fd && fchmod(fd.get(), mode) != 0) fd.reset();
+    return fd;
+}
+
+// Whether opening may work a moment later: others let go of what it takes.
+bool may_pass(int reason) noexcept {
+    constexpr int kPassing[] = {EINTR, EAGAIN, EBUSY, ETXTBSY, EMFILE, ENFILE, ENOMEM};
+    return std::find(std::begin(kPassing), std::end(kPassing), reason) != std::end(kPassing);
 }
 
 // 0, or ERR_OPEN_FAILED: waiting makes nothing else of it.
@@ -249,7 +266,7 @@ bool is_still_there(int fd, const char *path) noexcept {
 int open_locked(const char *path, int flags, int lock, UniqueFd &fd) noexcept {
     Patience patience(kOpenTries);
     do {
-        UniqueFd file = open_new(path, flags, 0666);
+        UniqueFd file = open_unmasked(path, flags, 0666);
         if (!file && errno == ENOENT) return ERR_FILE_NOT_FOUND;
         if (int code = check_kind(file)) return code;
         if (file && lock_file(file.get(), lock)) {
@@ -260,24 +277,43 @@ int open_locked(const char *path, int flags, int lock, UniqueFd &fd) noexcept {
     return ERR_LOCK_FAILED;
 }
 
-int open_current(const char *path, int flags, int lock, Missing missing, mode_t mode, UniqueFd &fd) noexcept {
-    Patience patience(kOpenTries);
+int open_to_read(const char *path, int flags, UniqueFd &fd) noexcept {
+    Patience patience(kTryingSeconds);
+    UniqueFd file;
     do {
-        UniqueFd file(open(path, flags | kSafe));
+        file.reset(open(path, O_RDONLY | flags | kSafe));
+        if (!file && errno == ENOENT) return ERR_FILE_NOT_FOUND;
+        if (!file && !may_pass(errno)) return ERR_OPEN_FAILED;
+        if (int code = check_kind(file)) return code;
+        if (file && lock_file(file.get(), LOCK_SH | LOCK_NB)) break;
+    } while (patience.wait());
+    if (!file) return ERR_OPEN_FAILED;
+    fd = std::move(file);
+    return 0;
+}
+
+int open_current(const char *path, int flags, Lock lock, Missing missing, mode_t mode,
+                 UniqueFd &fd) noexcept {
+    Patience patience(lock == Lock::kIsNeeded ? kOpenTries : kTryingSeconds);
+    UniqueFd file;
+    do {
+        file.reset(open(path, flags | kSafe));
         if (!file && errno == ENOENT) {
             if (missing == Missing::kIsFine) return ERR_FILE_NOT_FOUND;
             // Not over one that another process makes at this moment: what is in it already would be lost.
-            file = open_new(path, flags | O_CREAT | O_EXCL, mode);
+            file = make_file(path, flags, mode);
             if (!file && errno == EEXIST) continue;
-            if (!file && errno == ENOENT) return ERR_OPEN_FAILED;  // no such folder
         }
+        if (!file && !may_pass(errno)) return ERR_OPEN_FAILED;
         if (int code = check_kind(file)) return code;
-        if (!file || !lock_file(file.get(), lock)) continue;
+        if (!file || !lock_file(file.get(), LOCK_EX | LOCK_NB)) continue;
         if (!is_still_there(file.get(), path)) continue;
         fd = std::move(file);
         return 0;
     } while (patience.wait());
-    return ERR_LOCK_FAILED;
+    if (lock == Lock::kIsNeeded || !file || !is_still_there(file.get(), path)) return ERR_LOCK_FAILED;
+    fd = std::move(file);
+    return 0;
 }
 
 }  // namespace morv

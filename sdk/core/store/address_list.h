@@ -151,11 +151,21 @@ inline constexpr int kOpenTries = 30;  // one for each second that there is pati
 // ERR_FILE_NOT_FOUND, ERR_OPEN_FAILED (no regular file) or ERR_LOCK_FAILED.
 int open_locked(const char *path, int flags, int lock, UniqueFd &fd) noexcept;
 
+// Opens a file for reading, with a shared lock if there is one to be had within a second, and without it else:
+// anybody who may read a file may hold a lock on it for ever. For lists that are replaced as a whole, and where
+// a record that is just being written may be missed. Answers 0, ERR_FILE_NOT_FOUND or ERR_OPEN_FAILED.
+int open_to_read(const char *path, int flags, UniqueFd &fd) noexcept;
+
 // How a file is made that others may have made at the same moment.
 enum class Missing { kIsFine, kIsMade };
 
-// The same for a list that is replaced or moved away: the file is still the one that the path names when it
-// is locked. `mode`: of a new file
-int open_current(const char *path, int flags, int lock, Missing missing, mode_t mode, UniqueFd &fd) noexcept;
+// How long an exclusive lock is waited for. One that all writers must have is not to be done without; one that
+// only some ask for is, after a second.
+enum class Lock { kIsNeeded, kIsTried };
+
+// The same as open_locked for a list that is replaced or moved away: the file is still the one that the path
+// names when it is locked. Errors of opening that waiting does not cure are ERR_OPEN_FAILED at once. `mode`: of
+// a new file, whatever the umask
+int open_current(const char *path, int flags, Lock lock, Missing missing, mode_t mode, UniqueFd &fd) noexcept;
 
 }  // namespace morv

@@ -2,10 +2,12 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <morvsdk/errcodes.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -184,27 +186,43 @@ time_t seconds_now() noexcept {
     return now.tv_sec;
 }
 
-// Ends a shell that runs for too long, and answers whether it did not. Where the kernel cannot tell of the
-// end of a process, it is waited for without a limit.
+// Ends a shell that runs for too long, and answers whether it did not. A kernel that cannot tell of the end of
+// a process is asked for it again and again.
 bool ends_in_time(pid_t pid) noexcept {
+    constexpr int kNap = 50;  // milliseconds
     const UniqueFd process(int(syscall(SYS_pidfd_open, pid, 0)));
     const time_t end = seconds_now() + kMostSeconds;
-    while (process) {
-        pollfd waiting = {process.get(), POLLIN, 0};
+    for (;;) {
+        siginfo_t ended = {};
+        if (!process &&
+            (waitid(P_PID, id_t(pid), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid != 0))
+            return true;
+        pollfd waiting = {process.get(), POLLIN, 0};  // of no descriptor: waits the time
         const time_t left = end - seconds_now();
-        const int ready = left > 0 ? poll(&waiting, 1, static_cast<int>(left * 1000)) : 0;
-        if (ready > 0 || (ready < 0 && errno != EINTR)) break;
-        if (ready < 0) continue;
-        kill(pid, SIGKILL);
-        return false;
+        if (left <= 0) break;
+        const int ready = poll(&waiting, 1, process ? static_cast<int>(left * 1000) : kNap);
+        if (ready > 0 || (ready < 0 && errno != EINTR)) return true;
     }
-    return true;
+    kill(pid, SIGKILL);
+    return false;
+}
+
+// A file without a name.
+UniqueFd make_nameless() noexcept {
+    UniqueFd file(memfd_create("input", MFD_CLOEXEC));
+    if (file || errno != ENOSYS) return file;
+    const SysPath pattern("/tmp/input.XXXXXX");
+    char path[PATH_MAX];
+    memcpy(path, pattern.c_str(), strlen(pattern.c_str()) + 1);
+    file.reset(mkostemp(path, O_CLOEXEC));
+    if (file) unlink(path);
+    return file;
 }
 
 // What is written is read from its beginning, and is nowhere when nobody has it open any more. A pipe would
 // have the writer wait for its reader.
 UniqueFd make_input(std::string_view content) noexcept {
-    const UniqueFd low(memfd_create("input", MFD_CLOEXEC));
+    const UniqueFd low = make_nameless();
     UniqueFd file(low ? fcntl(low.get(), F_DUPFD_CLOEXEC, 3) : -1);
     if (!file || !write_all(file.get(), content) || lseek(file.get(), 0, SEEK_SET) != 0) file.reset();
     return file;

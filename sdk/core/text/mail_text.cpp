@@ -13,6 +13,10 @@ bool is_control(char c) noexcept {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
+bool is_ascii(char c) noexcept {
+    return static_cast<unsigned char>(c) < 0x80;
+}
+
 bool begins_character(char c) noexcept {
     return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
 }
@@ -27,8 +31,7 @@ std::string base64(std::string_view text) {
 void append_subject(std::string &out, std::string_view subject) {
     std::string text(subject);
     std::replace_if(text.begin(), text.end(), is_control, ' ');
-    const bool plain =
-        std::all_of(text.begin(), text.end(), [](char c) { return begins_character(c) && c > 0; });
+    const bool plain = std::all_of(text.begin(), text.end(), is_ascii);
     // One that looks like an encoded word would be shown as what it encodes; a long line would be cut.
     if (plain && text.size() <= 900 && text.find("=?") == text.npos) {
         out.append(text);
