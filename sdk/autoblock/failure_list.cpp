@@ -24,6 +24,8 @@ int open_failure_list(Missing missing, UniqueFd &list, int64_t &size) noexcept {
         const int code =
             open_current(path.c_str(), O_RDWR | O_NOFOLLOW, Lock::kIsNeeded, missing, 0666, list);
         if (code == ERR_OPEN_FAILED) continue;
+        // Anybody can lock it, and nothing would be counted as long as he likes: he may keep that list.
+        if (code == ERR_LOCK_FAILED && tries == 0 && move_aside(path.c_str())) continue;
         if (code != 0) return code;
         if (fstat(list.get(), &st) != 0) return ERR_STAT_FAILED;
         size = st.st_size;

@@ -12,6 +12,7 @@
 #include "core/base/bytes.h"
 #include "core/base/guard.h"
 #include "core/base/log.h"
+#include "core/file/file_stamp.h"
 #include "core/file/file_text.h"
 #include "core/file/sys_path.h"
 #include "core/text/fields.h"
@@ -29,37 +30,13 @@ struct Range {
     uint32_t first, last;
 };
 
-// Which file, and which state of it.
-struct Stamp {
-    dev_t device;
-    ino_t inode;
-    off_t size;
-    timespec changed, written;
-};
-
-bool same_time(const timespec &a, const timespec &b) noexcept {
-    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
-bool operator==(const Stamp &a, const Stamp &b) noexcept {
-    return a.device == b.device && a.inode == b.inode && a.size == b.size &&
-           same_time(a.changed, b.changed) && same_time(a.written, b.written);
-}
-
 struct {
     bool good;  // the rest holds for a file with this stamp
-    Stamp stamp;
+    FileStamp stamp;
     MORV_AUTOBLOCK_CONF conf;
     Range *allowed;  // in order, none touches another
     size_t allowed_count;
 } cache;
-
-// A file that was written only now may be written once more without a sign of it in its times.
-bool is_settled(const Stamp &stamp) noexcept {
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return stamp.changed.tv_sec + 1 < now.tv_sec;
-}
 
 uint32_t number_of(uint32_t address) noexcept {
     return load_be32(&address);
@@ -154,12 +131,12 @@ int BlockSettings::load() noexcept {
         cache.allowed_count = 0;
         return errno == ENOENT ? 0 : ERR_OPEN_FAILED;
     }
-    const Stamp stamp = {st.st_dev, st.st_ino, st.st_size, st.st_ctim, st.st_mtim};
+    const FileStamp stamp(st);
     if (cache.good && cache.stamp == stamp) return 0;
     cache.good = false;
     if (int code = read_settings(path.c_str())) return code;
     cache.stamp = stamp;
-    cache.good = is_settled(stamp);
+    cache.good = stamp.is_settled();
     return 0;
 }
 

@@ -181,7 +181,7 @@ struct WalkTest : testing::Test {
         request.operation = operation;
         request.lock = LOCK_EX | LOCK_NB;
         request.openFlags = O_RDWR;
-        request.size = off_t(records.size() * 8);
+        request.size = int64_t(records.size() * 8);
         request.now = kNow;
         request.path = "/list";
         return request;

@@ -170,9 +170,9 @@ void note_if_off() {
             "minutes=N' turns it on\n");
 }
 
-// Nobody need wait for the FTP server, and there may be none.
-void tell_services() {
-    MORVAutoBlockServicesHup();
+// Nobody need wait for the FTP server, and there may be none. The tools of an image would find that of this machine.
+void tell_services(const Session &session) {
+    if (session.root.empty()) MORVAutoBlockServicesHup();
 }
 
 std::vector<Address> as_array(const std::vector<Address> &addresses) {
@@ -255,7 +255,7 @@ int add(const Session &session, const Args &args) {
     }
     if (!session.dry_run) {
         addresses.size() == 1 ? write_one(addresses[0]) : write_many(addresses);
-        tell_services();
+        tell_services(session);
     }
     const int code = print_change(session, "blocked", addresses);
     note_if_off();
@@ -287,7 +287,7 @@ int remove(const Session &session, const Args &args) {
         MORVFileDurabilitySet(MORV_DURABLE);
         clear_errors();
         if (MORVAutoBlockIPsDel(as_array(addresses).data()) != 0) fail_block("change the blocked addresses");
-        tell_services();
+        tell_services(session);
     }
     const int code = print_change(session, "removed", addresses);
     if (addresses.size() == 1) {
@@ -355,7 +355,7 @@ int import_list(const Session &session, const Args &args) {
         after.insert(import.addresses.begin(), import.addresses.end());
     } else if (!import.addresses.empty()) {
         write_many(import.addresses);
-        tell_services();
+        tell_services(session);
         after = addresses_of(read_blocks());
     }
     const auto is_in = [&](const std::set<Address> &list) {
@@ -466,7 +466,7 @@ int fail(const Session &session, const Args &args) {
         const HeldSignals held;
         clear_errors();
         if (MORVAutoBlockFailLoginSet(address.c_str()) != 0) fail_block("count a failure of " + address);
-        if (!was_blocked && is_denied(address)) tell_services();
+        if (!was_blocked && is_denied(address)) tell_services(session);
     }
     const int code = show_state(session, state_of(address));
     note_if_off();

@@ -3,7 +3,7 @@
 #define MORVSDK_INTERNAL_AUTOBLOCK_H
 
 #include <morvsdk/autoblock.h>
-#include <sys/types.h>
+#include <stdint.h>
 
 MORV_BEGIN_DECLS
 
@@ -22,8 +22,8 @@ typedef struct AUTOBLOCK_SCAN {
     int operation;    /* AUTOBLOCK_... */
     int lock;         /* as for flock(2) */
     int openFlags;    /* as for open(2) */
-    off_t size;       /* bytes of the file to look at; what lies behind the last whole record is not */
-    off_t offset;     /* where to begin, in bytes */
+    int64_t size;     /* bytes of the file to look at; what lies behind the last whole record is not */
+    int64_t offset;   /* where to begin, in bytes */
     int64_t now;      /* seconds since the epoch */
     int64_t maxAge;   /* seconds; records as old are passed over. 0: none are */
     const char *path; /* in the system */
