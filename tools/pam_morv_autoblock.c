@@ -26,7 +26,7 @@ static const char kMessage[] = "Too many failed logins from your address. Try ag
 
 /* The library has one caller at a time, and a daemon may have threads. Who has waited as long as the
  * library waits for a lock goes on without it. */
-enum { kPatience = 35 };
+enum { kPatience = 65 };
 static pthread_mutex_t library = PTHREAD_MUTEX_INITIALIZER;
 
 /* In the child of a fork, the thread that held it does not go on. */

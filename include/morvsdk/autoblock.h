@@ -20,7 +20,8 @@
  * then done without, by writers, too.
  *
  * Where a client is asked for, a name is looked up, which may take seconds. Locks of the failures and of the
- * writers are waited for up to about 30 seconds. Codes that several functions have:
+ * writers are waited for up to about 30 seconds; the list of failures is then moved aside and begun anew, since
+ * everybody can lock it, so that a report may take a minute. Codes that several functions have:
  *
  *   ERR_BAD_PARAMETERS      a null argument
  *   ERR_INVALID_NETNAME     no address, and no name of one

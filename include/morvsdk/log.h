@@ -151,7 +151,7 @@ MORV_API int MORVLogPathGet(int log, int access, char *path, int size, int *pSiz
  *
  * Times are local ones of the caller's zone. Events without a text in that language are left out and told in
  * the system log. A log that is damaged is read as far as it is sound, and its end set there; as it was, it is
- * kept beside the log, with ".damaged" behind its name.
+ * kept beside the log if that can be, with ".damaged" behind its name.
  * Returns 0 or -1. */
 MORV_API int MORVLogGet1(int log, const char *output, const char *language) MORV_NOEXCEPT;
 

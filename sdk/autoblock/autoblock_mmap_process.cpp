@@ -17,7 +17,8 @@ namespace {
 class OpenList {
   public:
     explicit OpenList(const AUTOBLOCK_SCAN &request) noexcept
-        : fd_(MORVAutoBlockFileOpen(request.path, request.openFlags, request.lock)) {}
+        // What is changed in place is not to be written at the end.
+        : fd_(MORVAutoBlockFileOpen(request.path, request.openFlags & ~O_APPEND, request.lock)) {}
     ~OpenList() {
         if (fd_ >= 0) MORVAutoBlockFileClose(fd_);
     }

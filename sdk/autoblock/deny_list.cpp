@@ -41,8 +41,8 @@ class KeptList {
     // A list that cannot be kept is no reason not to block.
     void keep(const char *list) noexcept {
         const bool fits = path_beside(list, ".damaged", path_);
-        if (fits) unlink(path_);
-        kept_ = fits && link(list, path_) == 0;
+        kept_ = fits &&
+                (link(list, path_) == 0 || (errno == EEXIST && unlink(path_) == 0 && link(list, path_) == 0));
         if (!kept_) MORV_LOG(LOG_ERR, "[%s] is damaged, and cannot be kept: %m", list);
     }
 

@@ -5,6 +5,7 @@
 #include "autoblock/deny_list.h"
 #include "core/file/aside.h"
 #include "core/file/sys_path.h"
+#include "core/file/tree.h"
 
 namespace morv {
 
@@ -19,13 +20,17 @@ int open_failure_list(Missing missing, UniqueFd &list, int64_t &size) noexcept {
     const SysPath path(kFailureList);
     // Who puts something there again and again is not waited for.
     for (int tries = 0; tries < 3; ++tries) {
-        struct stat st;
+        struct stat st, before;
         move_aside_unless_regular(path.c_str());
+        const bool was_there = lstat(path.c_str(), &before) == 0;
         const int code =
             open_current(path.c_str(), O_RDWR | O_NOFOLLOW, Lock::kIsNeeded, missing, 0666, list);
         if (code == ERR_OPEN_FAILED) continue;
         // Anybody can lock it, and nothing would be counted as long as he likes: he may keep that list.
-        if (code == ERR_LOCK_FAILED && tries == 0 && move_aside(path.c_str())) continue;
+        struct stat now;
+        if (code == ERR_LOCK_FAILED && tries == 0 && was_there && lstat(path.c_str(), &now) == 0 &&
+            same_file(now, before) && move_aside(path.c_str()))
+            continue;
         if (code != 0) return code;
         if (fstat(list.get(), &st) != 0) return ERR_STAT_FAILED;
         size = st.st_size;

@@ -9,7 +9,8 @@
 namespace morv {
 
 // Opens the list, locked for this process alone. What is no list of ours is moved out of the way: a link or a
-// second name would have us write elsewhere, and one too large would take us for ever. Answers 0,
+// second name would have us write elsewhere, one too large would take us for ever, and so would one that
+// somebody keeps locked: that is waited for half a minute. Answers 0,
 // ERR_FILE_NOT_FOUND (only with kIsFine), ERR_OPEN_FAILED, ERR_STAT_FAILED or ERR_LOCK_FAILED.
 int open_failure_list(Missing missing, UniqueFd &list, int64_t &size) noexcept;
 

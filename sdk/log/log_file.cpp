@@ -99,23 +99,6 @@ void LogSettings::load() noexcept {
     is_kept = exists && found.is_settled();
 }
 
-// Whether waiting may help after a file could not be opened.
-bool may_pass(int reason) noexcept {
-    switch (reason) {
-        case EACCES:
-        case EPERM:
-        case EROFS:
-        case EISDIR:
-        case ENOTDIR:
-        case ELOOP:
-        case ENAMETOOLONG:
-        case ENXIO:
-            return false;
-        default:
-            return true;
-    }
-}
-
 }  // namespace
 
 int find_log(int log, int access, LogPlace &place) noexcept {
@@ -159,7 +142,8 @@ int make_log_settings(MakeSettings when) noexcept {
         if (int code = file.create_own(0644)) return code;
         if (int code = file.write(text)) return code;
         if (int code = file.complete()) return code;
-        return link(file.temporary(), path.c_str()) == 0 || errno == EEXIST ? 0 : ERR_CREATE_FAILED;
+        if (link(file.temporary(), path.c_str()) == 0 || errno == EEXIST) return 0;
+        return file.rename_over();  // there are file systems without second names
     });
 }
 

@@ -36,8 +36,8 @@ int make_log_settings(MakeSettings when) noexcept;
 // A log that this process has locked, unless it could not be had for long.
 class OpenLog {
   public:
-    // flags: as for open(2); with O_CREAT a new file has mode 0600. Tries again for some ten seconds, but for a file
-    // that is missing and for what waiting does not change. Answers 0, ERR_FILE_NOT_FOUND or ERR_OPEN_FAILED, also for what is no regular file.
+    // flags: as for open(2); with O_CREAT a new file has mode 0600. Tries again for some ten seconds, but for a
+    // file that is missing and for what waiting does not change. Answers 0, ERR_FILE_NOT_FOUND or ERR_OPEN_FAILED, also for what is no regular file.
     int open(const char *path, int flags) noexcept;
 
     void close() noexcept { fd_.reset(); }

@@ -19,27 +19,33 @@ using namespace morv;
 
 namespace {
 
-// Keeps a log as it is before its end is set in front of records that it may still hold.
-void keep_damaged(const char *path, const RingSnapshot &ring) noexcept {
+// Keeps a log as it is before its ends are set: what lies outside of them may still be records.
+int keep_damaged(const char *path, int log) noexcept {
     char target[PATH_MAX];
     const int length = snprintf(target, sizeof target, "%s.damaged", path);
+    if (length < 0 || size_t(length) >= sizeof target) return ERR_OPEN_FAILED;
     ReplacementFile file(target);
-    if (length < 0 || size_t(length) >= sizeof target || file.create_own(0600) != 0 ||
-        file.write(ring.bytes()) != 0 || file.commit() != 0) {
-        MORV_LOG(LOG_ERR, "cannot keep the damaged log as %s: %m", target);
+    if (int code = file.create_own(0600)) return code;
+    char piece[16 * 1024];
+    off_t at = 0;
+    for (ssize_t got; (got = pread(log, piece, sizeof piece, at)) != 0; at += got) {
+        if (got < 0) return ERR_READ_FAILED;
+        if (int code = file.write({piece, size_t(got)})) return code;
     }
+    return file.commit();
 }
 
 // Walks over the ring, and puts right what the header says of its ends where that does not agree.
-void repair(const OpenLog &log, const char *path, const RingSnapshot &ring) noexcept {
+void repair(const OpenLog &log, const char *path, const RingSnapshot &ring, bool writes) noexcept {
     RingWalk walk(ring);
     while (walk.next()) {
     }
     if (walk.damage() != 0) syslog(LOG_ERR, "Log format error line%d", __LINE__);
     if (walk.position() == ring.tail() && ring.head_is_sound()) return;
     // Without the lock, a writer may be at it.
-    if (!log.is_locked()) return;
-    if (walk.damage() != 0) keep_damaged(path, ring);
+    if (!writes || !log.is_locked()) return;
+    if (keep_damaged(path, log.fd()) != 0)
+        MORV_LOG(LOG_ERR, "cannot keep the damaged log as %s.damaged: %m", path);
     if ((!ring.head_is_sound() && MORVLogSetHead(log.fd(), kRingFirst) < 0) ||
         MORVLogSetTail(log.fd(), walk.position()) < 0) {
         MORV_LOG(LOG_ERR, "cannot repair the log %s: %m", path);
@@ -57,10 +63,11 @@ bool make_empty(int output, const struct stat &log) noexcept {
 
 int read_ring(const char *path, RingSnapshot &ring) noexcept {
     OpenLog log;
-    if (int code = log.open(path, access(path, W_OK) == 0 ? O_RDWR : O_RDONLY)) return code;
+    const bool writes = access(path, W_OK) == 0;
+    if (int code = log.open(path, writes ? O_RDWR : O_RDONLY)) return code;
     if (!log.is_locked()) syslog(LOG_ERR, "log file lock failed");
     if (int code = ring.load(log.fd())) return code;
-    repair(log, path, ring);
+    repair(log, path, ring, writes);
     return 0;
 }
 

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <morvsdk/file.h>
 #include <morvsdk/internal/log.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -14,6 +15,7 @@
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
 #include "core/text/list_guard.h"
+#include "log/session_list.h"
 
 using namespace morv;
 
@@ -98,6 +100,8 @@ bool add_sessions(const SessionList &sessions, ListPtr &list) noexcept {
     const SysPath path(sessions.path);
     // What anybody has put there instead of a list must not keep the report from being made.
     move_aside_unless_regular(path.c_str());
+    struct stat st;
+    if (lstat(path.c_str(), &st) == 0 && st.st_size > off_t{kMostSessionBytes}) move_aside(path.c_str());
     return MORVLogICheckLog(path.c_str(), SysPath(sessions.temporary).c_str(), sessions.program) == 0 &&
            add_lines(path.c_str(), sessions.process, list);
 }

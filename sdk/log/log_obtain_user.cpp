@@ -45,15 +45,17 @@ bool read_local_name(uid_t uid) noexcept {
     return false;
 }
 
-void read_name() noexcept {
-    if (read_local_name(geteuid())) return;
+// Answers whether the name was found.
+bool read_name() noexcept {
+    if (read_local_name(geteuid())) return true;
     const KeptError error;
     MORVUSER *user = nullptr;
-    if (MORVUserGetByUID(geteuid(), &user) != 0 || !copy_text(user_name, user->szName)) {
-        user_name[0] = '\0';
-        error.restore();
-    }
+    const bool found = MORVUserGetByUID(geteuid(), &user) == 0 && copy_text(user_name, user->szName);
     MORVUserFree(user);
+    if (found) return true;
+    user_name[0] = '\0';
+    error.restore();
+    return false;
 }
 
 }  // namespace
@@ -68,8 +70,8 @@ extern "C" const char *MORVLogObtainUser(void) noexcept {
         const FileStamp accounts(st);
         // Kept for the next event: looking an account up takes longer than writing the record.
         if (!source.is_known || source.uid != geteuid() || !(source.accounts == accounts)) {
-            read_name();
-            source = {accounts.is_settled(), geteuid(), accounts};
+            const bool found = read_name();
+            source = {found && accounts.is_settled(), geteuid(), accounts};
         }
     }
     if (strcmp(user_name, "root") == 0) copy_text(user_name, "admin");

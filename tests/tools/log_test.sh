@@ -53,7 +53,7 @@ test_events_are_chosen_and_shown_in_a_language() {
 Warning bob morvctl The address [10.0.0.2\n\x1b[1m] has been blocked.
 Error tester morvctl event ABCDEF [one] [t\two]' ]] || fail "$out"
     expect_code 0 morvctl log show system --language ger --last 1 --user BOB
-    [[ $out == *'  Warnung  bob '*'Die Adresse [10.0.0.2\n\x1b[1m] wurde nach zu vielen '* ]] || fail "$out"
+    [[ $out == *'  Warnung  bob '*'Die Adresse [10.0.0.2\n\x1b[1m] wurde gesperrt.'* ]] || fail "$out"
     local words count
     while IFS='|' read -r count words; do
         eval "expect_code 0 morvctl log show system --json $words"

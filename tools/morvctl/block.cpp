@@ -413,7 +413,7 @@ struct State {
     bool blocked = false;
     bool allowed = false;
     int failures = 0;
-    Json document;
+    Json document = Json::object();
     std::string sentence;
 };
 

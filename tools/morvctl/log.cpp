@@ -169,6 +169,12 @@ int export_log(const Session &session, const Args &args) {
         print_raw(read_content({path, path}));
         return int(Exit::kDone);
     }
+    if (!state.is_sound()) {
+        fprintf(stderr,
+                "morvctl: note: %s is damaged, and its end is set to where it is sound; as it was, it is "
+                "kept as %s\n",
+                printable(log.name).c_str(), printable(log.path + ".damaged").c_str());
+    }
     const std::string path = find_target(session, *output).path;
     if (path == log.path) refuse("the log would be written over");
     write_to(path);
@@ -228,10 +234,10 @@ int parse_size(const std::string &text) {
     std::string_view digits = text;
     int64_t unit = 1;
     if (digits.ends_with('K')) unit = 1024;
-    if (digits.ends_with('M')) unit = 1024 * 1024;
+    if (digits.ends_with('M')) unit = int64_t{1024} * 1024;
     if (unit > 1) digits.remove_suffix(1);
     const int64_t number = log_words::parse_number(digits, INT32_MAX);
-    if (number < 0 || number * unit > INT32_MAX) {
+    if (number < 0 || number > INT32_MAX / unit) {
         throw Failure(Exit::kUsage,
                       "the size is a number of bytes, as 65536, 64K or 1M, not '" + escape(text) + "'");
     }

@@ -76,7 +76,7 @@ int64_t parse_duration(std::string_view text) {
     constexpr struct {
         char unit;
         int64_t seconds;
-    } kUnits[] = {{'s', 1}, {'m', 60}, {'h', 3600}, {'d', 86400}, {'w', 7 * 86400}};
+    } kUnits[] = {{'s', 1}, {'m', 60}, {'h', 3600}, {'d', 86400}, {'w', int64_t{7} * 86400}};
     for (const auto &[unit, seconds] : kUnits) {
         if (!text.ends_with(unit)) continue;
         const int64_t number = log_words::parse_number(text.substr(0, text.size() - 1), INT32_MAX);

@@ -15,8 +15,7 @@ namespace morvctl {
 
 namespace {
 
-// The library tries for ten seconds to open what cannot be written: so that is found out first. Answers 0 or
-// an errno.
+// What would keep the library from writing, so that it need not say so in the system log. Answers 0 or an errno.
 int reason_against(const std::string &log) {
     // It is replaced, or made, in its folder.
     if (access(folder_of(log).c_str(), W_OK | X_OK) != 0) return errno;

@@ -189,7 +189,7 @@ int import_users(const Session &session, const ImportArgs &args) {
     }
     int64_t count = 0;
     change_accounts(session, {}, [&] {
-        const Json document = Import(session, args, parse_csv(text)).run();
+        Json document = Import(session, args, parse_csv(text)).run();
         count = document["added"].get<int64_t>() + document["changed"].get<int64_t>();
         return document;
     });

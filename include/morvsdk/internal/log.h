@@ -32,7 +32,7 @@ MORV_API int MORVLogIGetLineByKey(const char *path, int (*process)(const char *l
                                   MLIBSZLIST **ppList) MORV_NOEXCEPT;
 
 /* Rewrites a session list so that it only has the lines of processes that run: for each the first line that
- * begins with its number and a tab, by their numbers; of the first 256 processes. A missing list is left
+ * begins with its number and a tab, by their numbers. A missing list is left
  * missing, one that stays as it is is not written.
  *
  * path:      the list

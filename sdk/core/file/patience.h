@@ -6,12 +6,20 @@
 //     }
 #pragma once
 
+#include <errno.h>
 #include <stdint.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace morv {
+
+// Whether a file that could not be opened may open a moment later: others let go of what it takes.
+inline bool may_pass(int reason) noexcept {
+    constexpr int kPassing[] = {EINTR, EAGAIN, EBUSY, ETXTBSY, EMFILE, ENFILE, ENOMEM};
+    return std::find(std::begin(kPassing), std::end(kPassing), reason) != std::end(kPassing);
+}
 
 class Patience {
   public:

@@ -22,10 +22,13 @@ namespace {
 using Lanes = uint32_t __attribute__((vector_size(16)));
 constexpr size_t kBlock = 64;
 
-Lanes lanes_at(const AddressRecord *records) noexcept {
-    Lanes lanes;
+// By reference: without vector instructions, no two compilers agree on how such a value is returned.
+void load(Lanes &lanes, const AddressRecord *records) noexcept {
     memcpy(&lanes, records, sizeof lanes);
-    return lanes;
+}
+
+void fill(Lanes &lanes, uint32_t value) noexcept {
+    lanes = Lanes{value, value, value, value};
 }
 
 bool any_lane(const Lanes &lanes) noexcept {
@@ -36,16 +39,14 @@ constexpr Lanes kTimes = {~0U, 0, ~0U, 0};
 constexpr Lanes kAddresses = {0, ~0U, 0, ~0U};
 
 bool block_has_address(const AddressRecord *records, const Lanes &wanted) noexcept {
-    Lanes first = {}, second = {};
+    Lanes first = {}, second = {}, lanes;
     for (size_t i = 0; i < kBlock; i += 4) {
-        first |= Lanes(lanes_at(records + i) == wanted);
-        second |= Lanes(lanes_at(records + i + 2) == wanted);
+        load(lanes, records + i);
+        first |= Lanes(lanes == wanted);
+        load(lanes, records + i + 2);
+        second |= Lanes(lanes == wanted);
     }
     return any_lane((first | second) & kAddresses);
-}
-
-Lanes lanes_of(uint32_t value) noexcept {
-    return Lanes{value, value, value, value};
 }
 
 }  // namespace
@@ -66,7 +67,8 @@ RecordAge::RecordAge(int64_t now, int64_t seconds) noexcept {
 }
 
 bool has_address(std::span<const AddressRecord> records, uint32_t address, const RecordAge &age) noexcept {
-    const Lanes wanted = lanes_of(address);
+    Lanes wanted;
+    fill(wanted, address);
     size_t at = 0;
     for (size_t end = 0; at < records.size(); at = end) {
         end = std::min(at + kBlock, records.size());
@@ -89,7 +91,8 @@ size_t keep_others(std::span<AddressRecord> records, AddressSet &set, const Reco
 }
 
 Changed clear_address(std::span<AddressRecord> records, uint32_t address, const RecordAge &age) noexcept {
-    const Lanes wanted = lanes_of(address);
+    Lanes wanted;
+    fill(wanted, address);
     Changed changed;
     for (size_t at = 0, end = 0; at < records.size(); at = end) {
         end = std::min(at + kBlock, records.size());
@@ -105,7 +108,10 @@ Changed clear_address(std::span<AddressRecord> records, uint32_t address, const 
 }
 
 Changed FailureCount::look(std::span<AddressRecord> records) noexcept {
-    const Lanes wanted = lanes_of(new_.address), bias = lanes_of(age_.bias()), last = lanes_of(age_.last());
+    Lanes wanted, bias, last;
+    fill(wanted, new_.address);
+    fill(bias, age_.bias());
+    fill(last, age_.last());
     const Lanes times = age_.any() ? kTimes : Lanes{};
     Changed changed;
     for (size_t at = 0, end = 0; at < records.size(); at = end) {
@@ -113,7 +119,8 @@ Changed FailureCount::look(std::span<AddressRecord> records) noexcept {
         if (end - at == kBlock) {
             Lanes address = {}, passed = {}, empty = {};
             for (size_t i = at; i < end; i += 2) {
-                const Lanes lanes = lanes_at(&records[i]);
+                Lanes lanes;
+                load(lanes, &records[i]);
                 const auto zero = Lanes(lanes == 0);
                 address |= Lanes(lanes == wanted);
                 passed |= Lanes((lanes ^ bias) <= last) & ~zero;
@@ -232,12 +239,6 @@ UniqueFd make_file(const char *path, int flags, mode_t mode) noexcept {
     return fd;
 }
 
-// Whether opening may work a moment later: others let go of what it takes.
-bool may_pass(int reason) noexcept {
-    constexpr int kPassing[] = {EINTR, EAGAIN, EBUSY, ETXTBSY, EMFILE, ENFILE, ENOMEM};
-    return std::find(std::begin(kPassing), std::end(kPassing), reason) != std::end(kPassing);
-}
-
 // 0, or ERR_OPEN_FAILED: waiting makes nothing else of it.
 int check_kind(const UniqueFd &fd) noexcept {
     struct stat st;
@@ -311,7 +312,8 @@ int open_current(const char *path, int flags, Lock lock, Missing missing, mode_t
         fd = std::move(file);
         return 0;
     } while (patience.wait());
-    if (lock == Lock::kIsNeeded || !file || !is_still_there(file.get(), path)) return ERR_LOCK_FAILED;
+    if (!file) return ERR_OPEN_FAILED;
+    if (lock == Lock::kIsNeeded || !is_still_there(file.get(), path)) return ERR_LOCK_FAILED;
     fd = std::move(file);
     return 0;
 }

@@ -49,7 +49,6 @@ class RingSnapshot {
     int load(int fd) noexcept;
 
     int64_t file_size() const noexcept { return file_size_; }
-    std::string_view bytes() const noexcept { return {bytes_.get(), bytes_ ? size_t(limit_) : 0}; }
     int32_t head() const noexcept { return head_; }  // as stored
     int32_t tail() const noexcept { return tail_; }
     bool head_is_sound() const noexcept { return head_ >= kRingFirst && head_ <= limit_; }
