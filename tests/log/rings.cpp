@@ -23,10 +23,6 @@ time_t time(time_t *result) noexcept {
     return seconds;
 }
 
-time_t __time64(time_t *result) noexcept {
-    return time(result);
-}
-
 int usleep(useconds_t microseconds) {
     waited += microseconds;
     if (while_waiting) while_waiting();
