@@ -80,6 +80,19 @@ WORKS = [
     ("raid_read_memory", "the same in memory", [("floor", SHOWN)]),
     ("volume_enum_disk", "list 32 volumes on them, of 1,000 mount lines", [("floor", most(1.3))]),
     ("volume_enum_memory", "the same in memory", [("floor", SHOWN)]),
+    ("log_append_disk", "append an event of 100 bytes", [("floor", most(2)), ("sqlite", least(4))]),
+    ("log_append_full_disk", "the same in a full ring", [("floor", most(2))]),
+    ("log_append_memory", "append an event, in memory", [("floor", most(2))]),
+    ("log_append_full_memory", "the same in a full ring", [("floor", most(2))]),
+    ("log_read_memory", "a ring of 131,072 bytes as text", [("floor", most(1.2))]),
+    ("log_read_ready_memory", "the same", [("floor", most(6))]),
+    ("deny_1000", "deny test, 1,000 addresses blocked", [("floor", most(1.1)), ("sqlite", SLOWER)]),
+    ("deny_5000", "the same, 5,000", [("floor", most(1.1)), ("sqlite", SLOWER)]),
+    ("deny_100000", "the same, 100,000", [("floor", most(1.1))]),
+    ("deny_1000000", "the same, 1,000,000", [("floor", most(1.1))]),
+    ("count_failure", "count a failure among 100,000", [("floor", most(1.5))]),
+    ("block_150000_disk", "block 150,000 addresses at once", [("floor", most(3))]),
+    ("block_150000_memory", "the same in memory", [("floor", SHOWN)]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -106,6 +119,13 @@ FLOORS = {
     "share": "bare read and split of the file",
     "raid": "bare opens and reads of the same files",
     "volume": "bare opens and reads of the same files",
+    "log_append_full": "bare ring, with its two syncs",
+    "log_append": "bare ring, with its sync",
+    "log_read_ready": "bare read of the ready text",
+    "log_read": "bare read, times made by hand, write",
+    "deny": "bare pass over 64 KiB mappings",
+    "count_failure": "bare pass over 64 KiB mappings",
+    "block": "bare write, fsync, rename",
     "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",

@@ -32,6 +32,9 @@ foreach(completion ${completions})
     RENAME ${command})
 endforeach()
 
+# The library looks for them there when the prefix is /usr.
+install(DIRECTORY data/texts DESTINATION morv/morvsdk)
+
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(CPACK_GENERATOR DEB)

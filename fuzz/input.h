@@ -62,6 +62,8 @@ class MemoryRoot {
     MemoryRoot(const MemoryRoot &) = delete;
     MemoryRoot &operator=(const MemoryRoot &) = delete;
 
+    const std::string &dir() const { return dir_; }
+
     void write(const char *name, std::string_view content) const {
         FILE *const file = fopen((dir_ + name).c_str(), "w");
         if (!file || fwrite(content.data(), 1, content.size(), file) != content.size() || fclose(file) != 0)

@@ -94,6 +94,7 @@ enum {
     ERR_YP_BIND = 0x9000,
 
     /* without an entry in rgszErrMsg */
+    ERR_MAP_FAILED = 0x3D00,          /* memory could not be mapped */
     ERR_READ_ONLY_FS = 0x8400,        /* the file system is mounted read-only */
     ERR_STORE_WALK_FAILED = 0x9800,   /* a walk over accounts ended before the last one */
     ERR_INVALID_PATH = 0x9900,        /* a path is not of the form that it must have: absolute, for one */

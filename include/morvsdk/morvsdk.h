@@ -2,6 +2,7 @@
 #ifndef MORVSDK_MORVSDK_H
 #define MORVSDK_MORVSDK_H
 
+#include <morvsdk/autoblock.h>
 #include <morvsdk/bdb.h>
 #include <morvsdk/disk.h>
 #include <morvsdk/errcodes.h>
@@ -11,7 +12,10 @@
 #include <morvsdk/group.h>
 #include <morvsdk/hash.h>
 #include <morvsdk/list.h>
+#include <morvsdk/log.h>
 #include <morvsdk/lvm.h>
+#include <morvsdk/mail.h>
+#include <morvsdk/net.h>
 #include <morvsdk/proc.h>
 #include <morvsdk/raid.h>
 #include <morvsdk/service.h>

@@ -1,5 +1,4 @@
 #include <errno.h>
-#include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -11,6 +10,7 @@
 
 #include "bdb/store.h"
 #include "support/alloc_fault.h"
+#include "support/fake_syslog.h"
 #include "support/outcome.h"
 #include "support/scratch.h"
 
@@ -21,13 +21,6 @@ using bdb_test::Walk;
 namespace {
 
 int sync_error;  // with which syncing a store fails; 0: it works
-std::string logged;
-
-void log_line(const char *format, va_list args) {
-    char text[512];
-    vsnprintf(text, sizeof text, format, args);
-    logged = text;
-}
 
 }  // namespace
 
@@ -36,18 +29,6 @@ int fdatasync(int fd) {
     if (!sync_error) return int(syscall(SYS_fdatasync, fd));
     errno = sync_error;
     return -1;
-}
-void syslog(int, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    log_line(format, args);
-    va_end(args);
-}
-void __syslog_chk(int, int, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    log_line(format, args);
-    va_end(args);
 }
 }
 
@@ -185,7 +166,7 @@ TEST(StoreFile, IsReleasedWithZeroAndTheCodeOfTheDiskWhenClosingFails) {
         EXPECT_TRUE(gives(0, code, closed));
         const std::string line =
             " errno=" + std::to_string(error) + "/" + strerror(error) + ", db->close failed.";
-        EXPECT_TRUE(logged.starts_with("bdb_close:") && logged.ends_with(line)) << logged;
+        EXPECT_TRUE(last_logged().starts_with("bdb_close:") && last_logged().ends_with(line)) << logged;
     }
     EXPECT_EQ(open_descriptors(), descriptors);
 }

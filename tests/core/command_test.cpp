@@ -1,7 +1,13 @@
+#include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <morvsdk/errcodes.h>
 #include <signal.h>
+#include <stddef.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -74,6 +80,64 @@ TEST(Command, TakesToolsWithoutAFolderFromBelowTheRootOnly) {
     const std::vector<CommandValue> values = {"x", 7};
     EXPECT_EQ(capture_tool(out, "/bin/show %s %d", values), 0);
     EXPECT_EQ(out, "x|7|");
+}
+
+TEST(Command, TakesToolsBehindABacktickFromBelowTheRootToo) {
+    ToolRoot root;
+    std::string out;
+    root.tool("names", "echo \"$1\" b");
+    EXPECT_EQ(capture_tool(out, "/bin/show %s `/bin/names a` `names c | cat`x", {"1 2"}), 0);
+    EXPECT_EQ(out, "1 2|a|b|x|") << "the machine's cat is none of this root";
+    for (const char *format : {"/bin/show `/bin/names %s`", "/bin/show `/bin/names", "/bin/show \"`names`\""})
+        EXPECT_EQ(capture_tool(out, format, {"a"}), ERR_BAD_PARAMETERS) << format;
+    set_system_root(root.path("a`b").c_str());
+    EXPECT_EQ(run_tool("show `names`", {}), ERR_BAD_PARAMETERS);
+}
+
+TEST(Command, FeedsAToolHoweverLittleItReads) {
+    ToolRoot root;
+    root.tool("keep", "cat >\"$MORV_ROOT/kept\"");
+    std::string input = every_byte() + '\0';
+    while (input.size() < 3'000'000)
+        input += input;
+    EXPECT_EQ(feed_tool(input, "/bin/keep", {}), 0);
+    EXPECT_EQ(root.read("a root's $(name)/kept"), input);
+    int status = -1;
+    EXPECT_EQ(feed_tool(input, "/bin/quit %d", {3}, &status), ERR_SYS_UNKNOWN);
+    EXPECT_EQ(status, 3);
+    EXPECT_EQ(feed_tool(input, "/bin/quit 0", {}), 0) << "nothing of it was read";
+    EXPECT_EQ(feed_tool("", "/bin/keep", {}), 0);
+    EXPECT_EQ(root.read("a root's $(name)/kept"), "");
+}
+
+// Has two system calls fail as on a kernel that has neither.
+bool make_kernel_old() {
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_memfd_create, 1, 0),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_pidfd_open, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {std::size(filter), filter};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(Command, FeedsAToolOnAnOldKernel) {
+    ToolRoot root;
+    root.tool("keep", "cat >\"$MORV_ROOT/kept\"; exit 5");
+    root.write("a root's $(name)/tmp/x", "");
+    enum { kNotHere = 9 };
+    const int result = in_child([] {
+        if (!make_kernel_old()) return int(kNotHere);
+        int status = 0;
+        return feed_tool("a line\n", "/bin/keep", {}, &status) == ERR_SYS_UNKNOWN && status == 5 ? 0 : 1;
+    });
+    if (result == kNotHere) GTEST_SKIP() << "no system call can be taken away here";
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(root.read("a root's $(name)/kept"), "a line\n");
+    EXPECT_EQ(root.names("a root's $(name)/tmp"), std::vector<std::string>{"x"});
 }
 
 TEST(Command, RefusesWhatCouldBeReadAsSomethingElse) {

@@ -1,43 +1,16 @@
 #include <fcntl.h>
 #include <morvsdk/bdb.h>
-#include <stdarg.h>
 
 #include "list_model.h"
 #include "support/alloc_fault.h"
+#include "support/fake_syslog.h"
 #include "support/scratch.h"
 
 using namespace list_testing;
 using testing_support::AllocFault;
+using testing_support::last_logged;
+using testing_support::logged;
 using testing_support::ScratchRoot;
-
-namespace {
-
-std::vector<std::string> logged;
-
-void log_text(int priority, const char *format, va_list args) {
-    char text[1024];
-    vsnprintf(text, sizeof text, format, args);
-    logged.push_back(std::to_string(priority) + " " + text);
-}
-
-}  // namespace
-
-// The library's log lines end here; a fortified build calls the second.
-extern "C" {
-__attribute__((visibility("default"))) void syslog(int priority, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    log_text(priority, format, args);
-    va_end(args);
-}
-
-__attribute__((visibility("default"))) void __syslog_chk(int priority, int, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    log_text(priority, format, args);
-    va_end(args);
-}
-}
 
 namespace {
 
@@ -93,8 +66,8 @@ TEST(ListStore, SaysWhyAListWasNotKept) {
         EXPECT_EQ(MLIBErrGet(), ERR_OUT_OF_MEMORY);
     }
     const auto said = [&](const std::string &end) {
-        return !logged.empty() && logged.back().starts_with("3 list_db_set (") &&
-               logged.back().ends_with(end);
+        return logged.starts_with("3 ") && last_logged().starts_with("list_db_set (") &&
+               last_logged().ends_with(end);
     };
     EXPECT_TRUE(said("): errno=512, MORVListDBPack() failed, section[share]\n"));
 

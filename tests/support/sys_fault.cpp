@@ -20,15 +20,20 @@ using testing_support::Sys;
 constexpr struct {
     const char *name;
     int reason;
-} kCalls[] = {{"open", EMFILE},           {"fstat", EIO},        {"read", EIO},
-              {"readlink", EACCES},       {"mkostemp", ENOSPC},  {"fchown", EPERM},
-              {"fchmod", EPERM},          {"flistxattr", EIO},   {"fgetxattr", EIO},
-              {"fsetxattr", ENOSPC},      {"fremovexattr", EIO}, {"write", ENOSPC},
-              {"short write", 0},         {"fsync", EIO},        {"close", EIO},
-              {"rename", EBUSY},          {"lseek", EIO},        {"openat", EMFILE},
-              {"mkdirat", ENOSPC},        {"renameat2", EXDEV},  {"unlinkat", EIO},
-              {"copy_file_range", EXDEV}, {"futimens", EPERM},   {"syncfs", EIO},
-              {"allocation", ENOMEM}};
+} kCalls[] = {{"open", EMFILE},      {"fstat", EIO},
+              {"read", EIO},         {"readlink", EACCES},
+              {"mkostemp", ENOSPC},  {"fchown", EPERM},
+              {"fchmod", EPERM},     {"flistxattr", EIO},
+              {"fgetxattr", EIO},    {"fsetxattr", ENOSPC},
+              {"fremovexattr", EIO}, {"write", ENOSPC},
+              {"short write", 0},    {"fsync", EIO},
+              {"close", EIO},        {"rename", EBUSY},
+              {"lseek", EIO},        {"openat", EMFILE},
+              {"mkdirat", ENOSPC},   {"renameat2", EXDEV},
+              {"unlinkat", EIO},     {"copy_file_range", EXDEV},
+              {"futimens", EPERM},   {"syncfs", EIO},
+              {"pread", EIO},        {"pwrite", ENOSPC},
+              {"ftruncate", EIO},    {"allocation", ENOMEM}};
 
 int armed = -1;
 int countdown;
@@ -207,6 +212,24 @@ off_t lseek(int fd, off_t offset, int whence) noexcept {
     if (fails(Sys::kLseek)) return -1;
     static const auto real = next<off_t (*)(int, off_t, int)>({"lseek64"});
     return real(fd, offset, whence);
+}
+
+ssize_t pread(int fd, void *buffer, size_t size, off_t offset) {
+    if (fails(Sys::kPread)) return -1;
+    static const auto real = next<ssize_t (*)(int, void *, size_t, off_t)>({"pread64"});
+    return real(fd, buffer, size, offset);
+}
+
+ssize_t pwrite(int fd, const void *buffer, size_t size, off_t offset) {
+    if (fails(Sys::kPwrite)) return -1;
+    static const auto real = next<ssize_t (*)(int, const void *, size_t, off_t)>({"pwrite64"});
+    return real(fd, buffer, size, offset);
+}
+
+int ftruncate(int fd, off_t size) noexcept {
+    if (fails(Sys::kFtruncate)) return -1;
+    static const auto real = next<int (*)(int, off_t)>({"ftruncate64"});
+    return real(fd, size);
 }
 }
 

@@ -36,6 +36,9 @@ enum class Sys {
     kCopyFileRange,  // says EXDEV
     kFutimens,
     kSyncfs,
+    kPread,
+    kPwrite,
+    kFtruncate,
     kAllocation,  // malloc and its companions, operator new
     kCount
 };

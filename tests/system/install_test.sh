@@ -111,6 +111,8 @@ for completion in "$source_dir"/tools/completion/*.bash; do
         cmp "$completion" "$prefix/share/bash-completion/completions/$(basename "$completion" .bash)"
 done
 
+expect "the texts of events and mails are installed" diff -r "$source_dir/data/texts" "$prefix/morv/morvsdk/texts"
+
 (cd "$build" && rm -f ./*.deb && flock "$build.lock" cpack -G DEB) >"$scratch/log" 2>&1 || cat "$scratch/log"
 package=$(echo "$build"/libmorvsdk_*.deb)
 expect "the package is made" test -f "$package"
@@ -119,6 +121,11 @@ expect "the package is for this architecture" same \
     "$(dpkg-deb -f "$package" Architecture)" "$(dpkg --print-architecture)"
 dpkg-deb -c "$package" >"$scratch/list" || true
 expect "the package holds the library" grep -q ' ./usr/lib/libmorvsdk.so.1.0.0$' "$scratch/list"
+expect "the package holds the texts where the library looks for them" grep -q ' ./usr/morv/morvsdk/texts/enu/events$' "$scratch/list"
+if [[ -e $prefix/lib/security/pam_morv_autoblock.so ]]; then
+    expect "the package holds the PAM module" grep -q ' ./usr/lib/security/pam_morv_autoblock.so$' "$scratch/list"
+    expect "the package asks for PAM" depends_on "$package" libpam0g
+fi
 expect "all files of the package belong to root and nobody else may write them" \
     only_root_may_write "$scratch/list"
 

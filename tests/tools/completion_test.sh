@@ -56,11 +56,11 @@ test_every_command_and_option_is_offered_and_in_the_manual() {
         done
     }
     for_each_command check
-    ((count >= 53)) || fail "the help shows $count commands"
+    ((count >= 60)) || fail "the help shows $count commands"
 }
 
 test_words_are_offered_by_their_place() {
-    expect_offer "" 'conf|group|line|lock|mirror|raid|section|share|store|user|volume'
+    expect_offer "" 'block|conf|group|line|lock|log|mirror|raid|section|share|store|user|volume'
     expect_offer "co" conf
     expect_offer "--json con" conf
     expect_offer "--root /tmp conf g" get
@@ -80,6 +80,9 @@ test_words_are_offered_by_their_place() {
     expect_offer "share set x --access r" 'ro|rw'
     expect_offer "raid create md2 --level raid" 'raid0|raid1|raid5|raid6'
     expect_offer "raid expand md2 --size " max
+    expect_offer "log show s" 'surveillance|system'
+    expect_offer "log add system w" warn
+    expect_offer "log show system --type e" error
 }
 
 test_files_below_the_root_are_offered() {
@@ -89,6 +92,7 @@ test_files_below_the_root_are_offered() {
     cd "$scratch/here" || return
     expect_offer "conf get /etc/" '/etc/conf.d/|/etc/one.conf |/etc/two\ words/'
     expect_offer "conf get /etc/two\\ w" '/etc/two\ words/'
+    expect_offer "log show --file /etc/o" '/etc/one.conf '
     expect_offer "conf get o" own.conf
     [[ $mode == filenames ]] || fail "bash does not know that these are files"
     unset MORV_ROOT

@@ -19,6 +19,7 @@ morvctl_words=("${emulator[@]}" "$TOOLS/morvctl")
 under_test() { "${emulator[@]}" "$@"; }
 morvctl() { under_test "$TOOLS/morvctl" "$@"; }
 get_key_value() { under_test "$TOOLS/get_key_value" "$@"; }
+morvlogset1() { under_test "$TOOLS/morvlogset1" "$@"; }
 
 fail() { # fail TEXT...
     failures=$((failures + 1))

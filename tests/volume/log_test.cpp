@@ -2,43 +2,14 @@
 #include <morvsdk/fs.h>
 #include <morvsdk/lvm.h>
 #include <morvsdk/volume.h>
-#include <stdarg.h>
 #include <syslog.h>
 
 #include <functional>
 #include <optional>
 
 #include "support/alloc_fault.h"
+#include "support/fake_syslog.h"
 #include "volume/storage.h"
-
-static std::string logged;  // "7 stem:12 text\n" for each line
-
-static void log_text(int priority, const char *format, va_list args) {
-    char text[1024];
-    vsnprintf(text, sizeof text, format, args);
-    try {
-        logged += std::to_string(priority) + " " + text + "\n";
-    } catch (const std::bad_alloc &) {
-        // A fault that was meant for the library.
-    }
-}
-
-// The library's log lines end here; a fortified build calls the second.
-extern "C" {
-__attribute__((visibility("default"))) void syslog(int priority, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    log_text(priority, format, args);
-    va_end(args);
-}
-
-__attribute__((visibility("default"))) void __syslog_chk(int priority, int, const char *format, ...) {
-    va_list args;
-    va_start(args, format);
-    log_text(priority, format, args);
-    va_end(args);
-}
-}
 
 namespace {
 

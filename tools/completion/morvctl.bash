@@ -126,6 +126,9 @@ _morvctl() {
             GROUP) _morvctl_offer "$typed" < <("${ask[@]}" group list --names 2>/dev/null) ;;
             LEVEL) _morvctl_offer "$typed" <<<$'raid0\nraid1\nraid5\nraid6\nlinear' ;;
             KIB) _morvctl_offer "$typed" <<<max ;;
+            TYPE) _morvctl_offer "$typed" <<<$'info\nwarn\nerror' ;;
+            LANG) _morvctl_offer "$typed" < <(ls "$root/usr/morv/morvsdk/texts" 2>/dev/null) ;;
+            FILE) _morvctl_offer_files "$root" "$typed" ;;
             ACCESS) _morvctl_offer "$typed" <<<$'ro\nrw\nnone' ;;
         esac
         return 0
@@ -150,7 +153,7 @@ _morvctl() {
     [[ $name != ... ]] || name=${names[-2]}
     [[ -n $name ]] || return 0
     case ${commands[0]}:$name in
-        *:FILE | *:FROM)
+        *:FILE | *:FROM | log:OUTPUT)
             _morvctl_offer_files "$root" "$typed"
             ;;
         conf:KEY)
@@ -196,6 +199,19 @@ _morvctl() {
             ;;
         raid:MEMBER | raid:DEVICE | volume:DEVICE)
             _morvctl_offer_files "$root" "${typed:-/dev/}"
+            ;;
+        log:LOG)
+            _morvctl_offer "$typed" < <("${ask[@]}" log list --names 2>/dev/null)
+            ;;
+        log:TYPE)
+            _morvctl_offer "$typed" <<<$'info\nwarn\nerror'
+            ;;
+        block:ADDRESS | block:CLIENT)
+            _morvctl_offer "$typed" < <("${ask[@]}" block list 2>/dev/null | sed '1d; s/ .*//')
+            ;;
+        block:NAME=VALUE)
+            compopt -o nospace
+            [[ $typed == *=* ]] || _morvctl_offer "$typed" <<<$'attempts=\nminutes=\ndays=\nnotify=\nallow=\ndefault'
             ;;
         lock:LOCKS)
             local before=

@@ -25,6 +25,7 @@ constexpr struct {
     {ERR_INVALID_PATH, "ERR_INVALID_PATH"},
     {ERR_ID_NOT_FOUND, "ERR_ID_NOT_FOUND"},
     {ERR_INVALID_ARRAY, "ERR_INVALID_ARRAY"},
+    {ERR_MAP_FAILED, "ERR_MAP_FAILED"},
 };
 
 Exit exit_for(int code, int reason) {
@@ -46,6 +47,7 @@ Exit exit_for(int code, int reason) {
         case ERR_INVALID_GROUPNAME:
         case ERR_INVALID_SHARENAME:
         case ERR_INVALID_PATH:
+        case ERR_INVALID_NETNAME:
         case ERR_INVALID_ARRAY:
         case ERR_DEVICE_BUSY:
             return Exit::kRefused;

@@ -31,7 +31,8 @@ inline constexpr struct {
     {Exit::kLocked, "locked", "another program held the lock until the time was over"},
     {Exit::kNoSpace, "no space", "the disk, the quota or the model's limit is full"},
     {Exit::kFailed, "failed", "anything else: a missing file, no permission, a disk error"},
-    {Exit::kNotHealthy, "not healthy", "volume health: a volume is not healthy"},
+    {Exit::kNotHealthy, "not healthy",
+     "volume health, log verify: something is damaged; block check: blocked"},
 };
 
 struct Failure : std::runtime_error {

@@ -15,7 +15,9 @@
     FAMILY(share)                \
     FAMILY(mirror)               \
     FAMILY(raid)                 \
-    FAMILY(volume)
+    FAMILY(volume)               \
+    FAMILY(log)                  \
+    FAMILY(block)
 
 namespace morvctl {
 

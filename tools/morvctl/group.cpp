@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "morvctl/accounts.h"
+#include "morvctl/record_event.h"
 
 namespace morvctl {
 
@@ -169,7 +170,7 @@ int add(const Session &session, const Args &args) {
     const std::string &name = *args.name;
     check_group_name(name);
     if (args.description) check_field("the description", *args.description, Colon::kKept);
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         std::vector<std::string> members;
         add_members(session, members, args.added);
         const uint32_t gid = args.gid ? parse_number("the gid", *args.gid, MORV_GROUP_NO_GID - 1) : 0;
@@ -182,12 +183,14 @@ int add(const Session &session, const Args &args) {
             write_description(session, name, *args.description);
         return changed_group(session, name);
     });
+    record_event(session, MORV_EVENT_GROUP_ADDED, {name});
+    return int(Exit::kDone);
 }
 
 int set(const Session &session, const Args &args) {
     const std::string &name = *args.name;
     if (args.description) check_field("the description", *args.description, Colon::kKept);
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         const Group old = read_group(session, name);
         std::vector<std::string> members;
         if (args.members) {
@@ -209,26 +212,32 @@ int set(const Session &session, const Args &args) {
         if (args.description) write_description(session, name, *args.description);
         return changed_group(session, name);
     });
+    record_event(session, MORV_EVENT_GROUP_CHANGED, {name});
+    return int(Exit::kDone);
 }
 
 int rename(const Session &session, const Args &args) {
     check_group_name(args.new_name);
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         const Group old = read_group(session, *args.name);
         write_group(session, old->szName, args.new_name, old->gid, split_list(old->szMembers),
                     "rename the group " + escape(*args.name) + " to " + escape(args.new_name));
         return changed_group(session, args.new_name);
     });
+    record_event(session, MORV_EVENT_GROUP_CHANGED, {renamed_text(*args.name, args.new_name)});
+    return int(Exit::kDone);
 }
 
 int remove(const Session &session, const Args &args) {
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         clear_errors();
         if (MORVGroupDelete(args.name->c_str()) != 0) {
             fail_account(session, "delete the group " + escape(*args.name));
         }
         return Json{{"group", {{"name", *args.name}}}};
     });
+    record_event(session, MORV_EVENT_GROUP_DELETED, {*args.name});
+    return int(Exit::kDone);
 }
 
 }  // namespace

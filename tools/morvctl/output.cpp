@@ -8,7 +8,18 @@ namespace morvctl {
 
 namespace {
 
-// The length of the UTF-8 character that the text starts with; 0 when there is none.
+// Whether a text begins with a character that a terminal obeys instead of showing it: the second set of control
+// characters, and those that turn the direction of what follows.
+bool is_hidden(std::string_view text) {
+    const auto between = [&](std::string_view prefix, int first, int last) {
+        if (text.size() <= prefix.size() || !text.starts_with(prefix)) return false;
+        const int byte = static_cast<unsigned char>(text[prefix.size()]);
+        return byte >= first && byte <= last;
+    };
+    return between("\xC2", 0x80, 0x9F) || between("\xE2\x80", 0xAA, 0xAE) || between("\xE2\x81", 0xA6, 0xA9);
+}
+
+// The length of the UTF-8 character that the text starts with; 0 when there is none, or it is hidden.
 size_t utf8_length(std::string_view text) {
     const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char first = byte(0);
@@ -27,9 +38,7 @@ size_t utf8_length(std::string_view text) {
         (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F)) {
         return 0;
     }
-    // The second set of control characters.
-    if (first == 0xC2 && second < 0xA0) return 0;
-    return length;
+    return is_hidden(text) ? 0 : length;
 }
 
 // The blocks of characters that take two columns of a terminal, and those that take none.
@@ -98,8 +107,31 @@ std::string escaped(std::string_view text, bool keep_backslash) {
 
 }  // namespace
 
+std::string json_text(const Json &document, int indent) {
+    const std::string text = document.dump(indent, ' ', false, Json::error_handler_t::replace);
+    std::string shown;
+    for (size_t at = 0; at < text.size();) {
+        const std::string_view rest = std::string_view(text).substr(at);
+        if (rest[0] != '\x7f' && !is_hidden(rest)) {
+            shown += text[at++];
+            continue;
+        }
+        // Such characters are only ever in strings.
+        const auto byte = [&](size_t i) { return static_cast<unsigned char>(rest[i]); };
+        const size_t length = byte(0) == 0x7F ? 1 : byte(0) == 0xC2 ? 2 : 3;
+        unsigned character = length == 3 ? byte(0) & 0x0FU : length == 2 ? byte(0) & 0x1FU : byte(0);
+        for (size_t i = 1; i < length; ++i)
+            character = character << 6 | (byte(i) & 0x3FU);
+        char code[8];
+        snprintf(code, sizeof code, "\\u%04x", character);
+        shown += code;
+        at += length;
+    }
+    return shown;
+}
+
 void print_json(const Json &document) {
-    print_line(document.dump(2, ' ', false, Json::error_handler_t::replace));
+    print_line(json_text(document, 2));
 }
 
 void print_raw(std::string_view text) {
@@ -123,8 +155,12 @@ void print_pairs(const Pairs &pairs) {
 }
 
 std::vector<std::string> table_lines(Rows rows) {
-    std::vector<std::string> lines;
     std::vector<size_t> widest;
+    return table_lines(std::move(rows), widest);
+}
+
+std::vector<std::string> table_lines(Rows rows, std::vector<size_t> &widest) {
+    std::vector<std::string> lines;
     for (auto &row : rows) {
         widest.resize(std::max(widest.size(), row.size()));
         for (size_t i = 0; i < row.size(); ++i) {

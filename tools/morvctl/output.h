@@ -11,7 +11,9 @@ namespace morvctl {
 
 using Json = nlohmann::ordered_json;
 
-// Bytes that are not UTF-8 become U+FFFD.
+// Bytes that are not UTF-8 become U+FFFD; characters that a terminal would obey are written as "\u009b".
+// indent: -1 for one line
+std::string json_text(const Json &document, int indent);
 void print_json(const Json &document);
 
 void print_raw(std::string_view text);
@@ -26,6 +28,9 @@ void print_pairs(const Pairs &pairs);
 using Rows = std::vector<std::vector<std::string>>;
 std::vector<std::string> table_lines(Rows rows);
 void print_table(Rows rows);
+
+// The same for rows that come in parts: the columns are as wide as in any part so far.
+std::vector<std::string> table_lines(Rows rows, std::vector<size_t> &widest);
 
 // Text as it can be shown on a terminal: control characters, backslashes and what is not UTF-8 as "\n", "\\",
 // "\x1b".

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "morvctl/raid_commands.h"
+#include "morvctl/record_event.h"
 #include "morvctl/signals.h"
 #include "morvctl/storage.h"
 
@@ -191,7 +192,7 @@ int create_array(const Session &session, const RaidArgs &args) {
         add_devices(plan, devices);
         return plan;
     };
-    return change_storage(session, args.yes, make_plan, [&](Json &document) {
+    change_storage(session, args.yes, make_plan, [&](Json &document) {
         List list;
         fill(list, devices);
         clear_errors();
@@ -200,6 +201,8 @@ int create_array(const Session &session, const RaidArgs &args) {
         }
         show_result(session, path, document);
     });
+    record_event(session, MORV_EVENT_ARRAY_CREATED, {path, *args.level});
+    return int(Exit::kDone);
 }
 
 int add_member(const Session &session, const RaidArgs &args) {
@@ -222,7 +225,7 @@ int add_member(const Session &session, const RaidArgs &args) {
         add_devices(plan, devices);
         return plan;
     };
-    return change_storage(session, args.yes, make_plan, [&](Json &document) {
+    change_storage(session, args.yes, make_plan, [&](Json &document) {
         const char *device = devices[0].path.c_str();
         clear_errors();
         if ((args.force ? RAIDAdd : RAIDAddRobustCheck)(path.c_str(), device) != 0) {
@@ -230,6 +233,8 @@ int add_member(const Session &session, const RaidArgs &args) {
         }
         show_result(session, path, document);
     });
+    record_event(session, MORV_EVENT_ARRAY_DISK_ADDED, {path, devices[0].path});
+    return int(Exit::kDone);
 }
 
 int stop_array(const Session &session, const RaidArgs &args) {
@@ -244,10 +249,12 @@ int stop_array(const Session &session, const RaidArgs &args) {
         add_members(plan, *array);
         return plan;
     };
-    return change_storage(session, args.yes, make_plan, [&](Json &) {
+    change_storage(session, args.yes, make_plan, [&](Json &) {
         clear_errors();
         if (RAIDStop(path.c_str()) != 0) fail_storage("stop the array " + path);
     });
+    record_event(session, MORV_EVENT_ARRAY_STOPPED, {path});
+    return int(Exit::kDone);
 }
 
 int remove_array(const Session &session, const RaidArgs &args) {
@@ -271,7 +278,7 @@ int remove_array(const Session &session, const RaidArgs &args) {
             plan.lines.push_back("It is " + use.what + ", which will lack it.");
         return plan;
     };
-    return change_storage(session, args.yes, make_plan, [&](Json &) {
+    change_storage(session, args.yes, make_plan, [&](Json &) {
         // Once it is stopped, what is not wiped could not be found by its name.
         const HeldSignals held;
         clear_errors();
@@ -287,6 +294,8 @@ int remove_array(const Session &session, const RaidArgs &args) {
                                              left + " still has its superblock");
         }
     });
+    record_event(session, MORV_EVENT_ARRAY_REMOVED, {path});
+    return int(Exit::kDone);
 }
 
 namespace {
@@ -361,13 +370,15 @@ int expand_array(const Session &session, const RaidArgs &args) {
         }
         return plan;
     };
-    return change_storage(session, args.yes, make_plan, [&](Json &document) {
+    change_storage(session, args.yes, make_plan, [&](Json &document) {
         clear_errors();
         const int failed =
             args.slots ? RAIDDevCountChange(path.c_str(), args.slots) : RAIDExpand(path.c_str(), kib);
         if (failed != 0) fail_storage("expand the array " + path);
         show_result(session, path, document);
     });
+    record_event(session, MORV_EVENT_ARRAY_EXPANDED, {path});
+    return int(Exit::kDone);
 }
 
 namespace {
@@ -427,7 +438,7 @@ int assemble_array(const Session &session, const RaidArgs &args) {
         }
         return plan;
     };
-    return change_storage(session, args.yes, make_plan, [&](Json &document) {
+    change_storage(session, args.yes, make_plan, [&](Json &document) {
         List list;
         fill(list, devices);
         // The path is no longer than this: "/dev/md" and nine digits.
@@ -439,6 +450,8 @@ int assemble_array(const Session &session, const RaidArgs &args) {
         }
         show_result(session, path, document);
     });
+    record_event(session, MORV_EVENT_ARRAY_ASSEMBLED, {path});
+    return int(Exit::kDone);
 }
 
 }  // namespace morvctl

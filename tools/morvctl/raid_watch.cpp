@@ -1,7 +1,5 @@
 // Following a resync: a bar that is drawn over and over on a terminal, else a line for every change.
 #include <math.h>
-#include <poll.h>
-#include <signal.h>
 #include <stdio.h>
 #include <sys/ioctl.h>
 #include <time.h>
@@ -11,56 +9,15 @@
 #include <deque>
 
 #include "morvctl/raid_commands.h"
+#include "morvctl/signals.h"
 #include "morvctl/storage.h"
 
 namespace morvctl {
 
 namespace {
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
-constexpr long kPause = 1;           // seconds between two looks
+constexpr unsigned kPause = 1;       // seconds between two looks
 constexpr size_t kMostSamples = 15;  // that the rate is worked out from
-
-volatile sig_atomic_t caught;
-
-// A signal that would end the program ends the waiting, and takes effect at the end of the scope. One that
-// is ignored stays so.
-class CaughtSignals {
-  public:
-    CaughtSignals() {
-        caught = 0;
-        sigset_t ending;
-        sigemptyset(&ending);
-        struct sigaction action = {};
-        action.sa_handler = [](int signal) { caught = signal; };
-        for (size_t i = 0; i < std::size(kSignals); ++i) {
-            sigaction(kSignals[i], nullptr, &actions_[i]);
-            if (actions_[i].sa_handler == SIG_IGN) continue;
-            sigaction(kSignals[i], &action, nullptr);
-            sigaddset(&ending, kSignals[i]);
-        }
-        sigprocmask(SIG_BLOCK, &ending, &former_);
-    }
-    ~CaughtSignals() {
-        for (size_t i = 0; i < std::size(kSignals); ++i)
-            sigaction(kSignals[i], &actions_[i], nullptr);
-        sigprocmask(SIG_SETMASK, &former_, nullptr);
-        if (caught) raise(caught);
-    }
-    CaughtSignals(const CaughtSignals &) = delete;
-    CaughtSignals &operator=(const CaughtSignals &) = delete;
-
-    // False when a signal came, now or earlier.
-    bool wait() const {
-        const struct timespec pause = {kPause, 0};
-        ppoll(nullptr, 0, &pause, &former_);
-        return caught == 0;
-    }
-
-  private:
-    struct sigaction actions_[std::size(kSignals)];
-    sigset_t former_;
-};
 
 // How fast it goes, from the last looks at it.
 class Rate {
@@ -158,7 +115,7 @@ class Display {
             line["seconds_left"] =
                 per_second > 0 ? Json(uint64_t(std::min((1 - resync_share(array.rebuild)) / per_second, 1e9)))
                                : Json(nullptr);
-            print_line(line.dump(-1, ' ', false, Json::error_handler_t::replace));
+            print_line(json_text(line, -1));
         } else {
             print_line(array.szPath + ("  " + progress_text(array, rate)));
         }
@@ -218,7 +175,7 @@ int watch_array(const Session &session, const std::string &path) {
         }
         display.show(*array, rate);
         if (ferror(stdout)) fail_system("write to standard output");
-        if (!signals.wait()) return int(Exit::kDone);
+        if (!signals.wait(kPause)) return int(Exit::kDone);
     }
 }
 

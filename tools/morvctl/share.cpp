@@ -8,6 +8,7 @@
 #include <set>
 
 #include "morvctl/accounts.h"
+#include "morvctl/record_event.h"
 #include "morvctl/target.h"
 
 namespace morvctl {
@@ -294,10 +295,12 @@ Json write_share(const Session &session, const MORVSHARE *old, const std::string
 
 int add(const Session &session, const Args &args) {
     if (args.access) parse_access(*args.access);
-    return change_accounts(session, {*args.path}, [&] {
+    change_accounts(session, {*args.path}, [&] {
         check_share_name(args.name);
         return write_share(session, nullptr, args.name, args, "add the share " + escape(args.name));
     });
+    record_event(session, MORV_EVENT_SHARE_ADDED, {args.name, *args.path});
+    return int(Exit::kDone);
 }
 
 int set(const Session &session, const Args &args) {
@@ -305,29 +308,35 @@ int set(const Session &session, const Args &args) {
     if (args.access) parse_access(*args.access);
     std::vector<std::string> folders;
     if (args.path) folders.push_back(*args.path);
-    return change_accounts(session, folders, [&] {
+    change_accounts(session, folders, [&] {
         const Share old = read_share(session, args.name);
         return write_share(session, old.get(), old->szName, args, "change the share " + escape(args.name));
     });
+    record_event(session, MORV_EVENT_SHARE_CHANGED, {args.name});
+    return int(Exit::kDone);
 }
 
 int rename(const Session &session, const Args &args) {
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         const Share old = read_share(session, args.name);
         if (name_key(old->szName) != name_key(args.new_name)) check_share_name(args.new_name);
         return write_share(session, old.get(), args.new_name, args,
                            "rename the share " + escape(args.name) + " to " + escape(args.new_name));
     });
+    record_event(session, MORV_EVENT_SHARE_CHANGED, {renamed_text(args.name, args.new_name)});
+    return int(Exit::kDone);
 }
 
 int remove(const Session &session, const Args &args) {
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         clear_errors();
         if (MORVShareDelete(args.name.c_str()) != 0) {
             fail_account(session, "delete the share " + escape(args.name));
         }
         return Json{{"share", {{"name", args.name}}}};
     });
+    record_event(session, MORV_EVENT_SHARE_DELETED, {args.name});
+    return int(Exit::kDone);
 }
 
 int print_rights(const Session &session, const Args &args) {

@@ -1,8 +1,12 @@
 #include "morvctl/signals.h"
 
 #include <errno.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <initializer_list>
+#include <iterator>
+#include <type_traits>
 
 namespace morvctl {
 
@@ -10,6 +14,9 @@ namespace {
 
 struct sigaction former_child;
 struct sigaction former_size;
+
+constexpr int kEnding[] = {SIGINT, SIGTERM, SIGHUP};
+volatile sig_atomic_t caught;
 
 }  // namespace
 
@@ -38,6 +45,36 @@ HeldSignals::~HeldSignals() {
     const int saved = errno;
     sigprocmask(SIG_SETMASK, &former_, nullptr);
     errno = saved;
+}
+
+CaughtSignals::CaughtSignals() {
+    static_assert(std::size(kEnding) == std::extent_v<decltype(actions_)>);
+    caught = 0;
+    sigset_t ending;
+    sigemptyset(&ending);
+    struct sigaction action = {};
+    action.sa_handler = [](int signal) { caught = signal; };
+    for (size_t i = 0; i < std::size(kEnding); ++i) {
+        sigaction(kEnding[i], nullptr, &actions_[i]);
+        if (actions_[i].sa_handler == SIG_IGN) continue;
+        sigaction(kEnding[i], &action, nullptr);
+        sigaddset(&ending, kEnding[i]);
+    }
+    sigprocmask(SIG_BLOCK, &ending, &former_);
+}
+
+CaughtSignals::~CaughtSignals() {
+    for (size_t i = 0; i < std::size(kEnding); ++i)
+        sigaction(kEnding[i], &actions_[i], nullptr);
+    sigprocmask(SIG_SETMASK, &former_, nullptr);
+    if (caught) raise(caught);
+}
+
+bool CaughtSignals::wait(unsigned seconds) const {
+    const struct timespec pause = {time_t(seconds), 0};
+    struct pollfd output = {STDOUT_FILENO, 0, 0};
+    const int ready = ppoll(&output, 1, &pause, &former_);
+    return caught == 0 && ready <= 0;
 }
 
 }  // namespace morvctl

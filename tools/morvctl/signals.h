@@ -23,4 +23,21 @@ class HeldSignals {
     sigset_t former_;
 };
 
+// For a command that goes on until it is told to end: a signal that would end the program ends the waiting, and
+// takes effect at the end of the scope. One that is ignored stays so.
+class CaughtSignals {
+  public:
+    CaughtSignals();
+    ~CaughtSignals();
+    CaughtSignals(const CaughtSignals &) = delete;
+    CaughtSignals &operator=(const CaughtSignals &) = delete;
+
+    // Waits so long. False when a signal came, now or earlier, or nobody reads standard output any more.
+    bool wait(unsigned seconds) const;
+
+  private:
+    struct sigaction actions_[3];
+    sigset_t former_;
+};
+
 }  // namespace morvctl

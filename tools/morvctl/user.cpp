@@ -6,6 +6,7 @@
 #include <set>
 
 #include "morvctl/accounts.h"
+#include "morvctl/record_event.h"
 #include "morvctl/secret.h"
 #include "morvctl/user_values.h"
 
@@ -179,23 +180,29 @@ int add(const Session &session, const Args &args) {
     check_user_name(name);
     const Secret password = args.no_password ? random_password() : read_password(name);
     const std::string home = args.values.home.value_or("/var/services/homes/" + name);
-    return change_accounts(session, {home}, [&] {
+    change_accounts(session, {home}, [&] {
         const User user = make_user(session, nullptr, name, password.c_str(), values_of(args));
         clear_errors();
         if (MORVUserSet(nullptr, user.get()) != 0) fail_account(session, "add the user " + escape(name));
         return changed_user(session, name);
     });
+    record_event(session, MORV_EVENT_USER_ADDED, {name});
+    return int(Exit::kDone);
 }
 
 int change_user(const Session &session, const std::string &old_name, const std::string &name,
                 const UserValues &values, const std::string &what) {
-    return change_accounts(session, {}, [&] {
+    std::string shown;
+    change_accounts(session, {}, [&] {
         const User old = read_user(session, old_name);
         const User user = make_user(session, old.get(), name.empty() ? old->szName : name, nullptr, values);
         clear_errors();
         if (MORVUserSet(old->szName, user.get()) != 0) fail_account(session, what);
+        shown = renamed_text(old->szName, user->szName);
         return changed_user(session, user->szName);
     });
+    record_event(session, MORV_EVENT_USER_CHANGED, {shown});
+    return int(Exit::kDone);
 }
 
 int set(const Session &session, const Args &args) {
@@ -215,23 +222,27 @@ int passwd(const Session &session, const Args &args) {
     // Asked for when there is somebody to have it.
     if (!session.dry_run) read_user(session, name);
     const Secret password = read_password(name);
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         clear_errors();
         if (MORVUserSetPasswd(name.c_str(), password.c_str()) != 0) {
             fail_account(session, "set the password of " + escape(name));
         }
         return changed_user(session, name);
     });
+    record_event(session, MORV_EVENT_USER_CHANGED, {name});
+    return int(Exit::kDone);
 }
 
 int remove(const Session &session, const Args &args) {
-    return change_accounts(session, {}, [&] {
+    change_accounts(session, {}, [&] {
         clear_errors();
         if (MORVUserDelete(args.name->c_str()) != 0) {
             fail_account(session, "delete the user " + escape(*args.name));
         }
         return Json{{"user", {{"name", *args.name}}}};
     });
+    record_event(session, MORV_EVENT_USER_DELETED, {*args.name});
+    return int(Exit::kDone);
 }
 
 void add_value_options(CLI::App &command, Args &args) {

@@ -9,6 +9,7 @@
 
 #include "morvctl/change.h"
 #include "morvctl/csv.h"
+#include "morvctl/record_event.h"
 #include "morvctl/user_values.h"
 
 namespace morvctl {
@@ -186,7 +187,17 @@ int import_users(const Session &session, const ImportArgs &args) {
         const Target target = find_target(session, args.file);
         text.read_all(open_file(target).get(), args.file);
     }
-    return change_accounts(session, {}, [&] { return Import(session, args, parse_csv(text)).run(); });
+    int64_t count = 0;
+    change_accounts(session, {}, [&] {
+        Json document = Import(session, args, parse_csv(text)).run();
+        count = document["added"].get<int64_t>() + document["changed"].get<int64_t>();
+        return document;
+    });
+    if (count > 0) {
+        record_event(session, MORV_EVENT_USERS_IMPORTED,
+                     {std::to_string(count), args.file == "-" ? "standard input" : args.file});
+    }
+    return int(Exit::kDone);
 }
 
 int export_users(const Session &session, const ExportArgs &args) {

@@ -12,6 +12,7 @@
 
 #include "morvctl/lvm_report.h"
 #include "morvctl/pairs.h"
+#include "morvctl/record_event.h"
 #include "morvctl/signals.h"
 #include "morvctl/storage.h"
 #include "morvctl/target.h"
@@ -362,6 +363,7 @@ int mount(const Session &session, const Args &args) {
     if (VolumeMount(device.c_str(), path.c_str()) != 0)
         fail_storage("mount " + escape(device) + " on " + path);
     if (session.json) print_json({{"volume", path}, {"device", device}, {"mounted", true}});
+    record_event(session, MORV_EVENT_VOLUME_MOUNTED, {path});
     return int(Exit::kDone);
 }
 
@@ -375,6 +377,7 @@ int umount(const Session &session, const Args &args) {
     clear_errors();
     if (VolumeUnmount(path.c_str()) != 0) fail_storage("unmount " + escape(path));
     if (session.json) print_json({{"volume", path}, {"device", fs->szDevice}, {"mounted", false}});
+    record_event(session, MORV_EVENT_VOLUME_UNMOUNTED, {path});
     return int(Exit::kDone);
 }
 

@@ -17,6 +17,17 @@ inline void store_be32(void *at, uint32_t value) noexcept {
     memcpy(at, b, sizeof b);
 }
 
+inline uint16_t load_be16(const void *at) noexcept {
+    uint8_t b[2];
+    memcpy(b, at, sizeof b);
+    return uint16_t(b[0] << 8 | b[1]);
+}
+
+inline void store_be16(void *at, uint16_t value) noexcept {
+    const uint8_t b[2] = {uint8_t(value >> 8), uint8_t(value)};
+    memcpy(at, b, sizeof b);
+}
+
 inline uint16_t load_le16(const void *at) noexcept {
     uint8_t b[2];
     memcpy(b, at, sizeof b);

@@ -2,11 +2,14 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <morvsdk/errcodes.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -20,6 +23,7 @@
 #include "core/base/guard.h"
 #include "core/base/no_throw.h"
 #include "core/file/lock_table.h"
+#include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
 
 namespace morv {
@@ -129,12 +133,14 @@ class SpawnPlan {
     bool has_attributes_;
 };
 
-// Starts the shell; `output` becomes its standard output when it is not -1, and is none of the standard
-// descriptors.
-int spawn_shell(const std::string &command, int output, const ToolSignals &signals, pid_t &pid) {
+// Starts the shell; what is not -1 of `input` and `output` becomes its standard input and output, and is none
+// of the standard descriptors.
+int spawn_shell(const std::string &command, int input, int output, const ToolSignals &signals, pid_t &pid) {
     SpawnPlan plan;
     const sigset_t defaults = signals.defaults();
-    if (!plan || posix_spawn_file_actions_addopen(&plan.actions, 0, "/dev/null", O_RDONLY, 0) != 0 ||
+    if (!plan ||
+        (input >= 0 ? posix_spawn_file_actions_adddup2(&plan.actions, input, 0)
+                    : posix_spawn_file_actions_addopen(&plan.actions, 0, "/dev/null", O_RDONLY, 0)) != 0 ||
         (output >= 0 ? posix_spawn_file_actions_adddup2(&plan.actions, output, 1)
                      : posix_spawn_file_actions_addopen(&plan.actions, 1, "/dev/null", O_WRONLY, 0)) != 0 ||
         posix_spawn_file_actions_addopen(&plan.actions, 2, "/dev/null", O_WRONLY, 0) != 0 ||
@@ -172,7 +178,6 @@ int wait_for_tool(pid_t pid, int *status) noexcept {
     return result == 0 ? 0 : ERR_SYS_UNKNOWN;
 }
 
-// Reads to the end of a pipe.
 constexpr time_t kMostSeconds = 30;
 
 time_t seconds_now() noexcept {
@@ -181,6 +186,49 @@ time_t seconds_now() noexcept {
     return now.tv_sec;
 }
 
+// Ends a shell that runs for too long, and answers whether it did not. A kernel that cannot tell of the end of
+// a process is asked for it again and again.
+bool ends_in_time(pid_t pid) noexcept {
+    constexpr int kNap = 50;  // milliseconds
+    const UniqueFd process(int(syscall(SYS_pidfd_open, pid, 0)));
+    const time_t end = seconds_now() + kMostSeconds;
+    for (;;) {
+        siginfo_t ended = {};
+        if (!process &&
+            (waitid(P_PID, id_t(pid), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid != 0))
+            return true;
+        pollfd waiting = {process.get(), POLLIN, 0};  // of no descriptor: waits the time
+        const time_t left = end - seconds_now();
+        if (left <= 0) break;
+        const int ready = poll(&waiting, 1, process ? static_cast<int>(left * 1000) : kNap);
+        if (ready > 0 || (ready < 0 && errno != EINTR)) return true;
+    }
+    kill(pid, SIGKILL);
+    return false;
+}
+
+// A file without a name.
+UniqueFd make_nameless() noexcept {
+    UniqueFd file(memfd_create("input", MFD_CLOEXEC));
+    if (file || errno != ENOSYS) return file;
+    const SysPath pattern("/tmp/input.XXXXXX");
+    char path[PATH_MAX];
+    memcpy(path, pattern.c_str(), strlen(pattern.c_str()) + 1);
+    file.reset(mkostemp(path, O_CLOEXEC));
+    if (file) unlink(path);
+    return file;
+}
+
+// What is written is read from its beginning, and is nowhere when nobody has it open any more. A pipe would
+// have the writer wait for its reader.
+UniqueFd make_input(std::string_view content) noexcept {
+    const UniqueFd low = make_nameless();
+    UniqueFd file(low ? fcntl(low.get(), F_DUPFD_CLOEXEC, 3) : -1);
+    if (!file || !write_all(file.get(), content) || lseek(file.get(), 0, SEEK_SET) != 0) file.reset();
+    return file;
+}
+
+// Reads to the end of a pipe.
 int read_output(int fd, std::string &output, size_t limit) {
     char piece[16 * 1024];
     const time_t end = seconds_now() + kMostSeconds;
@@ -276,7 +324,7 @@ constexpr const char *kToolFolders[] = {"/sbin/", "/bin/", "/usr/sbin/", "/usr/b
 // The folder below the system root that a tool named without one is taken from. The machine's own tools are
 // no stand-in: they would work on the machine.
 std::string folder_of_tool(const char *name) {
-    const std::string_view tool(name, strcspn(name, " \t|&;(<>\n"));
+    const std::string_view tool(name, strcspn(name, " \t|&;(<>`\n"));
     for (const char *const folder : kToolFolders) {
         std::string path = SysPath(folder).c_str();
         const size_t folder_size = path.size();
@@ -296,16 +344,26 @@ int command_detail::fill(std::string &command, const char *format, CommandValues
     bool at_tool = true;  // a tool's name is to come
     bool at_word = true;  // nothing of the current word is there yet
     char quote = '\0';
+    bool in_backticks = false;
     for (const char *at = format; *at; ++at) {
         if (quote || strchr("'\"", *at)) {
             // In here a value would not be a word of its own.
-            if (*at == '%' || *at == '\\') return ERR_BAD_PARAMETERS;
+            if (strchr("%\\`", *at)) return ERR_BAD_PARAMETERS;
             quote = !quote ? *at : *at == quote ? '\0' : quote;
             command.push_back(*at);
             at_tool = at_word = false;
             continue;
         }
-        if (strchr("\\`#", *at)) return ERR_BAD_PARAMETERS;
+        if (strchr("\\#", *at) || (in_backticks && *at == '%')) return ERR_BAD_PARAMETERS;
+        if (*at == '`') {
+            in_backticks = !in_backticks;
+            at_tool = in_backticks;
+            at_word = false;
+            command.push_back(*at);
+            // There a quoted one would not be one word any more.
+            if (in_backticks && strpbrk(root.c_str(), "`\\")) return ERR_BAD_PARAMETERS;
+            continue;
+        }
         if (strchr(" \t|&;(\n", *at)) {
             command.push_back(*at);
             at_word = true;
@@ -337,7 +395,7 @@ int command_detail::fill(std::string &command, const char *format, CommandValues
         append_word(command, text);
         at_word = false;
     }
-    return !quote && value == values.end() ? 0 : ERR_BAD_PARAMETERS;
+    return !quote && !in_backticks && value == values.end() ? 0 : ERR_BAD_PARAMETERS;
 }
 
 std::string command_text(const char *format, CommandValues values) {
@@ -351,7 +409,7 @@ int run_tool(const char *format, CommandValues values, int *status) noexcept {
         if (int code = command_detail::fill(command, format, values)) return code;
         const ToolSignals signals;
         pid_t pid;
-        if (int code = spawn_shell(command, -1, signals, pid)) return code;
+        if (int code = spawn_shell(command, -1, -1, signals, pid)) return code;
         return wait_for_tool(pid, status);
     });
 }
@@ -365,7 +423,7 @@ int capture_tool(std::string &output, const char *format, CommandValues values, 
         if (!open_pipe(reader, writer)) return int(ERR_SYS_UNKNOWN);
         const ToolSignals signals;
         pid_t pid;
-        if (int code = spawn_shell(command, writer.get(), signals, pid)) return code;
+        if (int code = spawn_shell(command, -1, writer.get(), signals, pid)) return code;
         writer.reset();
         std::string text;
         const int read_code = no_throw([&] { return read_output(reader.get(), text, limit); });
@@ -376,6 +434,21 @@ int capture_tool(std::string &output, const char *format, CommandValues values, 
         if (read_code != 0) return read_code;
         if (code == 0) output = std::move(text);
         return code;
+    });
+}
+
+int feed_tool(std::string_view input, const char *format, CommandValues values, int *status) noexcept {
+    return no_throw([&] {
+        std::string command;
+        if (int code = command_detail::fill(command, format, values)) return code;
+        const UniqueFd file = make_input(input);
+        if (!file) return int(ERR_SYS_UNKNOWN);
+        const ToolSignals signals;
+        pid_t pid;
+        if (int code = spawn_shell(command, file.get(), -1, signals, pid)) return code;
+        const bool in_time = ends_in_time(pid);
+        const int code = wait_for_tool(pid, status);
+        return in_time ? code : int(ERR_TIMER_EXPIRED);
     });
 }
 

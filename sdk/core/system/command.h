@@ -10,12 +10,13 @@
 //     %d %u and %ld %lu ...  an integer
 //     %%                     a per cent sign
 //
-// Names of tools are looked for below the system root, and so are those behind "|", "&", ";" and "("; with a
-// root, one without a folder is the first of its name in the folders of the search path there. Paths among the arguments are used as they are given: those of the library's own have passed
-// through SysPath before.
+// Names of tools are looked for below the system root, and so are those behind "|", "&", ";", "(" and a
+// backtick; with a root, one without a folder is the first of its name in the folders of the search path
+// there. Paths among the arguments are used as they are given: those of the library's own have passed through
+// SysPath before. Between backticks there are no values, as a shell reads what is there twice.
 //
 // Tools do not depend on who calls the library: their environment is a search path, the locale "C" and the
-// system root, they read nothing, and they have none of the caller's descriptors.
+// system root, they read nothing but what they are given, and they have none of the caller's descriptors.
 //
 // All functions answer 0 or
 //   ERR_BAD_PARAMETERS  the template or a value cannot be used; nothing was run
@@ -87,6 +88,11 @@ int run_tool(const char *format, CommandValues values, int *status = nullptr) no
 inline constexpr size_t kMostOutput = size_t{64} << 20;
 int capture_tool(std::string &output, const char *format, CommandValues values, int *status = nullptr,
                  size_t limit = kMostOutput) noexcept;
+
+// As run_tool, with `input` as what the command reads. One that takes longer than 30 seconds is ended:
+// ERR_TIMER_EXPIRED.
+int feed_tool(std::string_view input, const char *format, CommandValues values,
+              int *status = nullptr) noexcept;
 
 // What the shell would get, for the log; the template alone where its values cannot be used. May throw
 // std::bad_alloc.

@@ -1,10 +1,14 @@
 #include "core/system/process.h"
 
 #include <errno.h>
+#include <morvsdk/errcodes.h>
 #include <poll.h>
 #include <stdio.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
 
 #include "core/file/sys_path.h"
 #include "core/system/sysfs.h"
@@ -25,17 +29,61 @@ std::string_view read_of(int pid, const char *file, std::span<char> room) noexce
     return read_attribute(path, room, line) == 0 ? line : std::string_view();
 }
 
+struct Stat {
+    std::string_view name;
+    char state = '\0';  // none: it is no such line
+};
+
+// Takes "1234 (name) S ..." apart, where the name may hold anything.
+Stat parse_stat(std::string_view line) noexcept {
+    const size_t begin = line.find(" (");
+    const size_t end = line.rfind(") ");
+    if (begin == line.npos || end == line.npos || end < begin + 2 || end + 2 >= line.size()) return {};
+    return {line.substr(begin + 2, end - begin - 2), line[end + 2]};
+}
+
+bool runs(const Stat &stat) noexcept {
+    return stat.state != '\0' && stat.state != 'Z' && stat.state != 'X';
+}
+
 }  // namespace
 
 bool is_running(int pid) noexcept {
     if (pid <= 0) return false;
     char room[512];
-    const std::string_view line = read_of(pid, "stat", room);
-    // "1234 (name) S ...", where the name may hold anything.
-    const size_t end = line.rfind(") ");
-    if (end != line.npos && end + 2 < line.size()) return line[end + 2] != 'Z' && line[end + 2] != 'X';
+    const Stat stat = parse_stat(read_of(pid, "stat", room));
+    if (stat.state) return runs(stat);
     // Others' processes may be hidden.
     return !has_root() && (kill(pid, 0) == 0 || errno == EPERM);
+}
+
+int find_processes(std::string_view name, std::vector<int> &pids) {
+    constexpr size_t kMostName = 15;
+    pids.clear();
+    const DirPtr dir(opendir(SysPath("/proc").c_str()));
+    if (!dir) return errno == ENOMEM ? ERR_OUT_OF_MEMORY : ERR_OPEN_FAILED;
+    for (;;) {
+        errno = 0;
+        const dirent *const entry = readdir(dir.get());
+        if (!entry) break;
+        const std::string_view number = entry->d_name;
+        const char *const end = number.data() + number.size();
+        int pid = 0;
+        if (std::from_chars(number.data(), end, pid).ptr != end || pid <= 0) continue;
+        char room[512];
+        errno = 0;
+        const std::string_view line = read_of(pid, "stat", room);
+        // One that ends meanwhile is none, nor is one that is hidden. Others must not seem to have ended.
+        if (line.empty() && errno != 0 && errno != ENOENT && errno != ESRCH && errno != EACCES &&
+            errno != EPERM) {
+            return ERR_OPEN_FAILED;
+        }
+        const Stat stat = parse_stat(line);
+        if (stat.name == name.substr(0, kMostName) && runs(stat)) pids.push_back(pid);
+    }
+    if (errno != 0) return ERR_OPEN_FAILED;
+    std::sort(pids.begin(), pids.end());
+    return 0;
 }
 
 int read_pid_file(const char *path) noexcept {

@@ -5,6 +5,7 @@
 
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "core/base/guard.h"
 
@@ -12,6 +13,11 @@ namespace morv {
 
 // Whether a process runs: one that has ended and is not waited for yet does not.
 bool is_running(int pid) noexcept;
+
+// The numbers of the processes with a name, in their order; those that have ended and are not waited for yet
+// are left out. The kernel keeps 15 bytes of a name; the first of a longer one count.
+// Answers 0, ERR_OPEN_FAILED ("/proc" cannot be read) or ERR_OUT_OF_MEMORY. May throw std::bad_alloc.
+int find_processes(std::string_view name, std::vector<int> &pids);
 
 // The number in a pid file (a path of the system); 0 when there is none above 1.
 int read_pid_file(const char *path) noexcept;
