@@ -97,22 +97,17 @@ int parse_ranges(std::string_view text, MallocPtr<Range> &ranges, size_t &count)
     return 0;
 }
 
-// The value of the first line with a key; "" when there is none.
-std::string_view value_of(std::string_view text, std::string_view key) noexcept {
-    return trim(up_to_nul(parse_key_line(find_key_line(text, key)).value));
-}
-
 int read_settings(const char *path) noexcept {
     FileText file;
     if (int code = file.load(path)) return code;
     const std::string_view text = file.view();
     MallocPtr<Range> allowed;
     size_t count = 0;
-    if (int code = parse_ranges(value_of(text, kAllowKey), allowed, count)) return code;
+    if (int code = parse_ranges(find_key_value(text, kAllowKey), allowed, count)) return code;
     free(cache.allowed);
     cache.allowed = allowed.release();
     cache.allowed_count = count;
-    cache.conf = make_conf([text](const char *key) { return value_of(text, key); });
+    cache.conf = make_conf([text](const char *key) { return find_key_value(text, key); });
     return 0;
 }
 

@@ -21,7 +21,6 @@
 #include "core/text/field_text.h"
 #include "core/text/fields.h"
 #include "core/text/key_lines.h"
-#include "core/text/trim.h"
 
 namespace morv {
 
@@ -54,11 +53,6 @@ const LogClass *class_of(int log) noexcept {
     return nullptr;
 }
 
-std::string_view value_of(std::string_view text, std::string_view key) noexcept {
-    const std::string_view line = find_key_line(text, key);
-    return line.empty() ? line : trim(parse_key_line(line).value);
-}
-
 // A decimal number of at most ten digits that a ring can be of.
 bool read_size(std::string_view text, int32_t &size) noexcept {
     if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != text.npos) return false;
@@ -85,18 +79,19 @@ void LogSettings::load() noexcept {
     const FileStamp found(st);
     if (is_kept && found == stamp) return;
     FileText conf;
-    conf.load(path.c_str());  // one that cannot be read has no settings
+    // One that cannot be read has no settings, for this time.
+    const bool is_read = conf.load(path.c_str()) == 0;
     for (size_t i = 0; i < std::size(kLogs); ++i) {
         const LogClass &log = kLogs[i];
         LogPlace &place = places[i];
         copy_text(place.path, log.file);
-        const std::string_view file = value_of(conf.view(), log.file_key);
+        const std::string_view file = find_key_value(conf.view(), log.file_key);
         if (leads_down(file)) copy_text(place.path, file);
         place.size = log.size;
-        place.size_is_set = read_size(value_of(conf.view(), log.size_key), place.size);
+        place.size_is_set = read_size(find_key_value(conf.view(), log.size_key), place.size);
     }
     stamp = found;
-    is_kept = exists && found.is_settled();
+    is_kept = is_read && found.is_settled();
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ int replace_log(const char *path, const std::string &content) noexcept {
     ReplacementFile file(target, temporary + strlen(target));
     Patience patience(10);
     while (int code = file.create_own(0600)) {
-        if (!patience.wait()) return code;
+        if (!may_pass(errno) || !patience.wait()) return code;
     }
     if (int code = file.write(content)) return code;
     return file.commit();

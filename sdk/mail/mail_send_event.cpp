@@ -32,17 +32,13 @@ bool is_name(std::string_view text) noexcept {
     });
 }
 
-std::string value_of(std::string_view text, std::string_view key) {
-    return std::string(trim(up_to_nul(parse_key_line(find_key_line(text, key)).value)));
-}
-
 struct Settings {
     std::string language, from, to[2];
 };
 
 // Addresses that cannot be used are passed over: the others are to get their mail.
 std::string address_of(std::string_view text, const char *key) {
-    std::string address = value_of(text, key);
+    std::string address(find_key_value(text, key));
     if (address.empty() || is_mail_address(address)) return address;
     MORV_LOG(LOG_ERR, "no mail address in [%s]", key);
     return "";
@@ -53,7 +49,7 @@ int read_settings(Settings &settings) {
     const int code = file.load(SysPath(kConfiguration).c_str());
     if (code == ERR_OPEN_FAILED) return ERR_KEY_NOT_FOUND;
     if (code != 0) return code;
-    settings.language = value_of(file.view(), "mail_language");
+    settings.language = find_key_value(file.view(), "mail_language");
     settings.from = address_of(file.view(), "mail_from");
     settings.to[0] = address_of(file.view(), "mail_to1");
     settings.to[1] = address_of(file.view(), "mail_to2");
@@ -75,8 +71,8 @@ int read_template(const std::string &language, const char *event, Template &foun
     const std::string_view opening = find_section_line(file.view(), event);
     if (opening.empty()) return ERR_SECTION_NOT_FOUND;
     const std::string_view section = section_body(file.view(), opening);
-    found.subject = value_of(section, "subject");
-    found.body = value_of(section, "body");
+    found.subject = find_key_value(section, "subject");
+    found.body = find_key_value(section, "body");
     for (size_t at = 0; (at = found.body.find("\\n", at)) != std::string::npos; ++at)
         found.body.replace(at, 2, "\n");
     return 0;

@@ -16,6 +16,9 @@ namespace testing_support {
 // What time() says; 0 for the real time.
 extern int64_t clock_seconds;
 
+// How far the clock that files are compared with is ahead, in seconds.
+extern int64_t clock_ahead;
+
 // The microseconds that the library has waited, all of which were spared.
 extern int64_t waited;
 

@@ -4,6 +4,7 @@
 
 #include "log/rings.h"
 #include "support/process.h"
+#include "support/sys_fault.h"
 
 namespace {
 
@@ -89,6 +90,24 @@ TEST_F(LogSettings, DecideTheFileAndTheSizeWhereTheyCanBeUsed) {
         EXPECT_EQ(path, std::string("/") + test.file);
         EXPECT_EQ(size, test.size);
     }
+}
+
+TEST_F(LogSettings, ThatCouldNotBeReadOnceAreReadTheNextTime) {
+    root_.write("etc/morvlog.conf", "syslogfilesize_MAX=4096\n");
+    clock_ahead = 10;  // so that they would be kept
+    const auto size = [] {
+        char path[32];
+        int most = 0;
+        EXPECT_EQ(MORVLogPathGet(MORV_LOG_SYSTEM, MORV_LOG_FOR_WRITING, path, sizeof path, &most), 0);
+        return most;
+    };
+    {
+        const SysFault fault(Sys::kOpen, 1);
+        EXPECT_EQ(size(), 131072);
+        EXPECT_TRUE(fault.reached());
+    }
+    EXPECT_EQ(size(), 4096);
+    clock_ahead = 0;
 }
 
 TEST_F(LogSettings, OfASmallerSizeDropTheOldestEventsAndTheDefaultDropsNone) {

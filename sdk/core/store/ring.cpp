@@ -59,6 +59,30 @@ bool write_header(int fd) noexcept {
     return store_both(fd, kRingFirst, kRingFirst) && write_at(fd, kMagic, sizeof kMagic, 0);
 }
 
+// What a file says of itself as a ring.
+struct Header {
+    int64_t file_size;
+    bool is_empty;  // the file
+    bool is_named;
+    bool is_whole;
+    int32_t head, tail;
+};
+
+int read_header(int fd, Header &header) noexcept {
+    struct stat st;
+    if (fstat(fd, &st) != 0) return ERR_STAT_FAILED;
+    char bytes[kRingFirst] = {};
+    const ssize_t got = read_at(fd, bytes, sizeof bytes, 0);
+    if (got < 0) return ERR_READ_FAILED;
+    header = {st.st_size,
+              got == 0,
+              has_magic(bytes),
+              size_t(got) == sizeof bytes,
+              int32_t(load_be32(bytes + kRingHeadAt)),
+              int32_t(load_be32(bytes + kRingTailAt))};
+    return 0;
+}
+
 // A ring that is about to take a record.
 class Appending {
   public:
@@ -82,17 +106,14 @@ class Appending {
 };
 
 int Appending::find_ends() noexcept {
-    struct stat st;
-    if (fstat(fd_, &st) != 0) return ERR_STAT_FAILED;
-    size_ = st.st_size;
-    char header[kRingFirst] = {};
-    const ssize_t got = read_at(fd_, header, sizeof header, 0);
-    if (got < 0) return ERR_READ_FAILED;
+    Header header;
+    if (int code = read_header(fd_, header)) return code;
+    size_ = header.file_size;
     head_ = tail_ = kRingFirst;
-    if (!has_magic(header)) return write_header(fd_) ? 0 : ERR_WRITE_FAILED;
-    if (size_t(got) == sizeof header) {
-        head_ = int32_t(load_be32(header + kRingHeadAt));
-        tail_ = int32_t(load_be32(header + kRingTailAt));
+    if (!header.is_named) return write_header(fd_) ? 0 : ERR_WRITE_FAILED;
+    if (header.is_whole) {
+        head_ = header.head;
+        tail_ = header.tail;
         if (head_ >= kRingFirst && head_ <= size_ && tail_ >= kRingFirst && tail_ <= size_) return 0;
         RingSnapshot ring;
         if (int code = ring.load(fd_)) return code;
@@ -203,17 +224,13 @@ int ring_append(int fd, std::string_view record, int32_t limit) noexcept {
 }
 
 int RingSnapshot::load(int fd) noexcept {
-    struct stat st;
-    if (fstat(fd, &st) != 0) return ERR_STAT_FAILED;
-    file_size_ = st.st_size;
-    char header[kRingFirst] = {};
-    const ssize_t got = read_at(fd, header, sizeof header, 0);
-    if (got < 0) return ERR_READ_FAILED;
-    const bool is_named = has_magic(header);
-    if (size_t(got) < sizeof header) return got == 0 || is_named ? 0 : ERR_FORMAT_ERROR;
-    if (!is_named) return ERR_FORMAT_ERROR;
-    head_ = int32_t(load_be32(header + kRingHeadAt));
-    tail_ = int32_t(load_be32(header + kRingTailAt));
+    Header header;
+    if (int code = read_header(fd, header)) return code;
+    file_size_ = header.file_size;
+    if (!header.is_named && !header.is_empty) return ERR_FORMAT_ERROR;
+    if (!header.is_whole) return 0;
+    head_ = header.head;
+    tail_ = header.tail;
     limit_ = int32_t(std::min<int64_t>(file_size_, INT32_MAX));
     // What lies behind the newest record of a ring that has not wrapped is of no use.
     if (head_is_sound() && tail_is_sound() && head_ <= tail_) limit_ = tail_;

@@ -76,6 +76,10 @@ int set_key(std::string_view text, std::string_view key, std::string_view value,
     return found ? 0 : append_pair(out, format, key, value);
 }
 
+std::string_view find_key_value(std::string_view text, std::string_view key) noexcept {
+    return trim(up_to_nul(parse_key_line(find_key_line(text, key)).value));
+}
+
 int remove_key(std::string_view text, std::string_view key, std::string &out) {
     size_t done = 0;
     int dropped = 0;

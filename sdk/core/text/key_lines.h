@@ -21,6 +21,9 @@ KeyLine parse_key_line(std::string_view line) noexcept;
 // is its place.
 std::string_view find_key_line(std::string_view text, std::string_view key, size_t from = 0) noexcept;
 
+// The value of the first line of `key` as far as it is text, trimmed; empty when there is none.
+std::string_view find_key_value(std::string_view text, std::string_view key) noexcept;
+
 // Appends `text` to `out` with the first line of `key` replaced and the further ones dropped; adds a line
 // when there is none. Answers an error code. May throw std::bad_alloc.
 int set_key(std::string_view text, std::string_view key, std::string_view value, const char *format,
