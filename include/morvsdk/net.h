@@ -17,8 +17,9 @@
  *   Failure     The error state (error.h) holds the code. Output arguments are written on success only,
  *               unless a function says otherwise. Commands log what failed (syslog, priority error).
  *   Locks       Interface addresses and the host name lie under MORV_LOCK_HOST, the name server and the
- *               gateway under MORV_LOCK_NW, the MTU under MORV_LOCK_MORVINFO; the functions take them, and
- *               wait five seconds for each. Who needs two takes MORV_LOCK_HOST first.
+ *               gateway under MORV_LOCK_NW, the MTU under MORV_LOCK_MORVINFO. The functions take them (but
+ *               for MORVNetDefaultGatewayGetConf and MORVConfGetMTUValue, which read one file once), and wait
+ *               five seconds for each. Who needs two takes MORV_LOCK_HOST first.
  *   Interfaces  The name of an interface has 1 to 15 letters, digits, "_", "-", "." and ":", begins with
  *               a letter, a digit or "_" and holds no "..": it becomes a part of paths and commands.
  *               Another is refused with ERR_BAD_PARAMETERS.
@@ -36,8 +37,9 @@ MORV_BEGIN_DECLS
 
 /* ---- What texts are good for ----------------------------------------------------------------------------
  *
- * They answer 1 (valid) or 0, look at nothing but their arguments, and may be called in any thread. A null
- * argument is ERR_BAD_PARAMETERS.
+ * They answer 1 (valid) or 0, look at nothing but their arguments, and may be called in any thread, also in
+ * several at once; of the codes that those who set one have set then, the last one is left. A null argument
+ * is ERR_BAD_PARAMETERS.
  *
  * A dotted text is four numbers with a "." between them; each is written decimal, octal ("012") or
  * hexadecimal ("0x0A"), may have white space and a sign in front, and must fit an int32_t. It has at most
@@ -57,8 +59,9 @@ MORV_API int BlMLIBIsIpMask(char *text) MORV_NOEXCEPT;
  * text: rewritten in normal form, which is never longer */
 MORV_API int BlMLIBIsSubNet(char *text, const char *netmask) MORV_NOEXCEPT;
 
-/* Whether a text can be one label of a domain name: not empty, without white space, control characters and
- * "(),.:;<>[\]@ and the double quote. Bytes above 126 pass, and so do names in UTF-8. Sets no code. */
+/* Whether a text can be one label of a domain name: not empty, without blanks and characters below them,
+ * and without parentheses, brackets of all kinds, comma, full stop, colons, backslash, double quote and
+ * "@". Codes above 126 pass, and so do names in UTF-8. Sets no code. */
 MORV_API int BlMLIBIsAtom(const char *text) MORV_NOEXCEPT;
 
 /* Whether a text of at most 512 bytes is a domain name: labels with one "." between each two. Sets no
@@ -93,7 +96,7 @@ MORV_API int ErrMLIBIpMaskToSubnet(char *text, char *buffer) MORV_NOEXCEPT;
  * Returns 0, or -1 with ERR_BAD_PARAMETERS (null) or ERR_INVALID_NETNAME; nothing is written then. */
 MORV_API int ErrMLIBSubnetToIpMask(char *text, char *buffer) MORV_NOEXCEPT;
 
-/* ---- Interfaces ------------------------------------------------------------------------------------------ */
+/* ---- Interfaces -------------------------------------------------------------------------------------- */
 
 enum {
     MORV_NET_NAME_SIZE = 16, /* bytes for the name of an interface and its zero */
@@ -137,21 +140,22 @@ typedef struct NET_CARD {
     char netmask[20]; /* likewise */
 } NET_CARD;
 
-/* Reads how an interface is configured, and which address the lease of its DHCP client has, if that is how
- * it gets
- * one: for that, it waits up to three seconds.
+/* Reads how an interface is configured. By DHCP, address and netmask are those of the client's lease,
+ * which is waited for up to three seconds.
  *
  * index:   0 to 7: of the interfaces that are up and no slaves, by name
  * address: or null; else the one that has this address now, and index does not matter
  *
- * Returns 1; 0 when there is no such interface, or its address or netmask is in no file (logged); -1 with
- * ERR_BAD_PARAMETERS, ERR_LOCK_FAILED or a code of MLIBNetGetInterfaceInfo. card is written with 1 only. */
+ * Returns 1; 0 when there is no such interface, or it cannot be read: no file has its address or netmask
+ * (logged), or its name cannot be part of a path; -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED or a code of
+ * MLIBNetGetInterfaceInfo. card is written with 1 only. */
 MORV_API int MORVNetGetCard1(int index, const char *address, NET_CARD *card) MORV_NOEXCEPT;
 
-/* Whether the interface gets its address by DHCP. A configuration file without "BOOTPROTO", or none at
- * all, is given "BOOTPROTO=static", and counts so.
- * Answers 1 or 0; 0 also on a failure, which is logged, with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED or a code
- * of MLIBFileGetKeyValue or MLIBFileSetKeyValue. */
+/* Whether the interface gets its address by DHCP. A configuration file without "BOOTPROTO", or with a
+ * value of 16 or more characters, or none at all, is given "BOOTPROTO=static", and counts so; one that is
+ * there but cannot be read is left alone.
+ * Answers 1 or 0; 0 also on a failure, which is logged, with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED,
+ * ERR_OPEN_FAILED, ERR_READ_FAILED or a code of MLIBFileSetKeyValue. */
 MORV_API int BlMORVLnxIsDHCP(const char *name) MORV_NOEXCEPT;
 
 /* Gives an interface a static address, or has it get one by DHCP; in the kernel, and in its configuration
@@ -162,36 +166,38 @@ MORV_API int BlMORVLnxIsDHCP(const char *name) MORV_NOEXCEPT;
  *
  * A static one: the file is written, a DHCP client ended, the kernel given the address ("/sbin/ifconfig"),
  * the host name's line in "/etc/hosts" brought to it; when one of these fails, the file becomes again what
- * it was.
+ * it was, as far as a copy of it could be made before.
  * DHCP: a client is ended, another one started ("/sbin/dhcpcd"), which may take 30 seconds, and only when
  * it has an address is the file written. Either way the default route then is mended if need be; that does
  * not fail the call.
  *
- * Returns 0; -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, ERR_INVALID_NETNAME (address or netmask),
- * ERR_OP_FAILURE (a tool failed), ERR_OUT_OF_MEMORY or, for the files, a code of MLIBFileSetKeys or
- * MORVLnxSetHostname; -2 when the address has come by DHCP but the file cannot be written. */
+ * Returns 0; -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, ERR_INVALID_NETNAME (address, netmask or the host
+ * name), ERR_OP_FAILURE (a tool failed, or a DHCP client does not end), ERR_OUT_OF_MEMORY or, for the
+ * files, a code of MLIBFileSetKeys or MORVLnxSetHostname; -2 when the address has come by DHCP but the
+ * file cannot be written. */
 MORV_API int MORVNetSetCard1(const NET_CARD *card, const NET_CARD *previous) MORV_NOEXCEPT;
 
 /* Called when a change to DHCP has failed. The configuration file is as it was then, and nothing is to be
  * done: it returns 0. */
 MORV_API int MORVRecoverIPSetting(const char *name, const NET_CARD *previous) MORV_NOEXCEPT;
 
-/* ---- Name server, gateway, MTU, host name ---------------------------------------------------------------- */
+/* ---- Name server, gateway, MTU, host name ------------------------------------------------------------ */
 
 /* Reads the first name server of "/etc/resolv.conf"; "" when there is none.
  *
- * buffer, size: its dotted address, and the size in bytes. The buffer is made empty first.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, ERR_OPEN_FAILED, ERR_NOT_ENOUGH_MEMORY (it
- * does not fit) or ERR_OUT_OF_MEMORY. */
+ * buffer, size: the word as it stands there, and the size in bytes. The buffer is made empty first.
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, ERR_OPEN_FAILED, ERR_READ_FAILED (also for
+ * more than a MiB), ERR_NOT_ENOUGH_MEMORY (it does not fit) or ERR_OUT_OF_MEMORY. */
 MORV_API int MORVNetDNSGet(char *buffer, int size) MORV_NOEXCEPT;
 
 /* Makes an address the only name server, and tells the dynamic-DNS daemon. "/etc/resolv.conf" is replaced
  * as a
- * whole: what else it held is gone.
+ * whole: what else it held is gone. The address is written in normal form.
  *
  * address: what BlMLIBIsIpAddr takes, or "" for none
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_INVALID_NETNAME, ERR_LOCK_FAILED, ERR_OPEN_FAILED,
- * ERR_WRITE_FAILED or ERR_RENAME_FAILED; the file is then as it was. */
+ * ERR_STAT_FAILED, ERR_WRITE_FAILED or ERR_RENAME_FAILED; the file is then as it was, but for a folder that
+ * MORV_DURABLE could not sync (file.h). */
 MORV_API int MORVNetDNSSet(const char *address) MORV_NOEXCEPT;
 
 /* Reads the stored default gateway, key "GATEWAY" of "/etc/sysconfig/network".
@@ -202,9 +208,9 @@ MORV_API int MORVNetDefaultGatewayGetConf(char *buffer, int size) MORV_NOEXCEPT;
 /* Stores a default gateway, and makes it the default route ("/sbin/route").
  *
  * address: null or "" removes both. It is not checked: BlMLIBIsIpAddr does that. One that begins with "-",
- *          or holds a line feed, is refused.
+ *          holds a line feed or nothing but blanks is refused.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, a code of MLIBFileSetKeyValue, or
- * ERR_OP_FAILURE: it is stored, but the kernel has not taken it. */
+ * ERR_OP_FAILURE: it is stored, but the kernel has not taken it, and there is no default route. */
 MORV_API int MORVNetDefaultGatewaySet(const char *address) MORV_NOEXCEPT;
 
 /* Reads the gateway of the kernel's default route ("/proc/net/route"): that with the smallest metric.
@@ -217,7 +223,7 @@ MORV_API int MORVNetDefaultRouteGet(char *buffer, int size) MORV_NOEXCEPT;
  * Returns 0, or -1 with ERR_BAD_PARAMETERS or a code of MLIBFileGetKeyValue. */
 MORV_API int MORVConfGetMTUValue(const char *name, char *buffer, int size) MORV_NOEXCEPT;
 
-/* Stores the MTU of an interface, which holds when it is next brought up.
+/* Stores the MTU of an interface, for whoever brings the interface up.
  *
  * mtu: in bytes, one to five decimal digits
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, ERR_UNLOCK_FAILED or a code of

@@ -5,10 +5,12 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string_view>
 #include <vector>
 
 #include "core/base/no_throw.h"
+#include "core/file/sys_path.h"
 #include "core/system/process.h"
 #include "net/interface_file.h"
 
@@ -45,17 +47,18 @@ bool has_argument(std::string_view arguments, std::string_view wanted) noexcept 
 
 }  // namespace
 
-void end_dhcp_clients(const char *name) noexcept {
+int end_dhcp_clients(const char *name) noexcept {
+    if (has_system_root()) return 0;
     std::vector<int> pids;
-    if (no_throw([&] { return find_processes("dhcpcd", pids); }) != 0) return;
+    if (int code = no_throw([&] { return find_processes("dhcpcd", pids); })) return code;
     for (const int pid : pids) {
         Process client;
         Room room;
         if (!client.open(pid) || !is_client_of(client.arguments(room), name)) continue;
         if (client.signal(SIGTERM) && client.wait(kPatience)) continue;
-        client.signal(SIGKILL);
-        client.wait(kPatience);
+        if (!client.signal(SIGKILL) || !client.wait(kPatience)) return ERR_OP_FAILURE;
     }
+    return 0;
 }
 
 ClientEnd kill_dhcp_client(const char *name) noexcept {

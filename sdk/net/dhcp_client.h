@@ -4,8 +4,9 @@
 namespace morv {
 
 // Ends the clients that were started for an interface, and waits for their end: a client that is asked to
-// end takes its address away, which must not befall the next one.
-void end_dhcp_clients(const char *name) noexcept;
+// end takes its address away, which must not befall the next one. Answers an error code: ERR_OP_FAILURE
+// when one stays.
+int end_dhcp_clients(const char *name) noexcept;
 
 enum class ClientEnd { kNone, kEnded, kStays };
 

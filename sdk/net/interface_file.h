@@ -1,9 +1,13 @@
 // The files of an interface.
 #pragma once
 
+#include <stddef.h>
 #include <stdio.h>
 
 namespace morv {
+
+// What is longer, in bytes, is no such file.
+inline constexpr size_t kInterfaceFileMost = size_t{1} << 20;
 
 // "/etc/sysconfig/network-scripts/ifcfg-eth0" and its like, for a name that is_interface_name takes. A path
 // of the system: SysPath puts the root in front.

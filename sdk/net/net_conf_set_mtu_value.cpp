@@ -4,7 +4,7 @@
 
 #include "core/base/fail.h"
 #include "core/file/family_lock.h"
-#include "core/file/last_line.h"
+#include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "net/mtu_key.h"
 
@@ -15,21 +15,20 @@ static bool is_size(const char *text) noexcept {
     return digits >= 1 && digits <= 5 && text[digits] == '\0';
 }
 
+static int fail(int code) noexcept {
+    syslog(LOG_ERR, "%s (%d) Failed to set MTU value(%X)", MORV_STEM, __LINE__, unsigned(code));
+    return MORV_FAIL(code, -1);
+}
+
 extern "C" int MORVConfSetMTUValue(const char *mtu, const char *name) noexcept {
-    if (!mtu || !is_size(mtu) || !name || !is_interface_name(name)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!mtu || !is_size(mtu) || !name || !is_interface_name(name)) return fail(ERR_BAD_PARAMETERS);
     FamilyLock lock(MORV_LOCK_MORVINFO | MORV_LOCK_WRITE);
     if (!lock.is_held()) {
         syslog(LOG_ERR, "%s (%d) Failed to lock morvinfo(%X)", MORV_STEM, __LINE__, unsigned(MLIBErrGet()));
         return -1;
     }
     const SysPath path(kMtuFile);
-    int code = end_last_line(path.c_str());
-    if (code == 0 && MLIBFileSetKeyValue(path.c_str(), MtuKey(name).text, mtu, "%s=\"%s\"\n") != 1)
-        code = MLIBErrGet();
-    if (code != 0) {
-        syslog(LOG_ERR, "%s (%d) Failed to set MTU value(%X)", MORV_STEM, __LINE__, unsigned(code));
-        return MORV_FAIL(code, -1);
-    }
+    if (int code = set_key_value(path.c_str(), MtuKey(name).text, mtu, "%s=\"%s\"\n")) return fail(code);
     if (lock.release()) return 0;
     syslog(LOG_ERR, "%s (%d) Failed to unlock morvinfo(%X)", MORV_STEM, __LINE__, unsigned(MLIBErrGet()));
     return -1;

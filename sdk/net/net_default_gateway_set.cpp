@@ -1,16 +1,17 @@
-#include <morvsdk/file.h>
 #include <morvsdk/net.h>
 
 #include <string>
 
 #include "core/base/fail.h"
+#include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/family_lock.h"
 #include "core/file/file_edit.h"
-#include "core/file/last_line.h"
+#include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "core/system/routes.h"
 #include "core/text/key_lines.h"
+#include "core/text/trim.h"
 
 using namespace morv;
 
@@ -27,20 +28,28 @@ static int forget(const char *path) noexcept {
     });
 }
 
-extern "C" int MORVNetDefaultGatewaySet(const char *address) noexcept {
-    // It is to become an operand of a command.
-    if (address && *address == '-') return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
-    // The stored one and the kernel's change together.
-    const FamilyLock lock(MORV_LOCK_NW | MORV_LOCK_WRITE);
-    if (!lock.is_held()) return -1;
+// Whether it can be stored in a line of its own, and be an operand of a command.
+static bool is_usable(std::string_view address) noexcept {
+    return !address.starts_with('-') && is_one_line(address) && !trim_blanks(address).empty();
+}
+
+static int set_gateway(const char *address) noexcept {
     const SysPath path("/etc/sysconfig/network");
     if (!address || !*address) {
-        if (int code = forget(path.c_str())) return MORV_FAIL(code, -1);
+        if (int code = forget(path.c_str())) return code;
         remove_default_route();
         return 0;
     }
-    if (int code = end_last_line(path.c_str())) return MORV_FAIL(code, -1);
-    if (MLIBFileSetKeyValue(path.c_str(), kKey, address, "%s=%s\n") != 1) return -1;
-    if (set_default_route(address) != 0) return MORV_FAIL(ERR_OP_FAILURE, -1);
-    return 0;
+    if (!is_usable(address)) return ERR_BAD_PARAMETERS;
+    if (int code = set_key_value(path.c_str(), kKey, address, "%s=%s\n")) return code;
+    return set_default_route(address) == 0 ? 0 : ERR_OP_FAILURE;
+}
+
+extern "C" int MORVNetDefaultGatewaySet(const char *address) noexcept {
+    // The stored one and the kernel's change together.
+    const FamilyLock lock(MORV_LOCK_NW | MORV_LOCK_WRITE);
+    const int code = lock.is_held() ? set_gateway(address) : MLIBErrGet();
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to set the default gateway, morverr=[0x%04X]",
+                         unsigned(code));
 }

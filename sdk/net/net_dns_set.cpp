@@ -16,7 +16,8 @@
 
 using namespace morv;
 
-static int replace(std::string_view content) noexcept {
+// Answers an error code, and whether the new file is in place.
+static int replace(std::string_view content, bool &is_new) noexcept {
     // A link gives way to a file: what it leads to belongs to another resolver.
     const SysPath path("/etc/resolv.conf");
     ReplacementFile file(path.c_str(), ".tmp");
@@ -30,7 +31,9 @@ static int replace(std::string_view content) noexcept {
         syslog(LOG_ERR, "%s(%d) fsync failed.(%s)", MORV_STEM, __LINE__, strerror(errno));
         return code;
     }
-    return file.rename_over();
+    const int code = file.rename_over();
+    is_new = code != ERR_RENAME_FAILED;
+    return code;
 }
 
 // The new name server is in effect whatever the daemon says.
@@ -44,22 +47,23 @@ static void tell_ddns() noexcept {
 }
 
 extern "C" int MORVNetDNSSet(const char *address) noexcept {
-    if (!address) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!address) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     if (*address && !BlMLIBIsIpAddr(address)) {
         syslog(LOG_ERR, "%s (%d) Bad DNS %s", MORV_STEM, __LINE__, address);
         return -1;
     }
-    {
-        const FamilyLock lock(MORV_LOCK_NW | MORV_LOCK_WRITE);
-        if (!lock.is_held()) return -1;
-        // In normal form: white space in it would tear the line.
-        char line[64] = "", normal[MORV_IP_TEXT_SIZE];
-        if (uint32_t number; parse_dotted(address, number)) {
-            write_dotted(normal, number);
-            snprintf(line, sizeof line, "nameserver\t%s\n", normal);
-        }
-        if (int code = replace(line)) return MORV_FAIL(code, -1);
+    // In normal form: white space in it would tear the line.
+    char line[64] = "", normal[MORV_IP_TEXT_SIZE];
+    if (uint32_t number; parse_dotted(address, number)) {
+        write_dotted(normal, number);
+        snprintf(line, sizeof line, "nameserver\t%s\n", normal);
     }
-    tell_ddns();
-    return 0;
+    FamilyLock lock(MORV_LOCK_NW | MORV_LOCK_WRITE);
+    bool is_new = false;
+    const int code = lock.is_held() ? replace(line, is_new) : MLIBErrGet();
+    lock.release();
+    if (is_new) tell_ddns();
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_ERR, code, -1, "Failed to set the name server, morverr=[0x%04X]",
+                         unsigned(code));
 }

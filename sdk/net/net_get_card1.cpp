@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include "core/base/fail.h"
+#include "core/base/log.h"
 #include "core/file/family_lock.h"
 #include "core/file/file_text.h"
 #include "core/file/patience.h"
@@ -31,7 +32,8 @@ bool read_addresses(const char *path, bool waits, NET_CARD &card) noexcept {
     do {
         // A lease is written by the client in its own time; what is only half of it is none yet.
         FileText file;
-        const std::string_view text = file.load(SysPath(path).c_str()) == 0 ? file.view() : "";
+        const std::string_view text =
+            file.load_bounded(SysPath(path).c_str(), kInterfaceFileMost) == 0 ? file.view() : "";
         has_address = read_field(text, "IPADDR", card.address);
         has_netmask = read_field(text, "NETMASK", card.netmask);
     } while ((!has_address || !has_netmask) && patience.wait());
@@ -65,9 +67,9 @@ bool has_address(const NET_INTERFACE &entry, const char *address) noexcept {
 
 extern "C" int MORVNetGetCard1(int index, const char *address, NET_CARD *card) noexcept {
     if (!card || (!address && (index < 0 || index >= MORV_NET_MAX_CARDS)))
-        return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const FamilyLock lock(MORV_LOCK_HOST | MORV_LOCK_READ);
-    if (!lock.is_held()) return MORV_FAIL(ERR_LOCK_FAILED, -1);
+    if (!lock.is_held()) return MORV_LOG_FAIL(LOG_ERR, ERR_LOCK_FAILED, -1, "ErrMLIBFileLock failed.");
 
     NET_INTERFACE entries[MORV_NET_MAX_CARDS];
     const int count = MLIBNetGetInterfaceInfo(entries, MORV_NET_MAX_CARDS, MORV_NET_BUT_SLAVES);

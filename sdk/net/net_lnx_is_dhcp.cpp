@@ -1,35 +1,44 @@
 #include <errno.h>
 #include <morvsdk/net.h>
-#include <string.h>
 #include <syslog.h>
 
 #include "core/base/fail.h"
+#include "core/base/log.h"
 #include "core/file/family_lock.h"
-#include "core/file/last_line.h"
+#include "core/file/file_text.h"
+#include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "core/system/interfaces.h"
+#include "core/text/field_text.h"
+#include "core/text/key_lines.h"
+#include "core/text/trim.h"
 #include "net/interface_file.h"
 
 using namespace morv;
 
+namespace {
+
+// Answers an error code.
+int read_protocol(const char *path, std::span<char> protocol) noexcept {
+    FileText file;
+    if (int code = file.load_bounded(path, kInterfaceFileMost)) return code;
+    const KeyLine line = parse_key_line(find_key_line(file.view(), "BOOTPROTO"));
+    if (!line.has_value) return ERR_KEY_NOT_FOUND;
+    return copy_text(protocol, trim(line.value)) ? 0 : ERR_NOT_ENOUGH_MEMORY;
+}
+
 // Whether the file is there and whole, so that what it lacks can be added, or is not there at all. One that
 // cannot be read just now must not be changed for that.
-static bool is_repairable(int code) noexcept {
+bool is_repairable(int code) noexcept {
     return code == ERR_KEY_NOT_FOUND || code == ERR_NOT_ENOUGH_MEMORY ||
            (code == ERR_OPEN_FAILED && errno == ENOENT);
 }
 
-static void make_static(const char *path) noexcept {
-    int code = end_last_line(path);
-    if (code == 0 && MLIBFileSetKeyValue(path, "BOOTPROTO", "static", "%s=%s\n") != 1) code = MLIBErrGet();
-    if (code == 0) return;
-    syslog(LOG_ERR, "%s(%d) MLIBFileSetKeyValue(%s, BOOTPROTO, static) failed.(%X)", MORV_STEM, __LINE__,
-           path, unsigned(code));
-    MORV_FAIL(code, 0);
-}
+}  // namespace
 
 extern "C" int BlMORVLnxIsDHCP(const char *name) noexcept {
-    if (!name || !is_interface_name(name)) return MORV_FAIL(ERR_BAD_PARAMETERS, 0);
+    if (!name || !is_interface_name(name))
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, 0, "Bad parameters");
     const FamilyLock lock(MORV_LOCK_HOST | MORV_LOCK_READ);
     if (!lock.is_held()) {
         syslog(LOG_ERR, "%s(%d) ErrMLIBFileLock failed.", MORV_STEM, __LINE__);
@@ -37,11 +46,14 @@ extern "C" int BlMORVLnxIsDHCP(const char *name) noexcept {
     }
     const SysPath path(InterfaceFile::settings(name).path());
     char protocol[16];
-    if (MLIBFileGetKeyValue(path.c_str(), "BOOTPROTO", protocol, sizeof protocol, 0) > 0)
-        return strcmp(protocol, "dhcp") == 0;
-    const int code = MLIBErrGet();
+    int code = read_protocol(path.c_str(), protocol);
+    if (code == 0) return std::string_view(protocol) == "dhcp";
     const bool repairs = is_repairable(code);
     syslog(LOG_ERR, "%s(%d) Get BOOTPROTO failed.(%X)", MORV_STEM, __LINE__, unsigned(code));
-    if (repairs) make_static(path.c_str());
-    return 0;
+    if (!repairs) return MORV_FAIL(code, 0);
+    code = set_key_value(path.c_str(), "BOOTPROTO", "static", "%s=%s\n");
+    if (code == 0) return 0;
+    syslog(LOG_ERR, "%s(%d) MLIBFileSetKeyValue(%s, BOOTPROTO, static) failed.(%X)", MORV_STEM, __LINE__,
+           path.c_str(), unsigned(code));
+    return MORV_FAIL(code, 0);
 }

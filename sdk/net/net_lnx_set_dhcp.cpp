@@ -35,13 +35,15 @@ int end_client(const char *name) noexcept {
 }  // namespace
 
 extern "C" int MORVILnxSetDHCP(const char *name) noexcept {
-    if (!name || !is_interface_name(name)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!name || !is_interface_name(name))
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     SettingsChange change;
     if (!change.set({{"DEVICE", name}, {"ONBOOT", "yes"}, {"BOOTPROTO", "dhcp"}}) ||
         !change.remove({"IPADDR", "NETMASK", "MASTER", "SLAVE"})) {
-        return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
+        return MORV_LOG_FAIL(LOG_ERR, ERR_OUT_OF_MEMORY, -1, "Out of memory");
     }
-    if (int code = end_client(name)) return MORV_FAIL(code, -1);
+    if (int code = end_client(name))
+        return MORV_LOG_FAIL(LOG_ERR, code, -1, "The DHCP client of %s does not end", name);
     if (run_tool("/sbin/dhcpcd -n %s -t %d > /dev/null 2>&1", {name, kPatience}) != 0) {
         syslog(LOG_ERR, "%s(%d) run dhcpcd error %m", MORV_STEM, __LINE__);
         return MORV_FAIL(ERR_OP_FAILURE, -1);

@@ -1,6 +1,8 @@
 #include <errno.h>
+#include <fcntl.h>
 #include <morvsdk/internal/net.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
@@ -9,14 +11,20 @@
 #include <vector>
 
 #include "core/base/fail.h"
+#include "core/base/guard.h"
 #include "core/base/kept_error.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
+#include "core/file/attributes.h"
+#include "core/file/family_lock.h"
+#include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
 #include "core/system/interfaces.h"
 #include "core/system/sysfs.h"
+#include "core/text/ipv4.h"
 #include "net/dhcp_client.h"
+#include "net/host_name.h"
 #include "net/interface_file.h"
 #include "net/settings_change.h"
 
@@ -27,8 +35,9 @@ namespace {
 constexpr std::string_view kSuffix = ".tmp";
 
 // Removes the backups of changes that were interrupted: what they hold is older than the change that has
-// succeeded now.
+// succeeded now. A number of seconds is longer than any that belongs to the name of another interface.
 int remove_backups(const char *name) {
+    constexpr size_t kFewestDigits = 9;
     const InterfaceFile settings = InterfaceFile::settings(name);
     const std::string_view path = settings.path();
     const std::string folder(path.substr(0, path.rfind('/')));
@@ -36,7 +45,8 @@ int remove_backups(const char *name) {
     std::vector<std::string> names;
     if (int code = list_names(folder.c_str(), prefix, names)) return code;
     for (const std::string &file : names) {
-        if (file.find_first_not_of("0123456789", prefix.size()) != file.npos) continue;
+        const std::string_view digits = std::string_view(file).substr(prefix.size());
+        if (digits.size() < kFewestDigits || digits.find_first_not_of("0123456789") != digits.npos) continue;
         if (unlink(SysPath((std::string(folder) += "/" + file).c_str()).c_str()) != 0)
             syslog(LOG_ERR, "%s(%d): unlink fail.", MORV_STEM, __LINE__);
     }
@@ -46,14 +56,15 @@ int remove_backups(const char *name) {
 // The configuration file as it was before a change: it comes back unless the change is kept.
 class Backup {
   public:
-    explicit Backup(const char *path) noexcept : path_(path), exists_(access(path, F_OK) == 0) {
+    explicit Backup(const char *path) noexcept
+        : path_(path), exists_(access(path, F_OK) == 0 || errno != ENOENT) {
         if (!exists_) return;
         snprintf(backup_, sizeof backup_, "%s%s%ld", path, kSuffix.data(), static_cast<long>(time(nullptr)));
-        is_made_ = run_tool("/bin/cp -f %s %s", {path, backup_}) == 0;
-        if (!is_made_) {
-            syslog(LOG_ERR, "%s(%d): copy (%s, %s) failed.(strerror=%s)", MORV_STEM, __LINE__, path, backup_,
-                   strerror(errno));
-        }
+        is_made_ = run_tool("/bin/cp -f %s %s", {path, backup_}) == 0 && is_alike();
+        if (is_made_) return;
+        syslog(LOG_ERR, "%s(%d): copy (%s, %s) failed.(strerror=%s)", MORV_STEM, __LINE__, path, backup_,
+               strerror(errno));
+        unlink(backup_);  // it may be a part of a copy
     }
     ~Backup() {
         const int saved = errno;
@@ -75,6 +86,14 @@ class Backup {
     }
 
   private:
+    // A copy has the content alone.
+    bool is_alike() const noexcept {
+        const UniqueFd original(open(path_, O_RDONLY | O_CLOEXEC)), copy(open(backup_, O_RDONLY | O_CLOEXEC));
+        struct stat st;
+        return original && copy && fstat(original.get(), &st) == 0 &&
+               make_alike(original.get(), st, copy.get());
+    }
+
     const char *path_;
     bool exists_;
     bool is_made_ = false;
@@ -83,7 +102,7 @@ class Backup {
 };
 
 // The name's line in "/etc/hosts" is to have the new address. Answers an error code.
-int apply_host_name() noexcept {
+int apply_host_name(const char *interface) noexcept {
     char name[64];
     const KeptError before;
     if (MORVLnxGetHostname(name, sizeof name) != 0) {
@@ -95,30 +114,56 @@ int apply_host_name() noexcept {
         syslog(LOG_ERR, "%s(%d): gethostname failed.(errno_str=%s)", MORV_STEM, __LINE__, strerror(errno));
         return code;
     }
-    if (MORVLnxSetHostname(name) == 0) return 0;
-    const int code = MLIBErrGet();
-    syslog(LOG_ERR, "%s(%d): MORVLnxSetHostname failed.(%X)", MORV_STEM, __LINE__, unsigned(code));
+    const FamilyLock lock(MORV_LOCK_HOST | MORV_LOCK_NW | MORV_LOCK_WRITE);
+    const int code = lock.is_held() ? set_host_name(name, interface) : MLIBErrGet();
+    if (code != 0)
+        syslog(LOG_ERR, "%s(%d): MORVLnxSetHostname failed.(%X)", MORV_STEM, __LINE__, unsigned(code));
     return code;
 }
 
+void log_command(const char *format, CommandValues values) noexcept {
+    const char *const reason = strerror(errno);
+    no_throw([&] {
+        syslog(LOG_ERR, "%s(%d): system(%s) failed.(strerror=%s)", MORV_STEM, __LINE__,
+               command_text(format, values).c_str(), reason);
+        return 0;
+    });
+}
+
 int apply(const char *name, const char *address, const char *netmask, const char *broadcast) noexcept {
-    end_dhcp_clients(name);
+    if (int code = end_dhcp_clients(name)) {
+        MORV_LOG(LOG_ERR, "A DHCP client of %s does not end", name);
+        return code;
+    }
     constexpr const char *kCommand = "/sbin/ifconfig %s %s netmask %s broadcast %s > /dev/null 2>&1";
     if (run_tool(kCommand, {name, address, netmask, broadcast}) != 0) {
-        syslog(LOG_ERR, "%s(%d): system(/sbin/ifconfig %s %s netmask %s broadcast %s) failed.(strerror=%s)",
-               MORV_STEM, __LINE__, name, address, netmask, broadcast, strerror(errno));
+        log_command(kCommand, {name, address, netmask, broadcast});
         return ERR_OP_FAILURE;
     }
-    return apply_host_name();
+    return apply_host_name(name);
 }
+
+// The texts in normal form, with the broadcast address.
+struct NormalTexts {
+    char address[MORV_IP_TEXT_SIZE], netmask[MORV_IP_TEXT_SIZE], broadcast[MORV_IP_TEXT_SIZE];
+
+    bool make(const char *address_text, const char *netmask_text) noexcept {
+        uint32_t number;
+        if (MORVILnxGetBCast(address_text, netmask_text, broadcast, sizeof broadcast) != 0) return false;
+        if (parse_dotted(address_text, number)) write_dotted(address, number);
+        if (parse_dotted(netmask_text, number)) write_dotted(netmask, number);
+        return true;
+    }
+};
 
 }  // namespace
 
 extern "C" int MORVILnxSetIPNetmask(const char *name, const char *address, const char *netmask) noexcept {
-    if (!name || !is_interface_name(name) || !address || !netmask) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!name || !is_interface_name(name) || !address || !netmask)
+        return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     // Before anything is changed: what cannot be used must not cost the address that there is.
-    char broadcast[MORV_IP_TEXT_SIZE];
-    if (MORVILnxGetBCast(address, netmask, broadcast, sizeof broadcast) != 0) {
+    NormalTexts texts;
+    if (!texts.make(address, netmask)) {
         syslog(LOG_ERR, "%s(%d): MORVILnxGetBCast failed.(strerror=%s)", MORV_STEM, __LINE__,
                strerror(errno));
         return -1;
@@ -126,19 +171,24 @@ extern "C" int MORVILnxSetIPNetmask(const char *name, const char *address, const
     SettingsChange change;
     if (!change.set({{"DEVICE", name},
                      {"ONBOOT", "yes"},
-                     {"IPADDR", address},
-                     {"NETMASK", netmask},
+                     {"IPADDR", texts.address},
+                     {"NETMASK", texts.netmask},
                      {"BOOTPROTO", "static"}}) ||
         !change.remove({"MASTER", "SLAVE"})) {
-        return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
+        return MORV_LOG_FAIL(LOG_ERR, ERR_OUT_OF_MEMORY, -1, "Out of memory");
     }
-    const SysPath path(InterfaceFile::settings(name).path());
-    Backup backup(path.c_str());
-    if (int code = change.write(path.c_str())) {
-        MORV_LOG(LOG_ERR, "Set %s error.", path.c_str());
-        return MORV_FAIL(code, -1);
+    // Where the file is: a link to it stays one, whatever becomes of the change.
+    char path[PATH_MAX];
+    if (!follow_links(SysPath(InterfaceFile::settings(name).path()).c_str(), path))
+        return MORV_LOG_FAIL(LOG_ERR, ERR_OPEN_FAILED, -1, "Cannot find the settings of %s", name);
+    Backup backup(path);
+    int code = change.write(path);
+    if (code != 0) {
+        MORV_LOG(LOG_ERR, "Set %s error.", path);
+    } else {
+        code = apply(name, texts.address, texts.netmask, texts.broadcast);
     }
-    if (int code = apply(name, address, netmask, broadcast)) return MORV_FAIL(code, -1);
+    if (code != 0) return MORV_FAIL(code, -1);
     backup.keep_change(name);
     return 0;
 }

@@ -7,6 +7,7 @@
 
 #include "core/base/fail.h"
 #include "core/base/kept_error.h"
+#include "core/base/log.h"
 #include "core/file/family_lock.h"
 #include "core/file/sys_path.h"
 #include "core/text/field_text.h"
@@ -63,7 +64,10 @@ void check_route() noexcept {
 
 int set_static(const char *name, const NET_CARD &card, const NET_CARD *previous) noexcept {
     Addresses addresses;
-    if (!read_addresses(card, addresses)) return -1;
+    if (!read_addresses(card, addresses)) {
+        MORV_LOG(LOG_ERR, "%s cannot have this address or netmask", name);
+        return -1;
+    }
     if (MORVILnxSetIPNetmask(name, addresses.address, addresses.netmask) < 0) return -1;
     // They hold what the former network had brought.
     unlink(SysPath("/etc/ppp/old_gateway.bak").c_str());
@@ -86,9 +90,9 @@ int set_dhcp(const char *name, const NET_CARD *previous) noexcept {
 }  // namespace
 
 extern "C" int MORVNetSetCard1(const NET_CARD *card, const NET_CARD *previous) noexcept {
-    if (!card) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!card) return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
     const FamilyLock lock(MORV_LOCK_HOST | MORV_LOCK_WRITE);
-    if (!lock.is_held()) return MORV_FAIL(ERR_LOCK_FAILED, -1);
+    if (!lock.is_held()) return MORV_LOG_FAIL(LOG_ERR, ERR_LOCK_FAILED, -1, "ErrMLIBFileLock failed.");
     char name[sizeof card->name + 1];
     copy_field(name, card->name);
     return card->isStatic ? set_static(name, *card, previous) : set_dhcp(name, previous);

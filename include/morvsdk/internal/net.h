@@ -26,7 +26,8 @@ MORV_API int MORVILnxGetNetmask(const char *name, char *buffer, int size) MORV_N
  * 0 to 255) or ERR_NOT_ENOUGH_MEMORY (it does not fit). */
 MORV_API int MORVILnxGetBCast(const char *address, const char *netmask, char *buffer, int size) MORV_NOEXCEPT;
 
-/* The two ways of MORVNetSetCard1, for who holds MORV_LOCK_HOST exclusively. */
+/* The two ways of MORVNetSetCard1, for who holds MORV_LOCK_HOST exclusively. Address and netmask may be
+ * any dotted texts with numbers of 0 to 255, and are applied and written in normal form. */
 MORV_API int MORVILnxSetIPNetmask(const char *name, const char *address, const char *netmask) MORV_NOEXCEPT;
 MORV_API int MORVILnxSetDHCP(const char *name) MORV_NOEXCEPT;
 

@@ -1,5 +1,9 @@
 #include "core/file/key_value.h"
 
+#include <string>
+
+#include "core/base/no_throw.h"
+#include "core/file/file_edit.h"
 #include "core/file/file_text.h"
 #include "core/file/sys_path.h"
 #include "core/text/case.h"
@@ -13,6 +17,19 @@ bool has_key_value(const char *path, std::string_view key, std::string_view valu
     if (file.load(SysPath(path).c_str()) != 0) return false;
     const KeyLine line = parse_key_line(find_key_line(file.view(), key));
     return line.has_value && ascii_equal(trim(line.value), value);
+}
+
+int set_key_value(const char *path, std::string_view key, std::string_view value,
+                  const char *format) noexcept {
+    if (!is_key(key) || !is_one_line(value)) return ERR_BAD_PARAMETERS;
+    FileEdit file;
+    if (int code = file.open(path, FileEdit::kMayCreate, ERR_WRITE_FAILED)) return code;
+    return no_throw([&] {
+        std::string lines(file.text()), content;
+        if (!lines.empty() && lines.back() != '\n') lines += '\n';
+        if (int code = set_key(lines, key, value, format, content)) return code;
+        return file.commit(content);
+    });
 }
 
 }  // namespace morv

@@ -1,7 +1,6 @@
 #include "core/system/interfaces.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <morvsdk/errcodes.h>
 #include <net/if.h>
 #include <netinet/in.h>
@@ -45,12 +44,9 @@ bool is_interface_name(std::string_view name) noexcept {
 }
 
 int InterfaceNames::load() noexcept {
-    const UniqueFd fd(open(SysPath("/proc/net/dev").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!fd) return ERR_OPEN_FAILED;
     // Some 130 bytes an interface: what is longer is no such file.
     constexpr size_t kMost = size_t{16} << 20;
-    const int code = text_.load(fd.get(), kMost);
-    if (code != 0) return code == ERR_FORMAT_ERROR ? ERR_READ_FAILED : code;
+    if (int code = text_.load_bounded(SysPath("/proc/net/dev").c_str(), kMost)) return code;
     for (int heading = 0; heading < 2; ++heading)
         at_ += line_at(text_.view(), at_).size();
     return 0;

@@ -1,12 +1,10 @@
 #include "core/system/routes.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <morvsdk/errcodes.h>
 #include <net/route.h>
 #include <stdio.h>
 
-#include "core/base/guard.h"
 #include "core/file/file_text.h"
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
@@ -15,13 +13,10 @@
 namespace morv {
 
 int find_default_gateway(uint32_t &gateway) noexcept {
-    const UniqueFd fd(open(SysPath("/proc/net/route").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!fd) return ERR_OPEN_FAILED;
     FileText text;
     // 128 bytes a route: what is longer is no such file.
     constexpr size_t kMost = size_t{64} << 20;
-    const int code = text.load(fd.get(), kMost);
-    if (code != 0) return code == ERR_FORMAT_ERROR ? ERR_READ_FAILED : code;
+    if (int code = text.load_bounded(SysPath("/proc/net/route").c_str(), kMost)) return code;
     uint32_t found = 0, least = UINT32_MAX;
     for (const std::string_view line : Lines(text.view())) {
         // Addresses are written as the kernel's numbers, the bytes of which are in network order.

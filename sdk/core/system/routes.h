@@ -9,8 +9,8 @@ namespace morv {
 // Answers 0, ERR_OPEN_FAILED, ERR_READ_FAILED or ERR_OUT_OF_MEMORY.
 int find_default_gateway(uint32_t &gateway) noexcept;
 
-// Makes it the default route in place of the one there is. Answers 0, ERR_BAD_PARAMETERS (nothing was
-// done) or the code of what failed.
+// Makes it the default route in place of the one that there is. Answers 0 or the code of what failed;
+// there is none at all then.
 int set_default_route(const char *gateway) noexcept;
 int remove_default_route() noexcept;
 
