@@ -126,9 +126,9 @@ test_an_address_is_set_in_file_and_kernel() {
     start
     expect_output 'eth0 has the address 192.168.1.20, netmask 255.255.255.0, static' \
         morvctl net set-static eth0 192.168.1.20 255.255.255.0
-    [[ $(kernel eth0) == 192.168.1.20/255.255.255.0 && $(key $scripts/ifcfg-eth0 IPADDR) == 192.168.1.20 ]] ||
+    [[ $(kernel eth0) == 192.168.1.20/255.255.255.0 && $(key "$scripts/ifcfg-eth0" IPADDR) == 192.168.1.20 ]] ||
         fail "file and kernel do not have it"
-    expect_ran $'ifconfig eth0 192.168.1.20 netmask 255.255.255.0 broadcast 192.168.1.255\nroute add default gw 192.168.1.1'
+    expect_ran $'ifconfig eth0 192.168.1.20 netmask 255.255.255.0 broadcast 192.168.1.255\nroute delete default\nroute add default gw 192.168.1.1'
     grep -q $'^192.168.1.20[\t ]*attic' "$root/etc/hosts" || fail "the name does not follow: $(cat "$root/etc/hosts")"
     expect_findings
     # Another network, with all that goes with it.
@@ -192,7 +192,7 @@ test_dry_run_shows_diffs_and_commands_and_does_nothing() {
     local before
     before=$(state)
     expect_code 0 morvctl --json net set-static eth0 192.168.1.20/24 --dns 10.0.0.3 --dry-run
-    expect_value '["/bin/cp -f /etc/sysconfig/network-scripts/ifcfg-eth0 /etc/sysconfig/network-scripts/ifcfg-eth0.tmp", "/sbin/ifconfig eth0 192.168.1.20 netmask 255.255.255.0 broadcast 192.168.1.255", "/sbin/route add default gw 192.168.1.1"]' commands
+    expect_value '["/bin/cp -f /etc/sysconfig/network-scripts/ifcfg-eth0 /etc/sysconfig/network-scripts/ifcfg-eth0.tmp", "/sbin/ifconfig eth0 192.168.1.20 netmask 255.255.255.0 broadcast 192.168.1.255", "/sbin/route delete default", "/sbin/route add default gw 192.168.1.1"]' commands
     expect_code 0 morvctl net set-static eth0 192.168.1.20/24 --dry-run
     [[ $out == *+IPADDR=192.168.1.20* && $out == *$'\n  /sbin/ifconfig eth0 '* && $out != *"$TMPDIR"* ]] || fail "$out"
     mkdir -p "$root/etc/dhcpc" "$root/proc/4711"
@@ -218,11 +218,11 @@ test_dhcp_and_its_failures_tell_what_holds() {
     [[ $(state) == "$before" ]] || fail "something has changed"
     echo 10.9.9.9 255.255.0.0 >"$root/etc/dhcp-offer"
     expect_output 'eth0 has the address 10.9.9.9, netmask 255.255.0.0, by DHCP' morvctl net set-dhcp eth0
-    [[ $(key $scripts/ifcfg-eth0 BOOTPROTO) == dhcp && -z $(key $scripts/ifcfg-eth0 IPADDR) ]] || fail "the file is wrong"
+    [[ $(key "$scripts/ifcfg-eth0" BOOTPROTO) == dhcp && -z $(key "$scripts/ifcfg-eth0" IPADDR) ]] || fail "the file is wrong"
     : >"$root/etc/ifconfig-fails"
     expect_failure 6 '*its configuration file is as it was, and in the kernel it has 10.9.9.9' \
         morvctl net set-static eth0 192.168.1.10/24 --force
-    [[ $(key $scripts/ifcfg-eth0 BOOTPROTO) == dhcp ]] || fail "the file is not as it was"
+    [[ $(key "$scripts/ifcfg-eth0" BOOTPROTO) == dhcp ]] || fail "the file is not as it was"
 }
 
 test_check_finds_what_does_not_fit() {

@@ -107,10 +107,10 @@ void check_address(const Network &network, const std::vector<Network> &others, R
 }
 
 // The library sets the host name again with the address, and undoes the file when it cannot.
-void check_stored_host_name() {
+void check_stored_host_name(const Session &session) {
     const std::string name = read_host_name();
     const Verdict verdict = judge_host(name);
-    if (!name.empty() && verdict.is_valid()) return;
+    if (name.empty() ? !session.root.empty() : verdict.is_valid()) return;
     refuse((name.empty() ? "there is no host name" : verdict.reason) +
            ", and without a valid one no address can be set: 'morvctl net hostname NAME' sets it first");
 }
@@ -142,7 +142,7 @@ int set_static(const Session &session, const NetArgs &args) {
         } else {
             check_old_gateway(old_gateway, networks, args.force);
         }
-        check_stored_host_name();
+        check_stored_host_name(session);
 
         const Card former = read_card(session, name);
         NET_CARD old = {};
