@@ -15,7 +15,7 @@ scripts=/etc/sysconfig/network-scripts
 
 # eth0 with a static address and the way out, eth1 with another.
 start() {
-    "$SOURCE/tests/support/fake_network" "$root" eth1=10.0.0.2/255.0.0.0 eth0=192.168.1.10/255.255.255.0
+    "$SOURCE/tests/support/fake_network" "$root" eth0=192.168.1.10/255.255.255.0 eth1=10.0.0.2/255.0.0.0
     configure eth0 192.168.1.10 255.255.255.0
     configure eth1 10.0.0.2 255.0.0.0
     printf 'HOSTNAME=attic\nNETWORKING=yes\nGATEWAY=192.168.1.1\n' >"$root/etc/sysconfig/network"
@@ -104,8 +104,8 @@ TABLE
 test_interfaces_are_shown_as_files_and_kernel_have_them() {
     start
     expect_output 'NAME  LINK  HARDWARE           ADDRESS       FLAGS
-eth0  yes   02:00:00:00:00:02  192.168.1.10  up, running, broadcast, multicast
-eth1  yes   02:00:00:00:00:01  10.0.0.2      up, running, broadcast, multicast' morvctl net interfaces
+eth0  yes   02:00:00:00:00:01  192.168.1.10  up, running, broadcast, multicast
+eth1  yes   02:00:00:00:00:02  10.0.0.2      up, running, broadcast, multicast' morvctl net interfaces
     expect_code 0 morvctl --json net show
     expect_value eth0 interfaces 0 name
     expect_value 255.0.0.0 interfaces 1 netmask
@@ -174,7 +174,6 @@ test_nonsense_and_what_cuts_off_is_refused() {
 2|dns 192.168.1.1 --clear|exclude each other
 3|mtu eth0 67|from 68 to 65535
 3|mtu eth0 65536|from 68 to 65535
-3|mtu eth0 -- -1|from 68 to 65535
 3|hostname 1st|does not begin
 TABLE
     # No address can be set with a name that is none; the library would notice in the middle.
@@ -192,9 +191,11 @@ test_dry_run_shows_diffs_and_commands_and_does_nothing() {
     local before
     before=$(state)
     expect_code 0 morvctl --json net set-static eth0 192.168.1.20/24 --dns 10.0.0.3 --dry-run
-    expect_value '["/bin/cp -f /etc/sysconfig/network-scripts/ifcfg-eth0 /etc/sysconfig/network-scripts/ifcfg-eth0.tmp", "/sbin/ifconfig eth0 192.168.1.20 netmask 255.255.255.0 broadcast 192.168.1.255", "/sbin/route delete default", "/sbin/route add default gw 192.168.1.1"]' commands
+    # shellcheck disable=SC2001  # a pattern for sed
+    out=$(sed 's/\.tmp[0-9]*/.tmpTIME/' <<<"$out")
+    expect_value '["/bin/cp -f /etc/sysconfig/network-scripts/ifcfg-eth0 /etc/sysconfig/network-scripts/ifcfg-eth0.tmpTIME", "/sbin/ifconfig eth0 192.168.1.20 netmask 255.255.255.0 broadcast 192.168.1.255", "/sbin/route delete default", "/sbin/route add default gw 192.168.1.1"]' commands
     expect_code 0 morvctl net set-static eth0 192.168.1.20/24 --dry-run
-    [[ $out == *+IPADDR=192.168.1.20* && $out == *$'\n  /sbin/ifconfig eth0 '* && $out != *"$TMPDIR"* ]] || fail "$out"
+    [[ $out == *+IPADDR=192.168.1.20* && $out == *$'\n+192.168.1.20\tattic'* && $out == *$'\n  /sbin/ifconfig eth0 '* && $out != *"$TMPDIR"* ]] || fail "$out"
     mkdir -p "$root/etc/dhcpc" "$root/proc/4711"
     echo 4711 >"$root/etc/dhcpc/dhcpcd-eth0.pid"
     before=$(state)

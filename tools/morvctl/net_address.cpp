@@ -107,12 +107,23 @@ void check_address(const Network &network, const std::vector<Network> &others, R
 }
 
 // The library sets the host name again with the address, and undoes the file when it cannot.
-void check_stored_host_name(const Session &session) {
+std::string need_host_name(const Session &session) {
     const std::string name = read_host_name();
     const Verdict verdict = judge_host(name);
-    if (name.empty() ? !session.root.empty() : verdict.is_valid()) return;
+    if (name.empty() ? !session.root.empty() : verdict.is_valid()) return name;
     refuse((name.empty() ? "there is no host name" : verdict.reason) +
            ", and without a valid one no address can be set: 'morvctl net hostname NAME' sets it first");
+}
+
+// In the kernel's order.
+std::vector<uint32_t> addresses_of(const Session &session, const std::vector<Network> &networks) {
+    std::vector<uint32_t> addresses;
+    for (const std::string &name : interface_names(session)) {
+        for (const Network &network : networks) {
+            if (network.interface == name) addresses.push_back(network.address);
+        }
+    }
+    return addresses;
 }
 
 // Refuses to leave the stored gateway in no network when it is in one now.
@@ -128,7 +139,7 @@ void check_old_gateway(const std::string &stored, const std::vector<Network> &af
 
 int set_static(const Session &session, const NetArgs &args) {
     const std::string name = need_interface(session, args.name);
-    const auto apply = [&](Report &report, const NetPreview *preview) {
+    const auto apply = [&](Report &report, NetPreview *preview) {
         const Network network = parse_network(args, report);
         const std::string new_gateway = args.gateway ? need(judge_address, *args.gateway, report) : "";
         const std::string new_server = args.name_server ? need(judge_address, *args.name_server, report) : "";
@@ -142,7 +153,7 @@ int set_static(const Session &session, const NetArgs &args) {
         } else {
             check_old_gateway(old_gateway, networks, args.force);
         }
-        check_stored_host_name(session);
+        const std::string host_name = need_host_name(session);
 
         const Card former = read_card(session, name);
         NET_CARD old = {};
@@ -160,13 +171,17 @@ int set_static(const Session &session, const NetArgs &args) {
             put(old.address, former.address);
             put(old.netmask, former.netmask);
         }
-        if (preview && network.holds(parse_ipv4(old_gateway))) preview->lose_routes(name);
+        const bool is_near = network.holds(parse_ipv4(old_gateway));
+        if (preview && is_near) preview->lose_routes(name);
         note_client(session, name, report);
         clear_errors();
         if (MORVNetSetCard1(&card, is_known ? &old : nullptr) != 0) {
             fail_address("give " + name + " the address " + card.address, name, former.current);
         }
         record_event(session, MORV_EVENT_ADDRESS_SET, {name, card.address, card.netmask});
+        if (preview && is_near && !args.gateway) preview->settle_route(old_gateway);
+        if (preview && !host_name.empty())
+            preview->settle_host_name(host_name, addresses_of(session, networks));
         follow_up(name + " has the address " + card.address, [&] {
             if (args.gateway) store_gateway(session, new_gateway);
             if (args.name_server) store_name_server(session, new_server, report);
@@ -182,7 +197,7 @@ int set_static(const Session &session, const NetArgs &args) {
 
 int set_dhcp(const Session &session, const NetArgs &args) {
     const std::string name = need_interface(session, args.name);
-    const auto apply = [&](Report &report, const NetPreview *) {
+    const auto apply = [&](Report &report, NetPreview *) {
         check_not_bonded(name, args.force);
         const Card former = read_card(session, name);
         NET_CARD card = {};

@@ -70,11 +70,11 @@ int print_setting(const Session &session, const char *key, const std::string &va
 }  // namespace
 
 int change_net(const Session &session, const Change &change,
-               const std::function<void(Report &report, const NetPreview *preview)> &apply,
+               const std::function<void(Report &report, NetPreview *preview)> &apply,
                const std::function<void(Report &report)> &tell) {
     Report report;
     if (session.dry_run) {
-        const NetPreview preview(session, change.interface, change.with_host_name);
+        NetPreview preview(session, change.interface, change.with_host_name);
         apply(report, &preview);
         preview.show(session, report.document);
     } else {
@@ -161,7 +161,7 @@ int name_server(const Session &session, const NetArgs &args) {
         return print_setting(session, "name_server", read_name_server(), "there is no name server");
     return change_net(
         session, {MORV_LOCK_NW, "", false},
-        [&](Report &report, const NetPreview *) {
+        [&](Report &report, NetPreview *) {
             store_name_server(session, args.clear ? "" : need(judge_address, *args.value, report), report);
         },
         tell_name_server);
@@ -180,7 +180,7 @@ int gateway(const Session &session, const NetArgs &args) {
     }
     return change_net(
         session, {MORV_LOCK_NW, "", false},
-        [&](Report &report, const NetPreview *) {
+        [&](Report &report, NetPreview *) {
             const std::string address = args.clear ? "" : need(judge_address, *args.value, report);
             if (!args.clear) check_gateway(address, read_networks(), args.force);
             store_gateway(session, address);
@@ -200,7 +200,7 @@ int mtu(const Session &session, const NetArgs &args) {
     const std::string value = std::to_string(bytes);
     return change_net(
         session, {MORV_LOCK_MORVINFO, "", false},
-        [&](Report &, const NetPreview *) {
+        [&](Report &, NetPreview *) {
             clear_errors();
             if (MORVConfSetMTUValue(value.c_str(), name.c_str()) != 0) fail_net("set the MTU of " + name);
             record_event(session, MORV_EVENT_MTU_SET, {name, value});
@@ -219,7 +219,7 @@ int host_name(const Session &session, const NetArgs &args) {
     if (!verdict.is_valid()) refuse(verdict.reason);
     return change_net(
         session, {kHostLocks, "", false},
-        [&](Report &report, const NetPreview *) {
+        [&](Report &report, NetPreview *) {
             clear_errors();
             if (MORVLnxSetHostname(name.c_str()) != 0) fail_net("set the host name " + name);
             if (session.dry_run && session.root.empty())

@@ -33,7 +33,7 @@ struct Change {
 // `apply` makes it (the preview is null without --dry-run), and `tell` says what holds then. Answers the exit
 // code.
 int change_net(const Session &session, const Change &change,
-               const std::function<void(Report &report, const NetPreview *preview)> &apply,
+               const std::function<void(Report &report, NetPreview *preview)> &apply,
                const std::function<void(Report &report)> &tell);
 
 // The normal form of a text; one that is not valid is refused.

@@ -12,7 +12,6 @@
 #include "morvctl/net_text.h"
 #include "morvctl/network.h"
 #include "morvctl/target.h"
-#include "morvctl/text_lines.h"
 
 namespace morvctl {
 
@@ -245,29 +244,6 @@ void check_name_server(Findings &findings) {
     }
 }
 
-// The address of the line of a name in "/etc/hosts"; "" when it has none.
-std::string address_in_hosts(const Session &session, const std::string &name) {
-    const Target file{kHostsFile, system_path(session, kHostsFile)};
-    const Fd fd = open_file(file, true);
-    const std::string text = fd ? read_content(file, fd) : "";
-    for (size_t at = 0; at < text.size(); at = next_line(text, at)) {
-        std::string_view line = line_at(text, at);
-        line = line.substr(0, line.find('#'));
-        std::string address;
-        for (size_t start = 0; (start = line.find_first_not_of(" \t\r", start)) != line.npos;) {
-            const size_t end = std::min(line.find_first_of(" \t\r", start), line.size());
-            const std::string_view word = line.substr(start, end - start);
-            if (address.empty()) {
-                address = word;
-            } else if (word == name) {
-                return address;
-            }
-            start = end;
-        }
-    }
-    return "";
-}
-
 void check_host_name(const Session &session, const Kernel &kernel, Findings &findings) {
     const std::string name = read_host_name();
     const std::string stored = read_key(session, kNetworkFile, "HOSTNAME");
@@ -286,13 +262,16 @@ void check_host_name(const Session &session, const Kernel &kernel, Findings &fin
                                 " it is " + (stored.empty() ? "none" : "'" + escape(stored) + "'"),
                             remedy});
     }
-    const std::string address = address_in_hosts(session, name);
+    const Target file{kHostsFile, system_path(session, kHostsFile)};
+    const Fd fd = open_file(file, true);
+    const std::string hosts = fd ? read_content(file, fd) : "";
+    const std::string address = find_host(hosts, name).address;
     const bool is_own =
         std::any_of(kernel.networks.begin(), kernel.networks.end(),
                     [&](const Network &network) { return network.address == parse_ipv4(address); });
     if (address.empty()) {
         findings.push_back({"host name", std::string(kHostsFile) + " has no line for " + name, remedy});
-    } else if (!is_own && !address.starts_with("127.") && !kernel.networks.empty()) {
+    } else if (!is_own && !kernel.networks.empty()) {
         findings.push_back({"host name",
                             name + " has the address " + escape(address) + " in " + kHostsFile +
                                 ", which is none of the appliance",

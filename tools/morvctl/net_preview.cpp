@@ -6,6 +6,9 @@
 #include <morvsdk/file.h>
 #include <unistd.h>
 
+#include <algorithm>
+
+#include "morvctl/net_text.h"
 #include "morvctl/network.h"
 #include "morvctl/pairs.h"
 #include "morvctl/text_lines.h"
@@ -91,6 +94,27 @@ void NetPreview::lose_routes(const std::string &interface) const {
     root_.write("/../routes", left);
 }
 
+void NetPreview::settle_host_name(const std::string &name, const std::vector<uint32_t> &addresses) const {
+    const Target hosts{kHostsFile, root_.path() + kHostsFile};
+    const Fd fd = open_file(hosts, true);
+    std::string text = fd ? read_content(hosts, fd) : "";
+    const HostLine line = find_host(text, name);
+    if (line.address.empty()) {
+        if (!text.empty() && !text.ends_with('\n')) text += '\n';
+        text.append(ipv4_text(addresses.front())).append("\t").append(name).append("\n");
+    } else if (std::find(addresses.begin(), addresses.end(), parse_ipv4(line.address)) == addresses.end()) {
+        text.replace(line.at, line.address.size(), ipv4_text(addresses.front()));
+    }
+    root_.write(kHostsFile, text);
+}
+
+void NetPreview::settle_route(const std::string &gateway) {
+    const auto ran = commands();
+    const std::string wanted = "/sbin/route add default gw " + gateway;
+    if (std::find(ran.begin(), ran.end(), wanted) != ran.end()) return;
+    further_commands_ = {"/sbin/route delete default", wanted};
+}
+
 std::vector<std::string> NetPreview::commands() const {
     const Target file{"", root_.beside("commands")};
     std::vector<std::string> found;
@@ -102,6 +126,7 @@ std::vector<std::string> NetPreview::commands() const {
             line.erase(place, root_.path().size());
         found.push_back(line);
     }
+    found.insert(found.end(), further_commands_.begin(), further_commands_.end());
     return found;
 }
 

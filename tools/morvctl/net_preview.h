@@ -15,8 +15,13 @@ class NetPreview {
     // the kernel has goes to the files.
     NetPreview(const Session &session, const std::string &interface, bool with_host_name);
 
-    // Setting the address loses the routes of the interface.
+    // The kernel here stays as it is, and the library goes by that; what it would make of a new address is
+    // said by these. Setting it loses the routes of the interface; the line of the host name gets one of the
+    // addresses that there are then (in the kernel's order); a gateway that can be reached only then becomes
+    // the default route.
     void lose_routes(const std::string &interface) const;
+    void settle_host_name(const std::string &name, const std::vector<uint32_t> &addresses) const;
+    void settle_route(const std::string &gateway);
 
     // The commands that were run, in their order.
     std::vector<std::string> commands() const;
@@ -26,6 +31,7 @@ class NetPreview {
 
   private:
     const PrivateRoot root_;
+    std::vector<std::string> further_commands_;
 };
 
 }  // namespace morvctl

@@ -157,12 +157,12 @@ std::vector<std::string> interface_names(const Session &session) {
         const std::string name(line.substr(start, end - start));
         if (name != "lo") names.push_back(name);
     }
-    std::sort(names.begin(), names.end());
     return names;
 }
 
 std::string need_interface(const Session &session, const std::string &name) {
-    const auto names = interface_names(session);
+    auto names = interface_names(session);
+    std::sort(names.begin(), names.end());
     if (std::find(names.begin(), names.end(), name) != names.end()) return name;
     std::string known;
     for (const std::string &other : names)
@@ -272,6 +272,26 @@ int dhcp_client(const Session &session, const std::string &interface) {
     const int pid = atoi(read_content(file).c_str());
     const std::string process = "/proc/" + std::to_string(pid);
     return pid > 0 && access(system_path(session, process).c_str(), F_OK) == 0 ? pid : 0;
+}
+
+HostLine find_host(const std::string &text, const std::string &name) {
+    for (size_t at = 0; at < text.size(); at = next_line(text, at)) {
+        std::string_view line = line_at(text, at);
+        line = line.substr(0, line.find('#'));
+        HostLine found;
+        for (size_t start = 0; (start = line.find_first_not_of(" \t\r", start)) != line.npos;) {
+            const size_t end = std::min(line.find_first_of(" \t\r", start), line.size());
+            const std::string word(line.substr(start, end - start));
+            if (found.address.empty()) {
+                found = {at + start, word};
+            } else if (strcasecmp(word.c_str(), name.c_str()) == 0 &&
+                       parse_ipv4(found.address) >> 24 != 127 && parse_ipv4(found.address) != 0) {
+                return found;
+            }
+            start = end;
+        }
+    }
+    return {};
 }
 
 Json text_json(const std::string &text) {

@@ -40,7 +40,7 @@ struct Network {
 std::vector<NET_INTERFACE> read_interfaces(int selection);
 std::vector<Network> read_networks();
 
-// All that the kernel has, but the loopback; also those that are down.
+// All that the kernel has, in its order, but the loopback; also those that are down.
 std::vector<std::string> interface_names(const Session &session);
 
 // The name of one of them; another is refused, naming those that there are.
@@ -80,6 +80,14 @@ std::string read_mtu(const std::string &interface);
 
 // The number of the DHCP client of an interface, if its pid file names a process that runs; else 0.
 int dhcp_client(const Session &session, const std::string &interface);
+
+// The line of a host in the text of "/etc/hosts", but none of the loopback network: where it begins with its
+// address; "" when there is none.
+struct HostLine {
+    size_t at = 0;
+    std::string address;
+};
+HostLine find_host(const std::string &text, const std::string &name);
 
 Json text_json(const std::string &text);  // null for ""
 
