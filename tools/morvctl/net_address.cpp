@@ -115,14 +115,14 @@ std::string need_host_name(const Session &session) {
            ", and without a valid one no address can be set: 'morvctl net hostname NAME' sets it first");
 }
 
-// In the kernel's order.
-std::vector<uint32_t> addresses_of(const Session &session, const std::vector<Network> &networks) {
+// That of `interface` first, and then by the names of the others.
+std::vector<uint32_t> addresses_of(const std::vector<Network> &networks, const std::string &interface) {
+    std::map<std::pair<bool, std::string>, uint32_t> ordered;
+    for (const Network &network : networks)
+        ordered[{network.interface != interface, network.interface}] = network.address;
     std::vector<uint32_t> addresses;
-    for (const std::string &name : interface_names(session)) {
-        for (const Network &network : networks) {
-            if (network.interface == name) addresses.push_back(network.address);
-        }
-    }
+    for (const auto &[key, address] : ordered)
+        addresses.push_back(address);
     return addresses;
 }
 
@@ -181,7 +181,7 @@ int set_static(const Session &session, const NetArgs &args) {
         record_event(session, MORV_EVENT_ADDRESS_SET, {name, card.address, card.netmask});
         if (preview && is_near && !args.gateway) preview->settle_route(old_gateway);
         if (preview && !host_name.empty())
-            preview->settle_host_name(host_name, addresses_of(session, networks));
+            preview->settle_host_name(host_name, addresses_of(networks, name));
         follow_up(name + " has the address " + card.address, [&] {
             if (args.gateway) store_gateway(session, new_gateway);
             if (args.name_server) store_name_server(session, new_server, report);

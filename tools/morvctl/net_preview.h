@@ -17,7 +17,7 @@ class NetPreview {
 
     // The kernel here stays as it is, and the library goes by that; what it would make of a new address is
     // said by these. Setting it loses the routes of the interface; the line of the host name gets one of the
-    // addresses that there are then (in the kernel's order); a gateway that can be reached only then becomes
+    // addresses that there are then; a gateway that can be reached only then becomes
     // the default route.
     void lose_routes(const std::string &interface) const;
     void settle_host_name(const std::string &name, const std::vector<uint32_t> &addresses) const;
