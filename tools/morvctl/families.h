@@ -17,7 +17,8 @@
     FAMILY(raid)                 \
     FAMILY(volume)               \
     FAMILY(log)                  \
-    FAMILY(block)
+    FAMILY(block)                \
+    FAMILY(net)
 
 namespace morvctl {
 

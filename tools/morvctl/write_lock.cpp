@@ -158,6 +158,16 @@ uint32_t locks_held_above(const Session &session) {
     return above;
 }
 
+void prepare_locks(const Session &session, uint32_t bits) {
+    const uint32_t above = locks_held_above(session);
+    for (const LockName &lock : lock_names()) {
+        if ((bits & above & lock.bit) == 0) continue;
+        throw Failure(Exit::kLocked, std::string("cannot take the lock ") + lock.name +
+                                         ": 'morvctl lock run' holds it, and this command needs it itself");
+    }
+    make_lock_folder(session);
+}
+
 void tell_held_locks(const Session &session, uint32_t bits) {
     uint32_t above;
     char own[32];
