@@ -8,7 +8,6 @@ view.py SETTING=WANTED ...
     host, dns, gateway          the host name, the name server and the stored gateway
     route                       the gateway of the default route
     hosts                       the address of the host name in /etc/hosts; "*" is any of ours, "stale" is any at all
-    check                       whether `morvctl net check` agrees or differs; "*" is either
 
 An empty value means: none. Complaints go to standard output."""
 import glob, ipaddress, json, os, socket, subprocess, sys
@@ -52,11 +51,11 @@ def clients():
     return found, behind
 
 
-wanted = {"check": "agrees"} | dict(word.split("=", 1) for word in sys.argv[1:])
+wanted = dict(word.split("=", 1) for word in sys.argv[1:])
 cards = {name: wanted.pop(name) for name in list(wanted) if name.startswith("eth")}
 links = {link["ifname"]: link for link in json.loads(output("ip", "-j", "addr"))}
 running, behind = clients()
-addresses = []
+addresses, shown = [], {}
 
 for name, want in cards.items():
     link = links[name]
@@ -87,6 +86,9 @@ for name, want in cards.items():
     same(path, pairs(path), file)
     same(f"comment in {path}", text(path).splitlines()[:1], ["# by hand"])
     same(f"mode of {path}", os.stat(path).st_mode & 0o7777, 0o640)
+    shown[name] = {"name": name, "up": True, "link": True, "assignment": file["BOOTPROTO"], "address": str(address.ip),
+                   "netmask": str(address.netmask), "current_address": str(address.ip), "hardware": link["address"],
+                   "mtu": pairs("/etc/morvinfo.conf").get(f"{name}_mtu", '"1500"').strip('"')}
 
 stored = pairs("/etc/sysconfig/network")
 same("folder of the interfaces' files", sorted(os.listdir("/etc/sysconfig/network-scripts")), [f"ifcfg-{name}" for name in sorted(cards)])
@@ -106,9 +108,31 @@ for line in named:
     # DHCP does not bring it to the address; a static address, and another name, do.
     if wanted["hosts"] != "stale" and line[0] not in (addresses if wanted["hosts"] == "*" else [wanted["hosts"]]):
         complaints.append(f"/etc/hosts has {line[0]} for {wanted['host']}, which is not among {addresses}")
-check = subprocess.run(["morvctl", "net", "check", "--json"], stdout=subprocess.PIPE, text=True)
-if wanted["check"] != "*":
-    same(f"morvctl net check, which says {check.stdout}", check.returncode, ["agrees", "differs"].index(wanted["check"]))
+
+# ---- What morvctl says of it ----
+
+
+def morvctl(command):
+    return json.loads(subprocess.run(["morvctl", "net", command, "--json"], stdout=subprocess.PIPE).stdout)
+
+
+known = [("up", "UP"), ("running", "LOWER_UP"), ("broadcast", "BROADCAST"), ("multicast", "MULTICAST")]
+same("morvctl net interfaces", morvctl("interfaces")["interfaces"],
+     [{"name": name, "link": True, "hardware": links[name]["address"], "address": shown[name]["current_address"],
+       "flags": [word for word, flag in known if flag in links[name]["flags"]]} for name in sorted(shown)])
+same("morvctl net show", morvctl("show"),
+     {"interfaces": [shown[name] for name in sorted(shown)], "name_server": wanted["dns"] or None, "gateway": wanted["gateway"] or None,
+      "default_route": wanted["route"] or None, "host_name": wanted["host"]})
+by_dhcp = any(card["assignment"] == "dhcp" for card in shown.values())
+expected = [name for name in sorted(cards) if cards[name].startswith("idle:")]
+if wanted["gateway"] != wanted["route"] and (wanted["gateway"] or not by_dhcp):
+    expected.append("gateway")
+if not wanted["dns"]:
+    expected.append("name server")
+if named and named[0][0] not in addresses:
+    expected.append("host name")
+findings = morvctl("check")["findings"]
+same(f"subjects of morvctl net check, which says {findings}", sorted({finding["subject"] for finding in findings}), sorted(expected))
 
 if complaints:
     print("\n".join(complaints))
