@@ -4,9 +4,6 @@
 #include <netinet/in.h>
 #include <string.h>
 
-#include <algorithm>
-#include <array>
-
 #include "core/text/field_text.h"
 
 namespace morv {
@@ -15,50 +12,65 @@ namespace {
 
 constexpr size_t kSubnetMost = 64;
 
-constexpr uint8_t kNoDigit = 255;
-
-constexpr std::array<uint8_t, 256> kDigits = [] {
-    std::array<uint8_t, 256> digits{};
-    digits.fill(kNoDigit);
-    for (uint8_t i = 0; i < 10; ++i)
-        digits[size_t{'0'} + i] = i;
-    for (uint8_t i = 0; i < 6; ++i)
-        digits[size_t{'a'} + i] = digits[size_t{'A'} + i] = uint8_t(10 + i);
-    return digits;
-}();
-
-uint8_t digit_of(char c) noexcept {
-    return kDigits[static_cast<unsigned char>(c)];
+// The value of a digit; kBase or more for another character.
+template <uint32_t kBase>
+inline uint32_t digit_of(char c) noexcept {
+    const uint32_t digit = uint32_t(c) - '0';
+    if (kBase <= 10 || digit < 10) return digit;
+    const uint32_t letter = (uint32_t(c) | 0x20) - 'a';
+    return letter < 6 ? 10 + letter : kBase;
 }
 
 bool is_space(char c) noexcept {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// Reads the number at the beginning. Answers where it ends, null when there is none that fits.
-const char *read_number(const char *at, const char *end, int32_t &number) noexcept {
+// The digits at the beginning as a number of at most `most`, which may be 2^31. Answers where they end, null
+// when there is none or the number is larger.
+template <uint32_t kBase>
+inline const char *read_digits(const char *at, const char *end, uint32_t most, uint32_t &number) noexcept {
+    const char *const begin = at;
+    uint32_t value = 0;
+    for (uint32_t digit; at != end && (digit = digit_of<kBase>(*at)) < kBase; ++at) {
+        if (value > most / kBase) return nullptr;
+        value = value * kBase + digit;
+    }
+    if (at == begin || value > most) return nullptr;
+    number = value;
+    return at;
+}
+
+// Reads a number in any notation.
+[[gnu::noinline]] const char *read_any_number(const char *at, const char *end, int32_t &number) noexcept {
     while (at != end && is_space(*at))
         ++at;
     bool negative = false;
     if (at != end && (*at == '-' || *at == '+')) negative = *at++ == '-';
-    unsigned base = 10;
-    if (at != end && *at == '0') {
-        base = 8;
+    const uint32_t most = uint32_t{INT32_MAX} + negative;
+    uint32_t value = 0;
+    if (at == end || *at != '0') {
+        at = read_digits<10>(at, end, most, value);
+    } else if (end - at > 2 && (at[1] == 'x' || at[1] == 'X') && digit_of<16>(at[2]) < 16) {
+        at = read_digits<16>(at + 2, end, most, value);
+    } else {
         // A "0x" that no digit follows is the number 0 and an "x".
-        if (end - at > 2 && (at[1] == 'x' || at[1] == 'X') && digit_of(at[2]) < 16) {
-            base = 16;
-            at += 2;
-        }
+        at = read_digits<8>(at, end, most, value);
     }
-    const char *const digits = at;
-    const int64_t most = int64_t{INT32_MAX} + negative;
-    int64_t value = 0;
-    for (; at != end && digit_of(*at) < base; ++at) {
-        value = value * base + digit_of(*at);
-        if (value > most) return nullptr;
+    number = int32_t(negative ? 0 - value : value);
+    return at;
+}
+
+// Reads the number at the beginning. Answers where it ends, null when there is none that fits.
+inline const char *read_number(const char *at, const char *end, int32_t &number) noexcept {
+    // The most are plain ones.
+    if (at != end && *at == '0' && (at + 1 == end || at[1] == '.')) {
+        number = 0;
+        return at + 1;
     }
-    if (at == digits) return nullptr;
-    number = int32_t(negative ? -value : value);
+    if (at == end || *at < '1' || *at > '9') return read_any_number(at, end, number);
+    uint32_t value = 0;
+    at = read_digits<10>(at, end, INT32_MAX, value);
+    number = int32_t(value);
     return at;
 }
 
@@ -76,25 +88,23 @@ bool parse_number(std::string_view text, int32_t &number) noexcept {
 bool split_dotted(std::string_view text, int32_t (&numbers)[4]) noexcept {
     const char *at = text.data();
     const char *const end = at + text.size();
-    int32_t found[4];
     for (int i = 0; i < 4; ++i) {
         if (i > 0 && (at == end || *at++ != '.')) return false;
-        at = read_number(at, end, found[i]);
+        at = read_number(at, end, numbers[i]);
         if (!at) return false;
     }
-    if (at != end) return false;
-    std::copy(found, found + 4, numbers);
-    return true;
+    return at == end;
 }
 
 bool parse_dotted(std::string_view text, uint32_t &address) noexcept {
     int32_t numbers[4];
     if (text.size() > kDottedMost || !split_dotted(text, numbers)) return false;
-    uint32_t value = 0;
+    uint32_t value = 0, all = 0;
     for (const int32_t number : numbers) {
-        if (number < 0 || number > 255) return false;
         value = value << 8 | uint32_t(number);
+        all |= uint32_t(number);
     }
+    if (all > 255) return false;
     address = value;
     return true;
 }
@@ -126,6 +136,16 @@ char *write_dotted(char *to, uint32_t address) noexcept {
         *to++ = '.';
     }
     return write_octet(to, address & 255);
+}
+
+void rewrite_dotted(std::span<char> text, uint32_t address) noexcept {
+    size_t length = sizeof "0.0.0.0" - 1;
+    for (int shift = 0; shift < 32; shift += 8) {
+        const uint32_t octet = address >> shift & 255;
+        length += size_t{octet > 9} + size_t{octet > 99};
+    }
+    // No other form is as short.
+    if (length != text.size()) write_dotted(text.data(), address);
 }
 
 bool parse_ipv4(std::string_view text, uint32_t &address) noexcept {

@@ -6,6 +6,7 @@
 #include <stdint.h>
 
 #include <bit>
+#include <span>
 #include <string_view>
 
 namespace morv {
@@ -18,8 +19,8 @@ inline constexpr size_t kDottedMost = 31;
 // there is no digit, something follows, or it is beyond int32_t.
 bool parse_number(std::string_view text, int32_t &number) noexcept;
 
-// Takes apart four such numbers with a "." between each two. False, and `numbers` is as it was, when the text
-// is anything else.
+// Takes apart four such numbers with a "." between each two. False when the text is anything else; what then
+// is in `numbers` means nothing.
 bool split_dotted(std::string_view text, int32_t (&numbers)[4]) noexcept;
 
 // The address that a dotted text of at most kDottedMost characters stands for. False, and `address` is as it
@@ -33,6 +34,9 @@ bool split_subnet(std::string_view text, uint32_t &address, std::string_view &be
 // Write a number of 0 to 255, or an address like "192.0.2.1", and a zero. Answer where the zero is.
 char *write_octet(char *to, uint32_t number) noexcept;
 char *write_dotted(char *to, uint32_t address) noexcept;
+
+// Brings a text that stands for an address into normal form, which never is longer.
+void rewrite_dotted(std::span<char> text, uint32_t address) noexcept;
 
 // The prefix length of a netmask, 1 to 32; 0 when it is none.
 inline int prefix_of(uint32_t mask) noexcept {
