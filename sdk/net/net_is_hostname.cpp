@@ -1,8 +1,8 @@
 #include <morvsdk/net.h>
 
-static bool is_letter(char c) noexcept {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
+#include "core/text/name_rule.h"
+
+using namespace morv;
 
 extern "C" int BlMLIBIsHostname(const char *text) noexcept {
     constexpr int kMost = 15;
@@ -10,7 +10,7 @@ extern "C" int BlMLIBIsHostname(const char *text) noexcept {
     int length = 1;
     for (; length <= kMost && text[length] != '\0'; ++length) {
         const char c = text[length];
-        if (!is_letter(c) && !(c >= '0' && c <= '9') && c != '-' && c != '_') return 0;
+        if (!is_letter_or_digit(c) && c != '-' && c != '_') return 0;
     }
     return length <= kMost;
 }

@@ -75,11 +75,20 @@ int set_kernel_name(const char *name) noexcept {
     return errno == EPERM ? ERR_ACCESS_DENIED : ERR_OP_FAILURE;
 }
 
+// Empty when there is none. Answers an error code.
+int read_old_name(char (&name)[256]) noexcept {
+    name[0] = '\0';
+    const KeptError before;
+    if (MORVLnxGetHostname(name, sizeof name) == 0) return 0;
+    const int code = MLIBErrGet();
+    if (code != ERR_KEY_NOT_FOUND && !(code == ERR_OPEN_FAILED && errno == ENOENT)) return code;
+    before.restore();
+    return 0;
+}
+
 int set_name(const char *name) {
     char old_name[256];
-    const KeptError before;
-    if (MORVLnxGetHostname(old_name, sizeof old_name) != 0) old_name[0] = '\0';
-    before.restore();
+    if (int code = read_old_name(old_name)) return code;
     std::vector<uint32_t> own;
     find_own_addresses(own);
 

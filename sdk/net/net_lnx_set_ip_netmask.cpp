@@ -5,12 +5,17 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <string>
+#include <vector>
+
 #include "core/base/fail.h"
 #include "core/base/kept_error.h"
 #include "core/base/log.h"
+#include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
 #include "core/system/interfaces.h"
+#include "core/system/sysfs.h"
 #include "net/dhcp_client.h"
 #include "net/interface_file.h"
 #include "net/settings_change.h"
@@ -19,15 +24,32 @@ using namespace morv;
 
 namespace {
 
+constexpr std::string_view kSuffix = ".tmp";
+
+// Removes the backups of changes that were interrupted: what they hold is older than the change that has
+// succeeded now.
+int remove_backups(const char *name) {
+    const InterfaceFile settings = InterfaceFile::settings(name);
+    const std::string_view path = settings.path();
+    const std::string folder(path.substr(0, path.rfind('/')));
+    const std::string prefix(std::string(path.substr(folder.size() + 1)) += kSuffix);
+    std::vector<std::string> names;
+    if (int code = list_names(folder.c_str(), prefix, names)) return code;
+    for (const std::string &file : names) {
+        if (file.find_first_not_of("0123456789", prefix.size()) != file.npos) continue;
+        if (unlink(SysPath((std::string(folder) += "/" + file).c_str()).c_str()) != 0)
+            syslog(LOG_ERR, "%s(%d): unlink fail.", MORV_STEM, __LINE__);
+    }
+    return 0;
+}
+
 // The configuration file as it was before a change: it comes back unless the change is kept.
 class Backup {
   public:
     explicit Backup(const char *path) noexcept : path_(path), exists_(access(path, F_OK) == 0) {
         if (!exists_) return;
-        const int length =
-            snprintf(backup_, sizeof backup_, "%s.tmp%ld", path, static_cast<long>(time(nullptr)));
-        is_made_ = length > 0 && size_t(length) < sizeof backup_ &&
-                   run_tool("/bin/cp -f %s %s", {path, backup_}) == 0;
+        snprintf(backup_, sizeof backup_, "%s%s%ld", path, kSuffix.data(), static_cast<long>(time(nullptr)));
+        is_made_ = run_tool("/bin/cp -f %s %s", {path, backup_}) == 0;
         if (!is_made_) {
             syslog(LOG_ERR, "%s(%d): copy (%s, %s) failed.(strerror=%s)", MORV_STEM, __LINE__, path, backup_,
                    strerror(errno));
@@ -45,10 +67,11 @@ class Backup {
     Backup(const Backup &) = delete;
     Backup &operator=(const Backup &) = delete;
 
-    void keep_change() noexcept {
+    void keep_change(const char *name) noexcept {
         is_kept_ = true;
         if (is_made_ && unlink(backup_) != 0) syslog(LOG_ERR, "%s(%d): unlink fail.", MORV_STEM, __LINE__);
         is_made_ = false;
+        no_throw([name] { return remove_backups(name); });
     }
 
   private:
@@ -116,6 +139,6 @@ extern "C" int MORVILnxSetIPNetmask(const char *name, const char *address, const
         return MORV_FAIL(code, -1);
     }
     if (int code = apply(name, address, netmask, broadcast)) return MORV_FAIL(code, -1);
-    backup.keep_change();
+    backup.keep_change(name);
     return 0;
 }

@@ -7,7 +7,7 @@
 
 namespace morv {
 
-bool SettingsChange::add(Hash &hash, const char *key, const char *value) noexcept {
+bool SettingsChange::add(HashPtr &hash, const char *key, const char *value) noexcept {
     constexpr int kSize = 1024;
     if (!hash) hash.reset(PshMLIBSzHashAlloc(kSize));
     if (!hash) return false;

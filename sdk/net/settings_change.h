@@ -1,13 +1,10 @@
 // A change of an interface's configuration file.
 #pragma once
 
-#include <morvsdk/hash.h>
-
 #include <initializer_list>
-#include <memory>
 #include <utility>
 
-#include "core/base/guard.h"
+#include "core/text/list_guard.h"
 
 namespace morv {
 
@@ -21,10 +18,9 @@ class SettingsChange {
     int write(const char *path) noexcept;
 
   private:
-    using Hash = std::unique_ptr<MLIBSZHASH, Releaser<MLIBSzHashFree>>;
-    static bool add(Hash &hash, const char *key, const char *value) noexcept;
+    static bool add(HashPtr &hash, const char *key, const char *value) noexcept;
 
-    Hash set_, remove_;
+    HashPtr set_, remove_;
 };
 
 }  // namespace morv

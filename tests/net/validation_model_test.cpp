@@ -230,8 +230,8 @@ class Texts {
         static constexpr const char *kParts[] = {"a",    "Z", "9", "_", "-",    "host",     "mail",
                                                  ".",    ".", "@", "~", "\x7f", "\xc3\xbc", "\xff",
                                                  "\x80", "!", "{", "`", "/",    "^"};
-        std::string text;
-        for (size_t count = below(12); count > 0; --count)
+        std::string text = one_in(5) ? std::string(12 + below(5), 'h') : "";
+        for (size_t count = text.empty() ? below(12) : 0; count > 0; --count)
             text += any(kParts);
         if (one_in(50)) text += std::string(505 + below(16) - std::min<size_t>(text.size(), 100), 'a');
         return text;

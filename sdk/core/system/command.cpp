@@ -25,6 +25,7 @@
 #include "core/file/lock_table.h"
 #include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
+#include "core/text/name_rule.h"
 
 namespace morv {
 
@@ -34,8 +35,7 @@ namespace {
 constexpr char kShell[] = "/bin/sh";
 
 bool is_plain(char c) noexcept {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           (c != '\0' && strchr("_-./:,=+@%", c));
+    return is_letter_or_digit(c) || (c != '\0' && strchr("_-./:,=+@%", c));
 }
 
 void append_word(std::string &command, std::string_view text) {

@@ -12,15 +12,12 @@
 #include "core/file/sys_path.h"
 #include "core/text/field_text.h"
 #include "core/text/lines.h"
+#include "core/text/name_rule.h"
 #include "core/text/trim.h"
 
 namespace morv {
 
 namespace {
-
-bool is_letter_or_digit(char c) noexcept {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
 
 bool ask(int fd, unsigned long what, const char *name, ifreq &request) noexcept {
     memset(&request, 0, sizeof request);

@@ -90,6 +90,14 @@ int read_pid_file(const char *path) noexcept {
     return number > 1 && number <= INT32_MAX ? static_cast<int>(number) : 0;
 }
 
+int reload_daemon(const char *pid_file, std::string_view name) noexcept {
+    Process daemon;
+    char room[64];
+    if (!daemon.open(read_pid_file(pid_file)) || daemon.name(room).find(name) == std::string_view::npos)
+        return 0;
+    return daemon.signal(SIGHUP) ? 1 : -1;
+}
+
 bool Process::open(int pid) noexcept {
     if (pid <= 1 || has_system_root()) return false;
     pid_ = pid;

@@ -53,15 +53,18 @@ bool is_one_of(std::span<const uint32_t> own, uint32_t address) noexcept {
 
 // Where the own line begins; npos when there is none.
 size_t find_own(std::string_view hosts, std::string_view old_name, std::span<const uint32_t> own) {
-    size_t by_address = hosts.npos;
+    size_t by_name = hosts.npos, by_address = hosts.npos;
     for (const std::string_view text : Lines(hosts)) {
         const HostLine line = parse(text);
         if (line.address == 0) continue;
         const size_t at = size_t(text.data() - hosts.data());
-        if (!old_name.empty() && has_name(line, old_name)) return at;
-        if (by_address == hosts.npos && is_one_of(own, line.address)) by_address = at;
+        const bool named = !old_name.empty() && has_name(line, old_name);
+        const bool addressed = is_one_of(own, line.address);
+        if (named && addressed) return at;
+        if (named && by_name == hosts.npos) by_name = at;
+        if (addressed && by_address == hosts.npos) by_address = at;
     }
-    return by_address;
+    return by_name == hosts.npos ? by_address : by_name;
 }
 
 void append_line(std::string &out, uint32_t address, std::span<const std::string_view> names,

@@ -50,10 +50,11 @@ inline const char *read_digits(const char *at, const char *end, uint32_t most, u
     uint32_t value = 0;
     if (at == end || *at != '0') {
         at = read_digits<10>(at, end, most, value);
-    } else if (end - at > 2 && (at[1] == 'x' || at[1] == 'X') && digit_of<16>(at[2]) < 16) {
+    } else if (end - at > 1 && (at[1] == 'x' || at[1] == 'X')) {
+        // To strtol a "0x" without a digit is the number 0 and an "x". No "x" may follow a number, so that it
+        // is refused either way.
         at = read_digits<16>(at + 2, end, most, value);
     } else {
-        // A "0x" that no digit follows is the number 0 and an "x".
         at = read_digits<8>(at, end, most, value);
     }
     number = int32_t(negative ? 0 - value : value);
