@@ -166,7 +166,7 @@ MORV_API int BlMORVLnxIsDHCP(const char *name) MORV_NOEXCEPT;
  *
  * A static one: the file is written, a DHCP client ended, the kernel given the address ("/sbin/ifconfig"),
  * the host name's line in "/etc/hosts" brought to it; when one of these fails, the file becomes again what
- * it was, as far as a copy of it could be made before.
+ * it was.
  * DHCP: a client is ended, another one started ("/sbin/dhcpcd"), which may take 30 seconds, and only when
  * it has an address is the file written. Either way the default route then is mended if need be; that does
  * not fail the call.

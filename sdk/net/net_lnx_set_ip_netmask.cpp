@@ -17,6 +17,7 @@
 #include "core/base/no_throw.h"
 #include "core/file/attributes.h"
 #include "core/file/family_lock.h"
+#include "core/file/file_edit.h"
 #include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
@@ -65,12 +66,15 @@ class Backup {
         syslog(LOG_ERR, "%s(%d): copy (%s, %s) failed.(strerror=%s)", MORV_STEM, __LINE__, path, backup_,
                strerror(errno));
         unlink(backup_);  // it may be a part of a copy
+        is_held_ = original_.open(path, FileEdit::kMustExist, ERR_READ_FAILED) == 0;
     }
     ~Backup() {
         const int saved = errno;
         if (is_made_) {
             if (rename(backup_, path_) != 0) syslog(LOG_ERR, "%s(%d): rename fail.", MORV_STEM, __LINE__);
-        } else if (!exists_ && !is_kept_) {
+        } else if (!is_kept_ && is_held_) {
+            original_.commit(original_.text());
+        } else if (!is_kept_ && !exists_) {
             unlink(path_);
         }
         errno = saved;
@@ -97,7 +101,9 @@ class Backup {
     const char *path_;
     bool exists_;
     bool is_made_ = false;
+    bool is_held_ = false;  // in memory, as no copy could be made
     bool is_kept_ = false;
+    FileEdit original_;
     char backup_[PATH_MAX + 32] = "";
 };
 

@@ -133,10 +133,53 @@ TEST(NetSetCard, ThatFailsLeavesTheFileAsItWas) {
     EXPECT_TRUE(locks_are_free());
 
     root.write("etc/sysconfig/network", "A=1\n");
-    root.tool("bin/cp", "exit 1");
+    root.tool("bin/cp", "echo half >\"$3\"; exit 1");
+    root.tool("sbin/ifconfig", "exit 1");
+    EXPECT_TRUE(gives(-1, ERR_OP_FAILURE, MORVNetSetCard1(&card, nullptr)));
+    EXPECT_EQ(root.settings(), kDhcp) << "although no copy could be made";
+    EXPECT_EQ(root.settings_files(), std::vector<std::string>{"ifcfg-eth0"});
+    root.tool("sbin/ifconfig");
     logged.clear();
     EXPECT_EQ(MORVNetSetCard1(&card, nullptr), 0) << "no name is stored, and no backup could be made";
     EXPECT_NE(logged.find("failed.(strerror="), logged.npos);
+}
+
+TEST(NetSetCard, ThatFailsKeepsModeAndLinkOfTheFile) {
+    CardRoot root;
+    const std::string file = root.path(root.settings_of("eth0")),
+                      elsewhere = root.write("etc/cards/eth0", kDhcp);
+    unlink(file.c_str());
+    ASSERT_EQ(symlink("../../cards/eth0", file.c_str()), 0);
+    ASSERT_EQ(chmod(elsewhere.c_str(), 0666), 0);
+    root.write(root.settings_of("eth0") + ".tmp", "somebody's");
+    root.tool("sbin/ifconfig", "exit 1");
+    const NET_CARD card = static_card("eth0", "192.168.1.10", "255.255.255.0");
+    EXPECT_EQ(MORVNetSetCard1(&card, nullptr), -1);
+    EXPECT_EQ(root.read("etc/cards/eth0"), kDhcp);
+    EXPECT_EQ(mode_of(elsewhere), 0666U);
+    root.tool("sbin/ifconfig");
+    EXPECT_EQ(MORVNetSetCard1(&card, nullptr), 0);
+    EXPECT_EQ(root.sorted_lines(root.read("etc/cards/eth0")), root.sorted_lines(kStatic));
+    EXPECT_EQ(root.settings_files(), (std::vector<std::string>{"ifcfg-eth0", "ifcfg-eth0.tmp"}));
+}
+
+TEST(NetSetCard, GivesTheHostNameTheAddressOfTheInterfaceThatWasSet) {
+    NetRoot root;
+    root.interface("tun0", kUp | IFF_POINTOPOINT, "10.8.0.1/255.255.255.255");
+    root.card("eth1", kStatic, "10.0.0.1/255.0.0.0");
+    root.card("eth0", kStatic, "192.168.1.5/255.255.255.0");
+    root.routes("");
+    root.write("etc/sysconfig/network", "HOSTNAME=nas\n");
+    root.write("etc/hosts", "192.168.1.5\tnas\n");
+    const auto set = [&](const char *name, const char *address) {
+        const NET_CARD card = static_card(name, address, "255.255.255.0");
+        EXPECT_EQ(MORVNetSetCard1(&card, nullptr), 0);
+        return root.read("etc/hosts");
+    };
+    EXPECT_EQ(set("eth0", "192.168.1.10"), "192.168.1.10\tnas\n");
+    EXPECT_EQ(set("eth1", "10.0.0.2"), "192.168.1.10\tnas\n") << "it has an address of ours";
+    root.write("etc/hosts", "10.0.0.2\tnas\n");
+    EXPECT_EQ(set("eth1", "10.0.0.3"), "10.0.0.3\tnas\n");
 }
 
 TEST(NetSetCard, ByDhcpStartsTheClientAndThenWritesTheFile) {

@@ -167,8 +167,12 @@ TEST(NetRoute, IsMendedWhenAnInterfaceReachesTheStoredGateway) {
     root.routes(route_line("192.168.1.1", 3, 0));
     EXPECT_EQ(check("192.168.1.1"), 0) << "it is the default route already";
     EXPECT_EQ(check("192.168.1.2"), 1);
-    root.tool("sbin/route", "exit 1");
+    for (const char *no_host : {"192.168.1.10", "192.168.1.0", "192.168.1.255"})
+        EXPECT_EQ(check(no_host), 0) << no_host;
+    root.calls();
+    root.tool("sbin/route", "test \"$4\" != 192.168.1.2");
     EXPECT_TRUE(gives(-1, ERR_OP_FAILURE, check("192.168.1.2")));
+    EXPECT_TRUE(root.calls().ends_with("route add default gw 192.168.1.1\n")) << "the former way out is back";
     EXPECT_TRUE(locks_are_free());
 }
 
@@ -241,6 +245,57 @@ TEST(NetHostname, IsStoredAndItsHostsLineFollows) {
     unlink(root.path("proc/net/dev").c_str());
     EXPECT_EQ(MORVLnxSetHostname("files"), 0);
     EXPECT_NE(root.read("etc/hosts").find("192.168.1.10\tfiles\n"), std::string::npos);
+}
+
+TEST(NetSettings, AreWholeWhateverFails) {
+    NetRoot root;
+    const struct {
+        const char *file, *before, *after;
+        std::function<int()> set;
+    } cases[] = {
+        {"etc/sysconfig/network", "HOSTNAME=nas", "HOSTNAME=nas\nGATEWAY=10.0.0.1\n",
+         [] { return MORVNetDefaultGatewaySet("10.0.0.1"); }},
+        {"etc/sysconfig/network", "GATEWAY=10.0.0.1\nA=1", "A=1",
+         [] { return MORVNetDefaultGatewaySet(""); }},
+        {"etc/morvinfo.conf", "a=\"b\"", "a=\"b\"\neth0_mtu=\"9000\"\n",
+         [] { return MORVConfSetMTUValue("9000", "eth0"); }},
+    };
+    for (const auto &c : cases) {
+        const int faults = for_each_sys_fault([&](Sys which, int nth) {
+            root.write(c.file, c.before);
+            bool reached;
+            int result;
+            {
+                const SysFault fault(which, nth);
+                result = c.set();
+                reached = fault.reached();
+            }
+            const std::string text = root.read(c.file), what = sys_name(which) + std::to_string(nth);
+            EXPECT_TRUE(text == c.after || (result != 0 && text == c.before)) << what << text;
+            EXPECT_TRUE(locks_are_free()) << what;
+            return reached;
+        });
+        EXPECT_GT(faults, 5);
+    }
+}
+
+TEST(NetSettings, AreRefusedAndLoggedWhileAnotherProcessHoldsThem) {
+    NetRoot root;
+    root.write("etc/resolv.conf", "nameserver 1.2.3.4\n");
+    const Holder holder(MORV_LOCK_NW | MORV_LOCK_MORVINFO | MORV_LOCK_WRITE);
+    char buffer[32];
+    const auto is_refused = [](const char *line, int result) {
+        const bool said = logged.find(line) != logged.npos;
+        logged.clear();
+        return gives(-1, ERR_LOCK_FAILED, result) && said;
+    };
+    logged.clear();
+    EXPECT_TRUE(is_refused("7 net_dns_get:", MORVNetDNSGet(buffer, sizeof buffer)));
+    EXPECT_TRUE(is_refused("3 net_dns_set:", MORVNetDNSSet("10.0.0.1")));
+    EXPECT_TRUE(is_refused("3 net_default_gateway_set:", MORVNetDefaultGatewaySet("10.0.0.1")));
+    EXPECT_TRUE(is_refused("Failed to lock morvinfo(400)", MORVConfSetMTUValue("9000", "eth0")));
+    EXPECT_TRUE(is_refused("3 net_lnx_set_hostname:", MORVLnxSetHostname("nas")));
+    EXPECT_EQ(root.calls(), "");
 }
 
 TEST(NetHostname, IsSetInBothFilesOrInNone) {

@@ -5,6 +5,8 @@
 #include <string.h>
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 #include "morvctl/net_change.h"
 #include "morvctl/record_event.h"
@@ -180,8 +182,7 @@ int set_static(const Session &session, const NetArgs &args) {
         }
         record_event(session, MORV_EVENT_ADDRESS_SET, {name, card.address, card.netmask});
         if (preview && is_near && !args.gateway) preview->settle_route(old_gateway);
-        if (preview && !host_name.empty())
-            preview->settle_host_name(host_name, addresses_of(networks, name));
+        if (preview && !host_name.empty()) preview->settle_host_name(host_name, addresses_of(networks, name));
         follow_up(name + " has the address " + card.address, [&] {
             if (args.gateway) store_gateway(session, new_gateway);
             if (args.name_server) store_name_server(session, new_server, report);
