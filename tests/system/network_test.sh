@@ -170,7 +170,7 @@ names_and_routes() {
 
 dhcp() {
     local former
-    expect "an address by DHCP, with the stored gateway" becomes "eth0=dhcp:$lan hosts=stale" net set-dhcp eth0
+    expect "an address by DHCP, with the stored gateway" becomes "eth0=dhcp:$lan hosts=*" net set-dhcp eth0
     former=$(clients eth0)
     expect "again" becomes "" net set-dhcp eth0
     expect "by another client" test "$former" != "$(clients eth0)"
@@ -189,7 +189,7 @@ faults() {
     expect "without a DHCP server the old address stays" stays net set-dhcp eth0
     expect "and can be changed" becomes "eth0=192.168.7.23/24 hosts=192.168.7.23" static 23
     dhcp_server start
-    expect "with one it is an address by DHCP" becomes "eth0=dhcp:$lan hosts=stale" net set-dhcp eth0
+    expect "with one it is an address by DHCP" becomes "eth0=dhcp:$lan hosts=*" net set-dhcp eth0
     for fault in 'exit 1' 'kill -KILL $$' ''; do
         replace ifconfig "$fault"
         now[eth0]=idle:$lan
@@ -199,7 +199,7 @@ faults() {
         replace ifconfig "$fault"
         expect "while ifconfig is \"$fault\", a static address stays" stays static 25
         replace ifconfig
-        expect "and can be changed" becomes "eth0=dhcp:$lan hosts=stale" net set-dhcp eth0
+        expect "and can be changed" becomes "eth0=dhcp:$lan hosts=*" net set-dhcp eth0
     done
 
     expect "the client's end is survived" kill -KILL "$(clients eth0)"
@@ -212,11 +212,11 @@ faults() {
     sleep 1000 &
     innocent=$!
     echo $innocent >/etc/dhcpc/dhcpcd-eth0.pid
-    expect "a pid file of yesterday" becomes "eth0=dhcp:$lan hosts=stale" net set-dhcp eth0
+    expect "a pid file of yesterday" becomes "eth0=dhcp:$lan hosts=*" net set-dhcp eth0
     expect "ends nobody else" kill -0 $innocent
     expect "static" becomes "eth0=192.168.7.23/24 hosts=192.168.7.23" static 23
     echo 0 >/etc/dhcpc/dhcpcd-eth0.pid
-    expect "one of no process" becomes "eth0=dhcp:$lan hosts=stale" net set-dhcp eth0
+    expect "one of no process" becomes "eth0=dhcp:$lan hosts=*" net set-dhcp eth0
     expect "static" becomes "eth0=192.168.7.23/24 hosts=192.168.7.23" static 23
 
     # The server hangs, so that the client can be ended while it waits.
@@ -225,7 +225,7 @@ faults() {
     expect "a client that is killed while it waits" stays set_dhcp_and_kill
     kill -CONT "$server"
     rm /run/network/seconds
-    expect "and can be changed" becomes "eth0=dhcp:$lan hosts=stale" net set-dhcp eth0
+    expect "and can be changed" becomes "eth0=dhcp:$lan hosts=*" net set-dhcp eth0
     expect "to a static address, too" becomes "eth0=192.168.7.23/24 hosts=192.168.7.23" static 23
 }
 set_dhcp_and_kill() {
@@ -263,7 +263,7 @@ ends() {
         [[ $signal == KILL ]] && least=15 || least=4
         expect "ended by SIG$signal on the way to a static address" ended $signal $least \
             "eth0=192.168.7.31/24 hosts=192.168.7.31" morvctl net set-static eth0 192.168.7.31 255.255.255.0
-        expect "ended by SIG$signal on the way to DHCP" ended $signal $((least / 2)) "eth0=dhcp:$lan hosts=stale" morvctl net set-dhcp eth0
+        expect "ended by SIG$signal on the way to DHCP" ended $signal $((least / 2)) "eth0=dhcp:$lan hosts=*" morvctl net set-dhcp eth0
         expect "static" becomes "eth0=192.168.7.23/24 hosts=192.168.7.23" static 23
     done
 }
@@ -280,7 +280,7 @@ two_at_once() {
     reader=$!
     for i in {1..14}; do
         first=static\ 30 outcome="eth0=192.168.7.30/24 hosts=192.168.7.30"
-        ((i <= 10)) || first="net set-dhcp eth0" outcome="eth0=dhcp:$lan hosts=stale"
+        ((i <= 10)) || first="net set-dhcp eth0" outcome="eth0=dhcp:$lan hosts=*"
         $first &
         first=$!
         static 40 255.255.255.128 &
@@ -336,7 +336,7 @@ inside() {
     faults
     ends
     expect "two at once" two_at_once
-    expect "an address by DHCP" becomes "eth0=dhcp:$lan hosts=stale" net set-dhcp eth0
+    expect "an address by DHCP" becomes "eth0=dhcp:$lan hosts=*" net set-dhcp eth0
     image
     echo "$failures failures"
     exit $((failures > 0))

@@ -196,6 +196,14 @@ int set_static(const Session &session, const NetArgs &args) {
     return change_net(session, {kHostLocks, name, true}, apply, tell);
 }
 
+// The library brings the host name's line in "/etc/hosts" to a static address, but not to a leased one.
+static void follow_address() {
+    const std::string name = read_host_name();
+    if (!judge_host(name).is_valid()) return;
+    clear_errors();
+    if (MORVLnxSetHostname(name.c_str()) != 0) fail_net("bring the host name to the new address");
+}
+
 int set_dhcp(const Session &session, const NetArgs &args) {
     const std::string name = need_interface(session, args.name);
     const auto apply = [&](Report &report, NetPreview *) {
@@ -218,6 +226,7 @@ int set_dhcp(const Session &session, const NetArgs &args) {
         }
         if (answer != 0) fail_address("get an address for " + name + " by DHCP", name, former.current);
         record_event(session, MORV_EVENT_ADDRESS_BY_DHCP, {name});
+        follow_up(name + " has an address by DHCP", follow_address);
     };
     return change_net(session, {kHostLocks, name, false}, apply,
                       [&](Report &report) { tell_card(session, name, report); });

@@ -7,7 +7,7 @@ view.py SETTING=WANTED ...
     ethN=dhcp:NETWORK/PREFIX    a leased address in it; "idle:" instead of "dhcp:" when its client has been killed
     host, dns, gateway          the host name, the name server and the stored gateway
     route                       the gateway of the default route
-    hosts                       the address of the host name in /etc/hosts; "*" is any of ours, "stale" is any at all
+    hosts                       the address of the host name in /etc/hosts; "*" is any of ours
 
 An empty value means: none. Complaints go to standard output."""
 import glob, ipaddress, json, os, socket, subprocess, sys
@@ -105,8 +105,7 @@ same(f"lines for {wanted['host']} in /etc/hosts", len(named), 1)
 same("other lines of /etc/hosts", [line for line in text("/etc/hosts").splitlines() if line.split() not in named],
      ["127.0.0.1\tlocalhost", "192.0.2.99\tprinter # kept"])
 for line in named:
-    # DHCP does not bring it to the address; a static address, and another name, do.
-    if wanted["hosts"] != "stale" and line[0] not in (addresses if wanted["hosts"] == "*" else [wanted["hosts"]]):
+    if line[0] not in (addresses if wanted["hosts"] == "*" else [wanted["hosts"]]):
         complaints.append(f"/etc/hosts has {line[0]} for {wanted['host']}, which is not among {addresses}")
 
 # ---- What morvctl says of it ----
