@@ -18,8 +18,8 @@
  *               unless a function says otherwise. Commands log what failed (syslog, priority error).
  *   Locks       Interface addresses and the host name lie under MORV_LOCK_HOST, the name server and the
  *               gateway under MORV_LOCK_NW, the MTU under MORV_LOCK_MORVINFO. The functions take them (but
- *               for MORVNetDefaultGatewayGetConf and MORVConfGetMTUValue, which read one file once), and wait
- *               five seconds for each. Who needs two takes MORV_LOCK_HOST first.
+ *               for MORVNetDefaultGatewayGetConf and MORVConfGetMTUValue, which read one file once), and
+ *               wait five seconds for each. Who needs two takes MORV_LOCK_HOST first.
  *   Interfaces  The name of an interface has 1 to 15 letters, digits, "_", "-", "." and ":", begins with
  *               a letter, a digit or "_" and holds no "..": it becomes a part of paths and commands.
  *               Another is refused with ERR_BAD_PARAMETERS.
@@ -210,7 +210,7 @@ MORV_API int MORVNetDefaultGatewayGetConf(char *buffer, int size) MORV_NOEXCEPT;
  * address: null or "" removes both. It is not checked: BlMLIBIsIpAddr does that. One that begins with "-",
  *          holds a line feed or nothing but blanks is refused.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, a code of MLIBFileSetKeyValue, or
- * ERR_OP_FAILURE: it is stored, but the kernel has not taken it, and there is no default route. */
+ * ERR_OP_FAILURE: it is stored, but the kernel has not taken it, and the former default route stays. */
 MORV_API int MORVNetDefaultGatewaySet(const char *address) MORV_NOEXCEPT;
 
 /* Reads the gateway of the kernel's default route ("/proc/net/route"): that with the smallest metric.

@@ -89,7 +89,10 @@ int read_old_name(char (&name)[256]) noexcept {
     const KeptError before;
     if (MORVLnxGetHostname(name, sizeof name) == 0) return 0;
     const int code = MLIBErrGet();
-    if (code != ERR_KEY_NOT_FOUND && !(code == ERR_OPEN_FAILED && errno == ENOENT)) return code;
+    // One that is longer than any name is none.
+    if (code != ERR_KEY_NOT_FOUND && code != ERR_NOT_ENOUGH_MEMORY &&
+        !(code == ERR_OPEN_FAILED && errno == ENOENT))
+        return code;
     before.restore();
     return 0;
 }

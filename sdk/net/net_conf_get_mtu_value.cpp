@@ -1,11 +1,10 @@
 #include <errno.h>
-#include <morvsdk/file.h>
 #include <morvsdk/net.h>
 #include <syslog.h>
 
 #include "core/base/fail.h"
-#include "core/base/kept_error.h"
 #include "core/base/log.h"
+#include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "core/text/field_text.h"
 #include "net/mtu_key.h"
@@ -17,16 +16,11 @@ extern "C" int MORVConfGetMTUValue(const char *name, char *buffer, int size) noe
         syslog(LOG_DEBUG, "%s (%d) Bad parameter.", MORV_STEM, __LINE__);
         return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     }
-    const KeptError before;
     const SysPath path(kMtuFile);
-    const int length = MLIBFileGetKeyValue(path.c_str(), MtuKey(name).text, buffer, size, 0);
-    if (length > 0) return 0;
-    const bool is_missing = length == 0 || (MLIBErrGet() == ERR_OPEN_FAILED && errno == ENOENT);
-    if (!is_missing || !copy_text({buffer, size_t(size)}, "1500")) {
-        const int code = is_missing ? ERR_NOT_ENOUGH_MEMORY : MLIBErrGet();
-        return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read the MTU of %s, morverr=[0x%04X]", name,
-                             unsigned(code));
-    }
-    before.restore();
-    return 0;
+    int code = read_key_value(path.c_str(), MtuKey(name).text, {buffer, size_t(size)});
+    if (code == ERR_KEY_NOT_FOUND || (code == ERR_OPEN_FAILED && errno == ENOENT))
+        code = copy_text({buffer, size_t(size)}, "1500") ? 0 : ERR_NOT_ENOUGH_MEMORY;
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read the MTU of %s, morverr=[0x%04X]", name,
+                         unsigned(code));
 }

@@ -1,9 +1,9 @@
-#include <morvsdk/file.h>
 #include <morvsdk/net.h>
 #include <syslog.h>
 
 #include "core/base/fail.h"
 #include "core/base/log.h"
+#include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 
 using namespace morv;
@@ -14,7 +14,8 @@ extern "C" int MORVNetDefaultGatewayGetConf(char *buffer, int size) noexcept {
         return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     }
     const SysPath path("/etc/sysconfig/network");
-    if (MLIBFileGetKeyValue(path.c_str(), "GATEWAY", buffer, size, 0) > 0) return 0;
-    MORV_LOG(LOG_DEBUG, "No default gateway is stored, morverr=[0x%04X]", unsigned(MLIBErrGet()));
-    return -1;
+    const int code = read_key_value(path.c_str(), "GATEWAY", {buffer, size_t(size)});
+    if (code == 0) return 0;
+    return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "No default gateway can be read, morverr=[0x%04X]",
+                         unsigned(code));
 }

@@ -10,6 +10,7 @@
 #include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "core/system/routes.h"
+#include "core/text/ipv4.h"
 #include "core/text/key_lines.h"
 #include "core/text/trim.h"
 
@@ -41,6 +42,12 @@ static int set_gateway(const char *address) noexcept {
         return 0;
     }
     if (!is_usable(address)) return ERR_BAD_PARAMETERS;
+    // What counts as an address has more forms than the tool knows.
+    char normal[MORV_IP_TEXT_SIZE];
+    if (uint32_t number; parse_dotted(address, number)) {
+        write_dotted(normal, number);
+        address = normal;
+    }
     if (int code = set_key_value(path.c_str(), kKey, address, "%s=%s\n")) return code;
     return set_default_route(address) == 0 ? 0 : ERR_OP_FAILURE;
 }

@@ -43,7 +43,7 @@ bool read_addresses(const char *path, bool waits, NET_CARD &card) noexcept {
 }
 
 // Answers 1, or 0 when it cannot be filled.
-int fill(const NET_INTERFACE &entry, NET_CARD &card) noexcept {
+int fill(const NET_INTERFACE &entry, FamilyLock &lock, NET_CARD &card) noexcept {
     if (!is_interface_name(entry.name)) return 0;
     NET_CARD filled;
     memset(&filled, 0, sizeof filled);
@@ -51,6 +51,8 @@ int fill(const NET_INTERFACE &entry, NET_CARD &card) noexcept {
     memcpy(filled.hardware, entry.hardware, sizeof filled.hardware);
     filled.hasLink = (entry.link & 2) ? 1 : 0;
     filled.isStatic = BlMORVLnxIsDHCP(entry.name) ? 0 : 1;
+    // The lease is the client's: who waits for it need not keep others from settings.
+    if (!filled.isStatic) lock.release();
     const InterfaceFile file =
         filled.isStatic ? InterfaceFile::settings(entry.name) : InterfaceFile::lease(entry.name);
     if (!read_addresses(file.path(), !filled.isStatic, filled)) return 0;
@@ -68,7 +70,7 @@ bool has_address(const NET_INTERFACE &entry, const char *address) noexcept {
 extern "C" int MORVNetGetCard1(int index, const char *address, NET_CARD *card) noexcept {
     if (!card || (!address && (index < 0 || index >= MORV_NET_MAX_CARDS)))
         return MORV_LOG_FAIL(LOG_ERR, ERR_BAD_PARAMETERS, -1, "Bad parameters");
-    const FamilyLock lock(MORV_LOCK_HOST | MORV_LOCK_READ);
+    FamilyLock lock(MORV_LOCK_HOST | MORV_LOCK_READ);
     if (!lock.is_held()) return MORV_LOG_FAIL(LOG_ERR, ERR_LOCK_FAILED, -1, "ErrMLIBFileLock failed.");
 
     NET_INTERFACE entries[MORV_NET_MAX_CARDS];
@@ -78,9 +80,9 @@ extern "C" int MORVNetGetCard1(int index, const char *address, NET_CARD *card) n
                count == 0 ? "No interface." : "Get interface info fail.");
         return count;
     }
-    if (!address) return index < count ? fill(entries[index], *card) : 0;
+    if (!address) return index < count ? fill(entries[index], lock, *card) : 0;
     for (int i = 0; i < count; ++i) {
-        if (has_address(entries[i], address)) return fill(entries[i], *card);
+        if (has_address(entries[i], address)) return fill(entries[i], lock, *card);
     }
     return 0;
 }

@@ -76,11 +76,8 @@ extern "C" int MORVILnxCheckRoute(void) noexcept {
     }
     if (find_default_gateway(current) != 0) current = 0;
     if (current == gateway) return 0;
-    char text[MORV_IP_TEXT_SIZE], former[MORV_IP_TEXT_SIZE];
+    char text[MORV_IP_TEXT_SIZE];
     write_dotted(text, gateway);
     if (set_default_route(text) == 0) return 1;
-    // A way out that is not the wanted one is better than none.
-    write_dotted(former, current);
-    if (current != 0) set_default_route(former);
     return MORV_LOG_FAIL(LOG_ERR, ERR_OP_FAILURE, -1, "Failed to make %s the default gateway", text);
 }

@@ -1,9 +1,9 @@
 #include <errno.h>
-#include <morvsdk/file.h>
 #include <morvsdk/net.h>
 #include <unistd.h>
 
 #include "core/base/fail.h"
+#include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "core/text/field_text.h"
 
@@ -13,7 +13,8 @@ extern "C" int MORVLnxGetHostname(char *buffer, int size) noexcept {
     if (!buffer || size < 1) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     if (has_system_root()) {
         const SysPath path("/etc/sysconfig/network");
-        return MLIBFileGetKeyValue(path.c_str(), "HOSTNAME", buffer, size, 0) > 0 ? 0 : -1;
+        const int code = read_key_value(path.c_str(), "HOSTNAME", {buffer, size_t(size)});
+        return code == 0 ? 0 : MORV_FAIL(code, -1);
     }
     char name[256];
     if (gethostname(name, sizeof name) != 0) return MORV_FAIL(ERR_OP_FAILURE, -1);

@@ -2,39 +2,24 @@
 #include <morvsdk/net.h>
 #include <syslog.h>
 
+#include <string_view>
+
 #include "core/base/fail.h"
 #include "core/base/log.h"
 #include "core/file/family_lock.h"
-#include "core/file/file_text.h"
 #include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "core/system/interfaces.h"
-#include "core/text/field_text.h"
-#include "core/text/key_lines.h"
-#include "core/text/trim.h"
 #include "net/interface_file.h"
 
 using namespace morv;
 
-namespace {
-
-// Answers an error code.
-int read_protocol(const char *path, std::span<char> protocol) noexcept {
-    FileText file;
-    if (int code = file.load_bounded(path, kInterfaceFileMost)) return code;
-    const KeyLine line = parse_key_line(find_key_line(file.view(), "BOOTPROTO"));
-    if (!line.has_value) return ERR_KEY_NOT_FOUND;
-    return copy_text(protocol, trim(line.value)) ? 0 : ERR_NOT_ENOUGH_MEMORY;
-}
-
 // Whether the file is there and whole, so that what it lacks can be added, or is not there at all. One that
 // cannot be read just now must not be changed for that.
-bool is_repairable(int code) noexcept {
+static bool is_repairable(int code) noexcept {
     return code == ERR_KEY_NOT_FOUND || code == ERR_NOT_ENOUGH_MEMORY ||
            (code == ERR_OPEN_FAILED && errno == ENOENT);
 }
-
-}  // namespace
 
 extern "C" int BlMORVLnxIsDHCP(const char *name) noexcept {
     if (!name || !is_interface_name(name))
@@ -46,7 +31,7 @@ extern "C" int BlMORVLnxIsDHCP(const char *name) noexcept {
     }
     const SysPath path(InterfaceFile::settings(name).path());
     char protocol[16];
-    int code = read_protocol(path.c_str(), protocol);
+    int code = read_key_value(path.c_str(), "BOOTPROTO", protocol);
     if (code == 0) return std::string_view(protocol) == "dhcp";
     const bool repairs = is_repairable(code);
     syslog(LOG_ERR, "%s(%d) Get BOOTPROTO failed.(%X)", MORV_STEM, __LINE__, unsigned(code));

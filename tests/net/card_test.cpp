@@ -48,6 +48,7 @@ TEST(NetCard, ByDhcpHasTheAddressOfTheLeaseAndWaitsForIt) {
     while_waiting = [&] {
         // The client has only just begun to write when it is first looked at.
         if (++naps == 1) root.write(lease, "IPADDR=10.1.0.7\n");
+        EXPECT_TRUE(locks_are_free()) << "nobody is kept from settings meanwhile";
         if (naps == 5) root.write(lease, "IPADDR=10.1.0.7\nNETMASK=255.255.0.0\n");
     };
     NET_CARD card;
@@ -110,6 +111,25 @@ TEST(NetCard, WithoutAProtocolIsStaticAndItsFileSaysSoFromThenOn) {
         EXPECT_TRUE(refuses(0, BlMORVLnxIsDHCP(name))) << name;
     EXPECT_TRUE(refuses(0, BlMORVLnxIsDHCP(nullptr)));
     EXPECT_EQ(root.settings_files(), (std::vector<std::string>{"ifcfg-eth0", "ifcfg-eth5"}));
+}
+
+TEST(NetCard, IsNeitherHeldUpByAPipeNorWritableForAll) {
+    NetRoot root;
+    root.interface("eth0", kUp);
+    ASSERT_EQ(mkfifo(root.path(root.settings_of("eth0")).c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(root.path("etc/resolv.conf").c_str(), 0600), 0);
+    NET_CARD card;
+    char buffer[32];
+    EXPECT_EQ(MORVNetGetCard1(0, nullptr, &card), 0);
+    EXPECT_EQ(MORVNetDNSGet(buffer, sizeof buffer), 0);
+    const mode_t old = umask(0);
+    BlMORVLnxIsDHCP("eth7");
+    MORVNetDefaultGatewaySet("10.0.0.1");
+    MORVConfSetMTUValue("1500", "eth0");
+    umask(old);
+    for (const std::string &file :
+         {root.settings_of("eth7"), std::string("etc/sysconfig/network"), std::string("etc/morvinfo.conf")})
+        EXPECT_EQ(mode_of(root.path(file)), 0644U) << file;
 }
 
 TEST(NetCard, WhoseFileCannotBeReadJustNowIsNotMadeStatic) {

@@ -105,6 +105,9 @@ TEST(NetGateway, IsStoredUnquotedAndMadeTheDefaultRoute) {
     EXPECT_TRUE(gives(-1, ERR_NOT_ENOUGH_MEMORY, MORVNetDefaultGatewayGetConf(buffer, 5)));
     EXPECT_TRUE(refuses(-1, MORVNetDefaultGatewayGetConf(nullptr, 5)));
 
+    // An address in another form than the tool knows.
+    EXPECT_EQ(MORVNetDefaultGatewaySet(" 0x0A.0.0.+1"), 0);
+    EXPECT_EQ(root.calls(), "route delete default\nroute add default gw 10.0.0.1\n");
     // Whatever it holds, it is one word of the command.
     EXPECT_EQ(MORVNetDefaultGatewaySet("a; touch $MORV_ROOT/owned `x` \"'"), 0);
     EXPECT_FALSE(root.has("owned"));
@@ -112,6 +115,7 @@ TEST(NetGateway, IsStoredUnquotedAndMadeTheDefaultRoute) {
     const std::string before = root.read(file);
     EXPECT_TRUE(refuses(-1, MORVNetDefaultGatewaySet("-net")));
     EXPECT_TRUE(refuses(-1, MORVNetDefaultGatewaySet("1.2.3.4\nHOSTNAME=x")));
+    EXPECT_TRUE(refuses(-1, MORVNetDefaultGatewaySet(" \t")));
     EXPECT_EQ(root.read(file), before);
     EXPECT_EQ(root.calls(), "");
 
@@ -212,6 +216,9 @@ TEST(NetHostname, IsStoredAndItsHostsLineFollows) {
          "ours\n9.9.9.9 x",
          "# top\n\n127.0.0.1 localhost nas\n::1 nas\n1.2.3.4 printer box\n192.168.1.10\tnas.lan box files\t# "
          "ours\n9.9.9.9 x"},
+        // Who looks the name up gets the first line. One of another host has it besides, and stays.
+        {"192.168.1.77 nas\n192.168.1.10 nas\n", "192.168.1.10\tbox\n192.168.1.10 nas\n"},
+        {"1.2.3.4 printer nas\n", "1.2.3.4 printer nas\n192.168.1.10\tbox\n"},
         // No line has the name, but one has the address.
         {"10.0.0.1 files\n", "10.0.0.1\tbox files\n"},
         {"127.0.0.1 localhost", "127.0.0.1 localhost\n192.168.1.10\tbox\n"},

@@ -166,6 +166,7 @@ test_nonsense_and_what_cuts_off_is_refused() {
 2|set-static eth0 192.168.1.9|NETMASK is missing
 3|set-static eth0 10.0.0.2/8|eth1 has the address 10.0.0.2 already
 3|set-static eth0 192.168.2.9/24|gateway 192.168.1.1 would lie in no network
+3|set-static eth0 192.168.1.1/24|gateway 192.168.1.1 would lie in no network
 3|set-static eth0 192.168.2.9/24 --gateway 192.168.1.1|no host in a network
 3|gateway 172.16.0.1|no host in a network of the appliance (eth0 is in 192.168.1.0/24, eth1 is in 10.0.0.0/8)
 3|gateway 192.168.1.10|address of eth0 itself
@@ -198,6 +199,8 @@ test_dry_run_shows_diffs_and_commands_and_does_nothing() {
     [[ $out == *+IPADDR=192.168.1.20* && $out == *$'\n+192.168.1.20\tattic'* && $out == *$'\n  /sbin/ifconfig eth0 '* && $out != *"$TMPDIR"* ]] || fail "$out"
     mkdir -p "$root/etc/dhcpc" "$root/proc/4711"
     echo 4711 >"$root/etc/dhcpc/dhcpcd-eth0.pid"
+    echo dhcpcd >"$root/proc/4711/comm"
+    printf '/sbin/dhcpcd\0-n\0eth0\0-t\00030\0' >"$root/proc/4711/cmdline"
     before=$(state)
     expect_code 0 morvctl --json net set-dhcp eth0 --dry-run
     expect_value 4711 ended_process
@@ -205,9 +208,40 @@ test_dry_run_shows_diffs_and_commands_and_does_nothing() {
     expect_code 0 morvctl net hostname cellar --dry-run
     [[ $out == *+HOSTNAME=cellar* ]] || fail "$out"
     [[ $(state) == "$before" ]] || fail "a dry run has changed something"
+    # A number that is another program's by now.
+    echo sleep >"$root/proc/4711/comm"
+    expect_code 0 morvctl --json net set-dhcp eth0 --dry-run
+    [[ $out != *4711* ]] || fail "$out"
     expect_ran ''
     rm "$root/sbin/ifconfig"
     expect_failure 6 '*command for it failed or is missing*' morvctl net set-static eth0 192.168.1.20/24 --dry-run
+}
+
+test_a_dry_run_shows_the_hosts_that_the_change_then_makes() {
+    local text line
+    for text in '192.168.1.10 attic\n192.168.1.9 attic\n' '192.168.1.20 printer\n' '# none\n' '192.168.1.10 printer attic\n'; do
+        start
+        # shellcheck disable=SC2059  # a format
+        printf "$text" | tee "$root/etc/hosts" >"$TMPDIR/hosts"
+        expect_code 0 morvctl net set-static eth0 192.168.1.20/24 --dry-run
+        local shown=$out
+        expect_code 0 morvctl net set-static eth0 192.168.1.20/24
+        while read -r line; do
+            [[ $'\n'$shown == *$'\n'"$line"* ]] || fail "without '$line', which the change makes: $shown"
+        done < <(diff -U0 "$TMPDIR/hosts" "$root/etc/hosts" | tail -n +3 | grep '^[-+]')
+        ! cmp -s "$TMPDIR/hosts" "$root/etc/hosts" || fail "nothing was changed in $text"
+        rm "$TMPDIR/hosts"
+    done
+}
+
+test_a_way_out_that_is_stored_nowhere_is_not_lost() {
+    start
+    sed -i /GATEWAY/d "$root/etc/sysconfig/network"
+    expect_failure 3 '*default route by 192.168.1.1 is not stored*--gateway 192.168.1.1 keeps it*' \
+        morvctl net set-static eth0 192.168.1.20/24
+    expect_code 0 morvctl net set-static eth1 10.0.0.3/8
+    expect_code 0 morvctl net set-static eth0 192.168.1.20/24 --gateway 192.168.1.1
+    [[ $(key /etc/sysconfig/network GATEWAY) == 192.168.1.1 ]] || fail "it is not stored"
 }
 
 test_dhcp_and_its_failures_tell_what_holds() {

@@ -10,6 +10,7 @@
 
 #include "morvctl/net_change.h"
 #include "morvctl/record_event.h"
+#include "morvctl/target.h"
 
 namespace morvctl {
 
@@ -128,13 +129,35 @@ std::vector<uint32_t> addresses_of(const std::vector<Network> &networks, const s
     return addresses;
 }
 
-// Refuses to leave the stored gateway in no network when it is in one now.
-void check_old_gateway(const std::string &stored, const std::vector<Network> &after, bool force) {
-    const uint32_t address = parse_ipv4(stored);
-    if (force || address == 0 || !has_host(read_networks(), address) || has_host(after, address)) return;
-    refuse("the gateway " + stored +
-           " would lie in no network any more, and nothing beyond could be reached: --gateway ADDRESS sets "
-           "another, --force goes on without");
+// Refuses to lose the way out that there is: the stored gateway, which is to be another host of a network
+// then, too; or a default route that is stored nowhere, as a DHCP client sets it, and goes with the
+// address.
+void check_way_out(const std::string &name, const std::string &stored, const std::vector<Network> &after,
+                   bool force) {
+    if (force) return;
+    const auto before = read_networks();
+    if (const uint32_t address = parse_ipv4(stored); address != 0) {
+        if (!can_reach(before, address) || can_reach(after, address)) return;
+        refuse(
+            "the gateway " + stored +
+            " would lie in no network any more, and nothing beyond could be reached: --gateway ADDRESS sets "
+            "another, --force goes on without");
+    }
+    const std::string route = read_default_route();
+    const uint32_t address = parse_ipv4(route);
+    const bool goes = address != 0 && std::any_of(before.begin(), before.end(), [&](const Network &network) {
+                          return network.interface == name && network.has_host(address);
+                      });
+    if (!goes) return;
+    refuse("the default route by " + route + " is not stored, and would go with the old address: --gateway " +
+           (can_reach(after, address) ? route + " keeps it" : "ADDRESS sets another") +
+           ", --force goes on without");
+}
+
+// What the address cannot be set without, looked at before the kernel has it.
+void check_files(const Session &session) {
+    for (const char *file : {kHostsFile, kNetworkFile})
+        open_file({file, system_path(session, file)}, true);
 }
 
 }  // namespace
@@ -153,9 +176,10 @@ int set_static(const Session &session, const NetArgs &args) {
         if (args.gateway) {
             check_gateway(new_gateway, networks, args.force);
         } else {
-            check_old_gateway(old_gateway, networks, args.force);
+            check_way_out(name, old_gateway, networks, args.force);
         }
         const std::string host_name = need_host_name(session);
+        check_files(session);
 
         const Card former = read_card(session, name);
         NET_CARD old = {};
@@ -173,7 +197,7 @@ int set_static(const Session &session, const NetArgs &args) {
             put(old.address, former.address);
             put(old.netmask, former.netmask);
         }
-        const bool is_near = network.holds(parse_ipv4(old_gateway));
+        const bool is_near = can_reach({network}, parse_ipv4(old_gateway));
         if (preview && is_near) preview->lose_routes(name);
         note_client(session, name, report);
         clear_errors();

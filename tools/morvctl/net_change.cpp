@@ -105,9 +105,10 @@ std::string need(Judge judge, const std::string &text, Report &report) {
     return verdict.normal;
 }
 
-bool has_host(const std::vector<Network> &networks, uint32_t address) {
-    return std::any_of(networks.begin(), networks.end(),
-                       [&](const Network &network) { return network.has_host(address); });
+bool can_reach(const std::vector<Network> &networks, uint32_t gateway) {
+    return std::any_of(networks.begin(), networks.end(), [&](const Network &network) {
+        return network.has_host(gateway) && network.address != gateway;
+    });
 }
 
 void check_gateway(const std::string &text, const std::vector<Network> &networks, bool force) {
@@ -115,7 +116,7 @@ void check_gateway(const std::string &text, const std::vector<Network> &networks
     for (const Network &network : networks) {
         if (network.address == address) refuse(text + " is the address of " + network.interface + " itself");
     }
-    if (force || has_host(networks, address)) return;
+    if (force || can_reach(networks, address)) return;
     refuse("the gateway " + text + " is no host in a network of the appliance (" + networks_text(networks) +
            "), and nothing beyond could be reached; --force sets it all the same");
 }
@@ -137,7 +138,9 @@ void store_gateway(const Session &session, const std::string &address) {
 void tell_gateway(Report &report) {
     const std::string now = read_gateway();
     report.document["gateway"] = text_json(now);
-    report.lines.push_back(now.empty() ? "there is no default gateway" : "the default gateway is " + now);
+    report.lines.push_back(now.empty() ? "no default gateway is stored" : "the default gateway is " + now);
+    const std::string route = now.empty() ? read_default_route() : "";
+    if (!route.empty()) report.notes.push_back("the kernel still has a default route, by " + route);
 }
 
 void store_name_server(const Session &session, const std::string &address, Report &report) {
@@ -200,7 +203,12 @@ int mtu(const Session &session, const NetArgs &args) {
     const std::string value = std::to_string(bytes);
     return change_net(
         session, {MORV_LOCK_MORVINFO, "", false},
-        [&](Report &, NetPreview *) {
+        [&](Report &report, NetPreview *) {
+            constexpr size_t kKeyed = 7;
+            for (const std::string &other : interface_names(session)) {
+                if (other != name && other.substr(0, kKeyed) == name.substr(0, kKeyed))
+                    report.notes.push_back("it is that of " + other + ", too: their names begin alike");
+            }
             clear_errors();
             if (MORVConfSetMTUValue(value.c_str(), name.c_str()) != 0) fail_net("set the MTU of " + name);
             record_event(session, MORV_EVENT_MTU_SET, {name, value});

@@ -30,8 +30,8 @@ struct Change {
 };
 
 // Makes a change under its locks; with --dry-run in a private copy, of which the differences are printed.
-// `apply` makes it (the preview is null without --dry-run), and `tell` says what holds then. Answers the exit
-// code.
+// `apply` makes it (the preview is null without --dry-run), and `tell` says what holds then. Answers the
+// exit code.
 int change_net(const Session &session, const Change &change,
                const std::function<void(Report &report, NetPreview *preview)> &apply,
                const std::function<void(Report &report)> &tell);
@@ -40,7 +40,7 @@ int change_net(const Session &session, const Change &change,
 std::string need(Judge judge, const std::string &text, Report &report);
 
 // Whether it is the address of a host in one of them.
-bool has_host(const std::vector<Network> &networks, uint32_t address);
+bool can_reach(const std::vector<Network> &networks, uint32_t gateway);
 
 // Refuses a gateway that could not be one.
 void check_gateway(const std::string &address, const std::vector<Network> &networks, bool force);

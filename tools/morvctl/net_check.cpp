@@ -213,8 +213,9 @@ void check_gateway(const Session &session, const Kernel &kernel, const ConfigFil
         return;
     }
     const uint32_t address = parse_ipv4(verdict.normal);
-    const bool is_near = std::any_of(kernel.networks.begin(), kernel.networks.end(),
-                                     [&](const Network &network) { return network.has_host(address); });
+    const bool is_near = std::any_of(
+        kernel.networks.begin(), kernel.networks.end(),
+        [&](const Network &network) { return network.has_host(address) && network.address != address; });
     if (!is_near) {
         findings.push_back({"gateway",
                             "the stored gateway " + stored + " lies in no network of an interface that is up",

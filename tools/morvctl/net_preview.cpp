@@ -4,6 +4,7 @@
 #include <limits.h>
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
+#include <morvsdk/internal/net.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,8 +20,8 @@ namespace {
 
 constexpr char kRoutes[] = "/proc/net/route";
 
-// Each is run by the library with MORV_ROOT in its environment. What stands below the root is given as on the
-// appliance; the rest of a script is what the library counts on.
+// Each is run by the library with MORV_ROOT in its environment. What stands below the root is given as on
+// the appliance; the rest of a script is what the library counts on.
 constexpr struct {
     const char *path;
     const char *script;
@@ -70,6 +71,12 @@ NetPreview::NetPreview(const Session &session, const std::string &interface, boo
                                    " && printf ' %s' \"$@\" && echo; } >>\"$MORV_ROOT/../commands\"\n" +
                                    tool.script;
         root_.write(tool.path, script, 0700);
+        if (access((root_.path() + tool.path).c_str(), X_OK) != 0) {
+            throw Failure(
+                Exit::kFailed,
+                "no program may run in the folder for temporary files, which a dry run needs: TMPDIR "
+                "names another");
+        }
     }
     // With a system root the library reads the stored name.
     if (with_host_name && session.root.empty()) {
@@ -95,17 +102,18 @@ void NetPreview::lose_routes(const std::string &interface) const {
 }
 
 void NetPreview::settle_host_name(const std::string &name, const std::vector<uint32_t> &addresses) const {
-    const Target hosts{kHostsFile, root_.path() + kHostsFile};
-    const Fd fd = open_file(hosts, true);
-    std::string text = fd ? read_content(hosts, fd) : "";
-    const HostLine line = find_host(text, name);
-    if (line.address.empty()) {
-        if (!text.empty() && !text.ends_with('\n')) text += '\n';
-        text.append(ipv4_text(addresses.front())).append("\t").append(name).append("\n");
-    } else if (std::find(addresses.begin(), addresses.end(), parse_ipv4(line.address)) == addresses.end()) {
-        text.replace(line.at, line.address.size(), ipv4_text(addresses.front()));
-    }
-    root_.write(kHostsFile, text);
+    root_.restore(kHostsFile);
+    std::vector<std::string> texts;
+    for (const uint32_t address : addresses)
+        texts.push_back(ipv4_text(address));
+    std::vector<const char *> pointers;
+    for (const std::string &text : texts)
+        pointers.push_back(text.c_str());
+    pointers.push_back(nullptr);
+    const std::string file = root_.path() + kHostsFile;
+    clear_errors();
+    if (MORVILnxSetHosts(file.c_str(), name.c_str(), name.c_str(), pointers.data()) != 0)
+        fail_net(std::string("change a copy of ") + kHostsFile);
 }
 
 void NetPreview::settle_route(const std::string &gateway) {

@@ -267,11 +267,19 @@ std::string read_mtu(const std::string &interface) {
 }
 
 int dhcp_client(const Session &session, const std::string &interface) {
-    const Target file{"", system_path(session, "/etc/dhcpc/dhcpcd-" + interface + ".pid")};
+    const std::string name = "/etc/dhcpc/dhcpcd-" + interface + ".pid";
+    const Target file{name, system_path(session, name)};
     if (access(file.path.c_str(), R_OK) != 0) return 0;
     const int pid = atoi(read_content(file).c_str());
-    const std::string process = "/proc/" + std::to_string(pid);
-    return pid > 0 && access(system_path(session, process).c_str(), F_OK) == 0 ? pid : 0;
+    const std::string process = system_path(session, "/proc/" + std::to_string(pid));
+    // The number may be another program's by now.
+    const auto read = [&](const char *what) {
+        const Target target{what, process + what};
+        const Fd fd = open_file(target, true);
+        return fd ? read_content(target, fd) : std::string();
+    };
+    if (pid <= 1 || read("/comm") != "dhcpcd\n") return 0;
+    return ('\0' + read("/cmdline")).find('\0' + interface + '\0') == std::string::npos ? 0 : pid;
 }
 
 HostLine find_host(const std::string &text, const std::string &name) {

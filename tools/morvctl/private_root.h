@@ -16,8 +16,8 @@ namespace morvctl {
 
 class PrivateRoot {
   public:
-    // From here on the library works in it. `changed` are the files that the change may change, `read` those
-    // that it goes by besides; what of them exists is copied.
+    // From here on the library works in it. `changed` are the files that the change may change, `read`
+    // those that it goes by besides; what of them exists is copied.
     PrivateRoot(const Session &session, std::vector<std::string> changed,
                 const std::vector<std::string> &read);
     ~PrivateRoot();
@@ -31,6 +31,9 @@ class PrivateRoot {
 
     // Puts a file in the place of a copy, if there is one.
     void write(const std::string &file, const std::string &content, mode_t mode = 0600) const;
+
+    // Gives a copy the content that it had at first; without one the file goes.
+    void restore(const std::string &file) const;
 
     // What has become of the files: as text on standard output, or in the document. `mask` takes from both
     // texts of a file what is not to be shown.

@@ -8,6 +8,7 @@
 #include "core/file/file_text.h"
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
+#include "core/text/ipv4.h"
 #include "core/text/lines.h"
 
 namespace morv {
@@ -39,10 +40,22 @@ int remove_default_route() noexcept {
     return run_tool("/sbin/route delete default > /dev/null 2>&1", {});
 }
 
+static int add_default_route(const char *gateway) noexcept {
+    return run_tool("/sbin/route add default gw %s > /dev/null 2>&1", {gateway});
+}
+
 int set_default_route(const char *gateway) noexcept {
+    uint32_t former;
+    if (find_default_gateway(former) != 0) former = 0;
     // There need not be one to delete.
     remove_default_route();
-    return run_tool("/sbin/route add default gw %s > /dev/null 2>&1", {gateway});
+    const int code = add_default_route(gateway);
+    if (code != 0 && former != 0) {
+        char text[16];
+        write_dotted(text, former);
+        add_default_route(text);
+    }
+    return code;
 }
 
 }  // namespace morv

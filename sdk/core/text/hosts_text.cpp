@@ -43,12 +43,20 @@ HostLine parse(std::string_view whole) {
 }
 
 bool has_name(const HostLine &line, std::string_view name) noexcept {
-    return std::any_of(line.names.begin(), line.names.end(),
-                       [name](std::string_view other) { return ascii_equal(name, other); });
+    return !name.empty() && std::any_of(line.names.begin(), line.names.end(),
+                                        [name](std::string_view other) { return ascii_equal(name, other); });
 }
 
 bool is_one_of(std::span<const uint32_t> own, uint32_t address) noexcept {
     return std::find(own.begin(), own.end(), address) != own.end();
+}
+
+// Whether the line is the host's own, and not one of another that has the name besides: it is the first of
+// its names, "nas" or "nas.lan".
+bool is_named(const HostLine &line, std::string_view name) noexcept {
+    if (line.names.empty() || name.empty()) return false;
+    const std::string_view first = line.names.front();
+    return ascii_equal(first.substr(0, first.find('.')), name);
 }
 
 // Where the own line begins; npos when there is none.
@@ -58,10 +66,10 @@ size_t find_own(std::string_view hosts, std::string_view old_name, std::span<con
         const HostLine line = parse(text);
         if (line.address == 0) continue;
         const size_t at = size_t(text.data() - hosts.data());
-        const bool named = !old_name.empty() && has_name(line, old_name);
+        // Who looks the name up gets the first of its lines.
+        if (is_named(line, old_name)) return at;
         const bool addressed = is_one_of(own, line.address);
-        if (named && addressed) return at;
-        if (named && by_name == hosts.npos) by_name = at;
+        if (addressed && by_name == hosts.npos && has_name(line, old_name)) by_name = at;
         if (addressed && by_address == hosts.npos) by_address = at;
     }
     return by_name == hosts.npos ? by_address : by_name;
