@@ -111,7 +111,7 @@ void check_address(const Network &network, const std::vector<Network> &others, R
 
 // The library sets the host name again with the address, and undoes the file when it cannot.
 std::string need_host_name(const Session &session) {
-    const std::string name = read_host_name();
+    std::string name = read_host_name();
     const Verdict verdict = judge_host(name);
     if (name.empty() ? !session.root.empty() : verdict.is_valid()) return name;
     refuse((name.empty() ? "there is no host name" : verdict.reason) +
@@ -124,6 +124,7 @@ std::vector<uint32_t> addresses_of(const std::vector<Network> &networks, const s
     for (const Network &network : networks)
         ordered[{network.interface != interface, network.interface}] = network.address;
     std::vector<uint32_t> addresses;
+    addresses.reserve(ordered.size());
     for (const auto &[key, address] : ordered)
         addresses.push_back(address);
     return addresses;

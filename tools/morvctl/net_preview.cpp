@@ -104,9 +104,11 @@ void NetPreview::lose_routes(const std::string &interface) const {
 void NetPreview::settle_host_name(const std::string &name, const std::vector<uint32_t> &addresses) const {
     root_.restore(kHostsFile);
     std::vector<std::string> texts;
+    texts.reserve(addresses.size());
     for (const uint32_t address : addresses)
         texts.push_back(ipv4_text(address));
     std::vector<const char *> pointers;
+    pointers.reserve(texts.size() + 1);
     for (const std::string &text : texts)
         pointers.push_back(text.c_str());
     pointers.push_back(nullptr);

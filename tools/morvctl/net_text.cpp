@@ -93,7 +93,7 @@ Verdict judge_netmask(const std::string &text) {
     if (!split(text, "netmask", numbers, verdict)) return verdict;
     std::string normal = text;
     if (BlMLIBIsIpMask(normal.data()) == 1) {
-        verdict.normal = normal.c_str();
+        verdict.normal.assign(normal, 0, strlen(normal.c_str()));
         return verdict;
     }
     return refused(text, "netmask",
@@ -114,7 +114,7 @@ Verdict judge_subnet(const std::string &text) {
             return refused(text, "network",
                            quoted(given) + " is neither a netmask nor a prefix length from 1 to 32");
         }
-        const Verdict verdict = judge_netmask(given);
+        Verdict verdict = judge_netmask(given);
         if (!verdict.is_valid()) return verdict;
         netmask = verdict.normal;
     }
@@ -124,7 +124,7 @@ Verdict judge_subnet(const std::string &text) {
     const uint32_t mask = parse_ipv4(netmask);
     const std::string prefix = "/" + std::to_string(prefix_of(mask));
     if (BlMLIBIsSubNet(network.data(), netmask.c_str()) == 1) {
-        verdict.normal = network.c_str() + prefix;
+        verdict.normal.assign(network, 0, strlen(network.c_str())).append(prefix);
         return verdict;
     }
     const uint32_t address = parse_ipv4(dotted(numbers));
