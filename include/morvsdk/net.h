@@ -25,7 +25,8 @@
  *               Another is refused with ERR_BAD_PARAMETERS.
  *   Root        With a system root (MORVSysRootSet) files and tools are those below it, no process is
  *               signalled, and the kernel's host name stays. Which interfaces there are says
- *               "/proc/net/dev" below the root; their flags and addresses are the kernel's. */
+ *               "/proc/net/dev" below the root; their flags and addresses are the kernel's. The host
+ *               name's line gets an address of the configuration files. */
 #ifndef MORVSDK_NET_H
 #define MORVSDK_NET_H
 
@@ -191,8 +192,8 @@ MORV_API int MORVRecoverIPSetting(const char *name, const NET_CARD *previous) MO
 MORV_API int MORVNetDNSGet(char *buffer, int size) MORV_NOEXCEPT;
 
 /* Makes an address the only name server, and tells the dynamic-DNS daemon. "/etc/resolv.conf" is replaced
- * as a
- * whole: what else it held is gone. The address is written in normal form.
+ * as
+ * a whole: what else it held is gone. The address is written in normal form.
  *
  * address: what BlMLIBIsIpAddr takes, or "" for none
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_INVALID_NETNAME, ERR_LOCK_FAILED, ERR_OPEN_FAILED,
@@ -210,12 +211,13 @@ MORV_API int MORVNetDefaultGatewayGetConf(char *buffer, int size) MORV_NOEXCEPT;
  * address: null or "" removes both. It is not checked: BlMLIBIsIpAddr does that. One that begins with "-",
  *          holds a line feed or nothing but blanks is refused.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_LOCK_FAILED, a code of MLIBFileSetKeyValue, or
- * ERR_OP_FAILURE: it is stored, but the kernel has not taken it, and the former default route stays. */
+ * ERR_OP_FAILURE: it is stored, but the kernel has not taken it; a former default gateway has been put
+ * back. */
 MORV_API int MORVNetDefaultGatewaySet(const char *address) MORV_NOEXCEPT;
 
 /* Reads the gateway of the kernel's default route ("/proc/net/route"): that with the smallest metric.
  * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_KEY_NOT_FOUND (there is none), ERR_OPEN_FAILED,
- * ERR_NOT_ENOUGH_MEMORY (it does not fit) or ERR_OUT_OF_MEMORY. */
+ * ERR_READ_FAILED, ERR_NOT_ENOUGH_MEMORY (it does not fit) or ERR_OUT_OF_MEMORY. */
 MORV_API int MORVNetDefaultRouteGet(char *buffer, int size) MORV_NOEXCEPT;
 
 /* Reads the stored MTU of an interface in bytes, as a text; "1500" when none is stored. The key in
@@ -231,7 +233,8 @@ MORV_API int MORVConfGetMTUValue(const char *name, char *buffer, int size) MORV_
 MORV_API int MORVConfSetMTUValue(const char *mtu, const char *name) MORV_NOEXCEPT;
 
 /* Sets the host name: the kernel's, key "HOSTNAME" of "/etc/sysconfig/network", and the name's line in
- * "/etc/hosts", which gets an address of the appliance. All of them, or none.
+ * "/etc/hosts", which gets an address of the appliance. All of them, or none; all also when only a folder
+ * could not be synced (MORV_DURABLE, file.h).
  * Returns 0, or -1 with ERR_INVALID_NETNAME (BlMLIBIsHostname refuses it), ERR_BAD_PARAMETERS (null),
  * ERR_LOCK_FAILED, ERR_ACCESS_DENIED or ERR_OP_FAILURE (the kernel refuses it), ERR_OUT_OF_MEMORY or, for
  * the files, ERR_OPEN_FAILED, ERR_STAT_FAILED, ERR_READ_FAILED, ERR_WRITE_FAILED or ERR_RENAME_FAILED. */

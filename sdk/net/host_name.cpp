@@ -14,23 +14,27 @@
 #include "core/base/kept_error.h"
 #include "core/base/no_throw.h"
 #include "core/file/file_edit.h"
+#include "core/file/key_value.h"
 #include "core/file/sys_path.h"
 #include "core/system/interfaces.h"
+#include "core/system/sysfs.h"
 #include "core/text/hosts_text.h"
+#include "core/text/ipv4.h"
 #include "core/text/key_lines.h"
+#include "net/interface_file.h"
 
 namespace morv {
 
 namespace {
 
-// The addresses by which others reach the appliance, that of the interface `first` in front of those of
-// the others by name. An image has none. Answers an error code.
-int find_own_addresses(const char *first, std::vector<uint32_t> &own) {
+// Addresses by the names of their interfaces, of which one comes first.
+using Addresses = std::map<std::pair<bool, std::string>, uint32_t>;
+
+int find_in_kernel(const char *first, Addresses &found) {
     InterfaceNames names;
     InterfaceSocket kernel;
-    if (int code = names.load()) return code == ERR_OPEN_FAILED && errno == ENOENT ? 0 : code;
+    if (int code = names.load()) return code;
     if (!kernel.open()) return ERR_OPEN_FAILED;
-    std::map<std::pair<bool, std::string>, uint32_t> found;
     while (const char *const name = names.next()) {
         constexpr int kExcluded = IFF_LOOPBACK | IFF_POINTOPOINT | IFF_SLAVE;
         int16_t flags;
@@ -39,6 +43,37 @@ int find_own_addresses(const char *first, std::vector<uint32_t> &own) {
             kernel.address(name, address))
             found[{!first || strcmp(name, first) != 0, name}] = address;
     }
+    return 0;
+}
+
+int find_in_files(const char *first, Addresses &found) {
+    constexpr std::string_view kPrefix = "ifcfg-";
+    std::vector<std::string> files;
+    if (int code = list_names("/etc/sysconfig/network-scripts", kPrefix, files)) return code;
+    for (const std::string &file : files) {
+        const std::string name = file.substr(kPrefix.size());
+        if (!is_interface_name(name) || name == "lo") continue;
+        const InterfaceFile settings = InterfaceFile::settings(name.c_str());
+        char text[32];
+        const bool is_leased = read_key_value(SysPath(settings.path()).c_str(), "BOOTPROTO", text) == 0 &&
+                               std::string_view(text) == "dhcp";
+        const InterfaceFile source = is_leased ? InterfaceFile::lease(name.c_str()) : settings;
+        uint32_t address;
+        if (read_key_value(SysPath(source.path()).c_str(), "IPADDR", text) == 0 &&
+            parse_dotted(text, address) && address != 0) {
+            found[{!first || name != first, name}] = address;
+        }
+    }
+    return 0;
+}
+
+// The addresses by which others reach the appliance, that of the interface `first` in front of those of
+// the others by name. An image has those of its files: the kernel's are this machine's. Answers an error
+// code.
+int find_own_addresses(const char *first, std::vector<uint32_t> &own) {
+    Addresses found;
+    if (int code = has_system_root() ? find_in_files(first, found) : find_in_kernel(first, found))
+        return code;
     for (const auto &[key, address] : found)
         own.push_back(address);
     return 0;
@@ -118,13 +153,13 @@ int change(const char *name, const char *first) {
     if (is_other) {
         if (int code = set_kernel_name(name)) return code;
     }
-    int code = network.put();
-    if (code == 0) {
-        code = hosts.put();
-        if (code != 0) network.take_back();
-    }
-    if (code != 0 && is_other) set_kernel_name(old_name);
-    return code;
+    // A folder that could not be synced does not undo what is in place.
+    const int first_code = network.put(), second_code = first_code == ERR_RENAME_FAILED ? 0 : hosts.put();
+    if (first_code != ERR_RENAME_FAILED && second_code != ERR_RENAME_FAILED)
+        return first_code ? first_code : second_code;
+    if (first_code != ERR_RENAME_FAILED) network.take_back();
+    if (is_other) set_kernel_name(old_name);
+    return ERR_RENAME_FAILED;
 }
 
 }  // namespace

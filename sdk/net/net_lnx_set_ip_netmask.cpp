@@ -113,7 +113,8 @@ int apply_host_name(const char *interface) noexcept {
     const KeptError before;
     if (MORVLnxGetHostname(name, sizeof name) != 0) {
         const int code = MLIBErrGet();
-        if (has_system_root() && (code == ERR_KEY_NOT_FOUND || errno == ENOENT)) {
+        if (has_system_root() &&
+            (code == ERR_KEY_NOT_FOUND || (code == ERR_OPEN_FAILED && errno == ENOENT))) {
             before.restore();
             return 0;  // no name is stored that the address could follow
         }

@@ -203,8 +203,10 @@ TEST(NetMtu, IsKeptUnderTheFirstSevenCharactersOfTheName) {
 
 TEST(NetHostname, IsStoredAndItsHostsLineFollows) {
     NetRoot root;
-    root.interface("eth0", kUp, "192.168.1.10/255.255.255.0");
-    root.interface("eth1", kUp, "10.0.0.1/255.0.0.0");
+    // The kernel's addresses are another machine's.
+    root.card("eth1", "BOOTPROTO=dhcp\nIPADDR=1.1.1.1\n", "172.16.0.1/255.255.0.0");
+    root.card("eth0", "BOOTPROTO=static\nIPADDR=192.168.1.10\n", "172.16.0.2/255.255.0.0");
+    root.write("etc/dhcpc/dhcpcd-eth1.info", "IPADDR=10.0.0.1\n");
     const struct {
         const char *before, *after;
     } cases[] = {
@@ -249,7 +251,8 @@ TEST(NetHostname, IsStoredAndItsHostsLineFollows) {
     EXPECT_TRUE(gives(0, 0, MORVDDNSDaemonAction(MORV_DDNS_RELOAD)));
 
     // Without interfaces the line keeps its address.
-    unlink(root.path("proc/net/dev").c_str());
+    for (const char *card : {"eth0", "eth1"})
+        unlink(root.path(root.settings_of(card)).c_str());
     EXPECT_EQ(MORVLnxSetHostname("files"), 0);
     EXPECT_NE(root.read("etc/hosts").find("192.168.1.10\tfiles\n"), std::string::npos);
 }
@@ -307,7 +310,7 @@ TEST(NetSettings, AreRefusedAndLoggedWhileAnotherProcessHoldsThem) {
 
 TEST(NetHostname, IsSetInBothFilesOrInNone) {
     NetRoot root;
-    root.interface("eth0", kUp, "192.168.1.10/255.255.255.0");
+    root.card("eth0", "BOOTPROTO=static\nIPADDR=192.168.1.10\n");
     const std::string network = "HOSTNAME=nas\n", hosts = "192.168.1.10\tnas\n";
     const int faults = for_each_sys_fault([&](Sys which, int nth) {
         root.write("etc/sysconfig/network", network);

@@ -5,8 +5,6 @@
 #include <string.h>
 
 #include <algorithm>
-#include <map>
-#include <utility>
 
 #include "morvctl/net_change.h"
 #include "morvctl/record_event.h"
@@ -110,24 +108,12 @@ void check_address(const Network &network, const std::vector<Network> &others, R
 }
 
 // The library sets the host name again with the address, and undoes the file when it cannot.
-std::string need_host_name(const Session &session) {
-    std::string name = read_host_name();
+void check_host_name(const Session &session) {
+    const std::string name = read_host_name();
     const Verdict verdict = judge_host(name);
-    if (name.empty() ? !session.root.empty() : verdict.is_valid()) return name;
+    if (name.empty() ? !session.root.empty() : verdict.is_valid()) return;
     refuse((name.empty() ? "there is no host name" : verdict.reason) +
            ", and without a valid one no address can be set: 'morvctl net hostname NAME' sets it first");
-}
-
-// That of `interface` first, and then by the names of the others.
-std::vector<uint32_t> addresses_of(const std::vector<Network> &networks, const std::string &interface) {
-    std::map<std::pair<bool, std::string>, uint32_t> ordered;
-    for (const Network &network : networks)
-        ordered[{network.interface != interface, network.interface}] = network.address;
-    std::vector<uint32_t> addresses;
-    addresses.reserve(ordered.size());
-    for (const auto &[key, address] : ordered)
-        addresses.push_back(address);
-    return addresses;
 }
 
 // Refuses to lose the way out that there is: the stored gateway, which is to be another host of a network
@@ -179,7 +165,7 @@ int set_static(const Session &session, const NetArgs &args) {
         } else {
             check_way_out(name, old_gateway, networks, args.force);
         }
-        const std::string host_name = need_host_name(session);
+        check_host_name(session);
         check_files(session);
 
         const Card former = read_card(session, name);
@@ -207,7 +193,6 @@ int set_static(const Session &session, const NetArgs &args) {
         }
         record_event(session, MORV_EVENT_ADDRESS_SET, {name, card.address, card.netmask});
         if (preview && is_near && !args.gateway) preview->settle_route(old_gateway);
-        if (preview && !host_name.empty()) preview->settle_host_name(host_name, addresses_of(networks, name));
         follow_up(name + " has the address " + card.address, [&] {
             if (args.gateway) store_gateway(session, new_gateway);
             if (args.name_server) store_name_server(session, new_server, report);
@@ -252,8 +237,12 @@ int set_dhcp(const Session &session, const NetArgs &args) {
         if (answer != 0) fail_address("get an address for " + name + " by DHCP", name, former.current);
         record_event(session, MORV_EVENT_ADDRESS_BY_DHCP, {name});
         follow_up(name + " has an address by DHCP", follow_address);
+        if (session.dry_run) {
+            report.notes.push_back("the host name's line in " + std::string(kHostsFile) +
+                                   " would get the leased address, if its address is that of " + name);
+        }
     };
-    return change_net(session, {kHostLocks, name, false}, apply,
+    return change_net(session, {kHostLocks, name, true}, apply,
                       [&](Report &report) { tell_card(session, name, report); });
 }
 

@@ -226,7 +226,7 @@ int host_name(const Session &session, const NetArgs &args) {
     const Verdict verdict = judge_host(name);
     if (!verdict.is_valid()) refuse(verdict.reason);
     return change_net(
-        session, {kHostLocks, "", false},
+        session, {kHostLocks, "", true},
         [&](Report &report, NetPreview *) {
             clear_errors();
             if (MORVLnxSetHostname(name.c_str()) != 0) fail_net("set the host name " + name);

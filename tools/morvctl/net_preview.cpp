@@ -4,7 +4,6 @@
 #include <limits.h>
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
-#include <morvsdk/internal/net.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -50,7 +49,7 @@ std::vector<std::string> read_files(const Session &session) {
     std::vector<std::string> files = {"/proc/net/dev", kRoutes};
     // Of all interfaces: which network a gateway lies in may depend on others.
     for (const std::string &name : interface_names(session))
-        files.push_back(lease_file(name));
+        files.insert(files.end(), {lease_file(name), config_file(name)});
     return files;
 }
 
@@ -99,23 +98,6 @@ void NetPreview::lose_routes(const std::string &interface) const {
         if (line.substr(0, line.find_first_of("\t ")) != interface) left.append(line).append("\n");
     }
     root_.write("/../routes", left);
-}
-
-void NetPreview::settle_host_name(const std::string &name, const std::vector<uint32_t> &addresses) const {
-    root_.restore(kHostsFile);
-    std::vector<std::string> texts;
-    texts.reserve(addresses.size());
-    for (const uint32_t address : addresses)
-        texts.push_back(ipv4_text(address));
-    std::vector<const char *> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (const std::string &text : texts)
-        pointers.push_back(text.c_str());
-    pointers.push_back(nullptr);
-    const std::string file = root_.path() + kHostsFile;
-    clear_errors();
-    if (MORVILnxSetHosts(file.c_str(), name.c_str(), name.c_str(), pointers.data()) != 0)
-        fail_net(std::string("change a copy of ") + kHostsFile);
 }
 
 void NetPreview::settle_route(const std::string &gateway) {

@@ -16,11 +16,9 @@ class NetPreview {
     NetPreview(const Session &session, const std::string &interface, bool with_host_name);
 
     // The kernel here stays as it is, and the library goes by that; what it would make of a new address is
-    // said by these. Setting it loses the routes of the interface; the line of the host name gets one of the
-    // addresses that there are then; a gateway that can be reached only then becomes
-    // the default route.
+    // said by these. Setting it loses the routes of the interface; a gateway that can be reached only then
+    // becomes the default route.
     void lose_routes(const std::string &interface) const;
-    void settle_host_name(const std::string &name, const std::vector<uint32_t> &addresses) const;
     void settle_route(const std::string &gateway);
 
     // The commands that were run, in their order.

@@ -41,10 +41,16 @@ Card card_of_files(const Session &session, const std::string &name) {
     Card card;
     card.name = name;
     const std::string config = config_file(name);
-    card.by_dhcp = read_key(session, config, "BOOTPROTO") == "dhcp";
-    const std::string source = card.by_dhcp ? lease_file(name) : config;
-    card.address = read_key(session, source, "IPADDR");
-    card.netmask = read_key(session, source, "NETMASK");
+    std::string source = config;
+    try {
+        card.by_dhcp = read_key(session, config, "BOOTPROTO") == "dhcp";
+        if (card.by_dhcp) source = lease_file(name);
+        card.address = read_key(session, source, "IPADDR");
+        card.netmask = read_key(session, source, "NETMASK");
+    } catch (const Failure &failure) {
+        card.fault = failure.what();
+        return card;
+    }
     if (!card.address.empty() && !card.netmask.empty()) return card;
     const std::string path = system_path(session, source);
     const bool is_missing = access(path.c_str(), F_OK) != 0;
@@ -58,6 +64,14 @@ Card card_of_files(const Session &session, const std::string &name) {
                                              : " has no NETMASK");
     }
     return card;
+}
+
+void add_mtu(Card &card) {
+    try {
+        card.mtu = read_mtu(card.name);
+    } catch (const Failure &failure) {
+        if (card.fault.empty()) card.fault = failure.what();
+    }
 }
 
 void add_entry(Card &card, const NET_INTERFACE &entry) {
@@ -207,7 +221,7 @@ std::vector<Card> read_cards(const Session &session) {
         add_entry(cards.back(), entry);
     }
     for (Card &card : cards)
-        card.mtu = read_mtu(card.name);
+        add_mtu(card);
     return cards;
 }
 
@@ -224,7 +238,7 @@ Card read_card(const Session &session, const std::string &name) {
         const auto entry = std::find_if(all.begin(), all.end(), has_name);
         if (entry != all.end()) add_entry(card, *entry);
     }
-    card.mtu = read_mtu(name);
+    add_mtu(card);
     return card;
 }
 

@@ -85,15 +85,6 @@ void PrivateRoot::write(const std::string &file, const std::string &content, mod
     if (chmod(path.c_str(), mode) != 0) fail_system("write " + path);
 }
 
-void PrivateRoot::restore(const std::string &file) const {
-    const auto was = before_.find(file);
-    if (was != before_.end()) {
-        write(file, was->second);
-    } else {
-        unlink((root_ + file).c_str());
-    }
-}
-
 void PrivateRoot::show(const Session &session, Json &document, const Mask &mask) const {
     Json files = Json::array();
     for (const std::string &file : changed_) {

@@ -32,9 +32,6 @@ class PrivateRoot {
     // Puts a file in the place of a copy, if there is one.
     void write(const std::string &file, const std::string &content, mode_t mode = 0600) const;
 
-    // Gives a copy the content that it had at first; without one the file goes.
-    void restore(const std::string &file) const;
-
     // What has become of the files: as text on standard output, or in the document. `mask` takes from both
     // texts of a file what is not to be shown.
     using Mask = std::function<void(const std::string &file, std::string &before, std::string &after)>;

@@ -31,15 +31,6 @@ MORV_API int MORVILnxGetBCast(const char *address, const char *netmask, char *bu
 MORV_API int MORVILnxSetIPNetmask(const char *name, const char *address, const char *netmask) MORV_NOEXCEPT;
 MORV_API int MORVILnxSetDHCP(const char *name) MORV_NOEXCEPT;
 
-/* Brings the line of the appliance's name in a file of hosts to the name, and to one of its addresses, as
- * MORVLnxSetHostname does for "/etc/hosts". Takes no lock.
- *
- * old_name:  the name that the line has, or ""
- * addresses: dotted, ended by null; a line that has none of them gets the first
- * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_INVALID_NETNAME or a code of MLIBFileSetKeyValue. */
-MORV_API int MORVILnxSetHosts(const char *path, const char *old_name, const char *name,
-                              const char *const *addresses) MORV_NOEXCEPT;
-
 /* Makes the stored gateway the default route, if it is not, when it lies in the network of an interface
  * that is up; else the routes stay as they are, which is logged.
  * Returns 1 when the route was set; 0 when there was nothing to do; -1 with ERR_LOCK_FAILED, ERR_OP_FAILURE
