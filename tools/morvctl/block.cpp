@@ -488,8 +488,7 @@ int config(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_block_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "block", "Which addresses may not log in");
+void add_block_commands(CLI::App &family, Session &session) {
     const auto add_one = [&](const char *name, const char *description,
                              int (*work)(const Session &session, const Args &args),
                              const char *dry_run) -> std::pair<CLI::App &, Args &> {

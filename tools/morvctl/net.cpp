@@ -166,8 +166,7 @@ int validate(const Session &session, const NetArgs &args) {
 
 }  // namespace
 
-void add_net_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "net", "The addresses of the appliance, and its names");
+void add_net_commands(CLI::App &family, Session &session) {
     constexpr uint32_t kLocks = MORV_LOCK_HOST | MORV_LOCK_NW | MORV_LOCK_MORVINFO;
     const auto add = [&](const char *name, const char *description,
                          int (*work)(const Session &session, const NetArgs &args),
