@@ -93,6 +93,19 @@ WORKS = [
     ("count_failure", "count a failure among 100,000", [("floor", most(1.5))]),
     ("block_150000_disk", "block 150,000 addresses at once", [("floor", most(3))]),
     ("block_150000_memory", "the same in memory", [("floor", SHOWN)]),
+    ("interfaces_list_8", "list 8 interfaces", [("floor", most(1.2))]),
+    ("interfaces_card", "read how one of 8 is configured", [("floor", most(1.5))]),
+    ("interfaces_show_process", "`morvctl net show --json` as a process", [("floor", most(1.5))]),
+    ("net_split", "take 1,000 dotted texts apart", [("floor", most(1.5))]),
+    ("net_address", "1,000 texts: are they addresses", [("floor", most(1.5))]),
+    ("net_mask", "the same: netmasks, and their normal form", [("floor", most(1.5))]),
+    ("net_network", "the same: networks, with their netmasks", [("floor", most(1.5))]),
+    ("net_mask_to_prefix", "1,000 netmasks to prefix lengths", [("floor", most(1))]),
+    ("net_prefix_to_mask", "1,000 prefix lengths to netmasks", [("floor", most(1))]),
+    ("net_atom", "1,000 texts: are they atoms", [("floor", most(1.5))]),
+    ("net_domain", "the same: domain names", [("floor", most(1.5))]),
+    ("net_mailbox", "the same: mail addresses", [("floor", most(1.5))]),
+    ("net_hostname", "the same: host names", [("floor", most(1.5))]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -126,6 +139,11 @@ FLOORS = {
     "deny": "bare pass over 64 KiB mappings",
     "count_failure": "bare pass over 64 KiB mappings",
     "block": "bare write, fsync, rename",
+    "interfaces_show": "`ip -j addr`",
+    "interfaces": "bare reads and ioctls",
+    "net_mask_to_prefix": "inet_pton, inet_ntop, sprintf",
+    "net_prefix_to_mask": "inet_pton, strtol, inet_ntop",
+    "net": "inet_pton on texts as long",
     "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",

@@ -352,7 +352,7 @@ enum {
     MORV_LOCK_RC = 0x80,          /* start-up configuration */
     MORV_LOCK_HOST = 0x100,       /* host name and interface addresses */
     MORV_LOCK_EXPORTS = 0x200,    /* NFS exports */
-    MORV_LOCK_NW = 0x400,         /* NetWare settings */
+    MORV_LOCK_NW = 0x400,         /* name server and gateway */
     MORV_LOCK_MORVINFO = 0x800,   /* "/etc/morvinfo.conf" */
     MORV_LOCK_APPLE = 0x1000,     /* AFP settings */
     MORV_LOCK_SNMP = 0x2000,      /* SNMP settings */

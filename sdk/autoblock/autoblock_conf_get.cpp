@@ -5,6 +5,7 @@
 #include "autoblock/settings.h"
 #include "core/base/fail.h"
 #include "core/base/log.h"
+#include "core/file/family_lock.h"
 #include "core/file/sys_path.h"
 #include "core/text/list_guard.h"
 
@@ -21,7 +22,8 @@ extern "C" int MORVAutoBlockConfGet(MORV_AUTOBLOCK_CONF *conf) noexcept {
     if (!good || !values) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
 
     const SysPath path(kSettingsFile);
-    if (ErrMLIBFileLock(MORV_LOCK_MORVINFO | MORV_LOCK_READ, kSettingsPatience) != 0) {
+    FamilyLock lock(MORV_LOCK_MORVINFO | MORV_LOCK_READ);
+    if (!lock.is_held()) {
         MORV_LOG(LOG_DEBUG, "ErrMLIBFileLock() failed!! file=[%s], morverr=[0x%04X]", kSettingsFile,
                  unsigned(MLIBErrGet()));
         return -1;
@@ -34,7 +36,7 @@ extern "C" int MORVAutoBlockConfGet(MORV_AUTOBLOCK_CONF *conf) noexcept {
         // A failure answers 1, whatever there is.
         if (pairs != MLIBSzHashGetLength(hash)) result = -1;
     }
-    ErrMLIBFileUnlock(MORV_LOCK_MORVINFO);
+    lock.release();
     if (result != 0) return -1;
     *conf = make_conf([&](const char *key) {
         const char *const value = SzMLIBSzHashGetValue(values.get(), key);

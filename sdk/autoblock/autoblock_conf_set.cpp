@@ -4,6 +4,7 @@
 #include "autoblock/settings.h"
 #include "core/base/fail.h"
 #include "core/base/log.h"
+#include "core/file/family_lock.h"
 #include "core/file/sys_path.h"
 #include "core/text/list_guard.h"
 
@@ -26,12 +27,13 @@ extern "C" int MORVAutoBlockConfSet(const MORV_AUTOBLOCK_CONF *conf) noexcept {
     const HashPtr values(hash);
     if (!good) return MORV_FAIL(ERR_OUT_OF_MEMORY, -1);
 
-    if (ErrMLIBFileLock(MORV_LOCK_MORVINFO | MORV_LOCK_WRITE, kSettingsPatience) != 0) {
+    FamilyLock lock(MORV_LOCK_MORVINFO | MORV_LOCK_WRITE);
+    if (!lock.is_held()) {
         MORV_LOG(LOG_ERR, "ErrMLIBFileLock() failed!! file=[%s], morverr=[0x%04X]", kSettingsFile,
                  unsigned(MLIBErrGet()));
         return -1;
     }
     const int changed = MLIBFileSetKeys(SysPath(kSettingsFile).c_str(), values.get(), nullptr, "%s=\"%s\"\n");
-    ErrMLIBFileUnlock(MORV_LOCK_MORVINFO);
+    lock.release();
     return changed < 0 ? -1 : 0;
 }

@@ -15,7 +15,6 @@ inline constexpr char kAttemptMinKey[] = "autoblock_attempt_min";
 inline constexpr char kExpiredDayKey[] = "autoblock_expriedday";  // as all installed systems spell it
 inline constexpr char kNotifyKey[] = "autoblock_notify";
 inline constexpr char kAllowKey[] = "autoblock_allow";
-inline constexpr unsigned kSettingsPatience = 5;  // seconds
 
 // The settings, and the addresses that are never blocked. They are read once, and again when the file is
 // another one or was changed, so that a service can ask at every connection. The lock of the configuration

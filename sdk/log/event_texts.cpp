@@ -18,6 +18,7 @@
 #include "core/store/ring.h"
 #include "core/text/field_text.h"
 #include "core/text/list_guard.h"
+#include "core/text/name_rule.h"
 #include "core/text/sections.h"
 
 namespace morv {
@@ -37,8 +38,7 @@ void write_key(uint32_t event, Key &key) noexcept {
 
 // A language is a name, and not the way to another file.
 bool is_language(std::string_view language) noexcept {
-    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
-    return !language.empty() && language.size() < 32 && language.find_first_not_of(kLetters) == language.npos;
+    return language.size() < 32 && is_plain_word(language);
 }
 
 using TextsPath = char[96];

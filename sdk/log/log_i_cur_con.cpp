@@ -1,6 +1,5 @@
 #include <errno.h>
 #include <fcntl.h>
-#include <morvsdk/file.h>
 #include <morvsdk/internal/log.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +11,7 @@
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/aside.h"
+#include "core/file/family_lock.h"
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
 #include "core/text/list_guard.h"
@@ -20,27 +20,6 @@
 using namespace morv;
 
 namespace {
-
-constexpr unsigned kPatience = 5;  // seconds
-
-// Two reports at once would share their temporary files.
-class ReportLock {
-  public:
-    ReportLock() noexcept = default;
-    ~ReportLock() {
-        if (is_held_) ErrMLIBFileUnlock(MORV_LOCK_CONNECT);
-    }
-    ReportLock(const ReportLock &) = delete;
-    ReportLock &operator=(const ReportLock &) = delete;
-
-    bool take() noexcept {
-        is_held_ = ErrMLIBFileLock(MORV_LOCK_CONNECT | MORV_LOCK_WRITE, kPatience) == 0;
-        return is_held_;
-    }
-
-  private:
-    bool is_held_ = false;
-};
 
 // A file of this process alone, in a folder in which everybody may have put something by its name.
 class OwnFile {
@@ -114,8 +93,9 @@ bool is_passed_over(const char *path) noexcept {
 }
 
 bool add_all(ListPtr &list) noexcept {
-    ReportLock lock;
-    if (!lock.take()) return false;
+    // Two reports at once would share their temporary files.
+    const FamilyLock lock(MORV_LOCK_CONNECT | MORV_LOCK_WRITE);
+    if (!lock.is_held()) return false;
     const KeptError error;
     if (!add_file_sharing(list) && !is_passed_over("smbstatus")) return false;
     for (const SessionList &sessions : kSessionLists) {

@@ -13,6 +13,7 @@
 #include "core/text/key_lines.h"
 #include "core/text/lines.h"
 #include "core/text/mail_text.h"
+#include "core/text/name_rule.h"
 #include "core/text/sections.h"
 #include "core/text/trim.h"
 
@@ -23,14 +24,6 @@ namespace {
 constexpr char kConfiguration[] = "/etc/morvinfo.conf";
 constexpr char kTexts[] = "/usr/morv/morvsdk/texts/";
 constexpr char kDefaultLanguage[] = "enu";
-
-// Names of folders and of sections: nothing in them leads elsewhere.
-bool is_name(std::string_view text) noexcept {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-               c == '-';
-    });
-}
 
 struct Settings {
     std::string language, from, to[2];
@@ -55,7 +48,7 @@ int read_settings(Settings &settings) {
     settings.to[1] = address_of(file.view(), "mail_to2");
     if (settings.to[0] == settings.to[1]) settings.to[1].clear();
     if (settings.language.empty()) settings.language = kDefaultLanguage;
-    if (!is_name(settings.language)) return ERR_BAD_PARAMETERS;
+    if (!is_plain_word(settings.language)) return ERR_BAD_PARAMETERS;
     return settings.to[0].empty() && settings.to[1].empty() ? ERR_KEY_NOT_FOUND : 0;
 }
 
@@ -98,7 +91,7 @@ int send_event(const char *event, const MLIBSZHASH *hash) {
 }  // namespace
 
 extern "C" int MORVMailSendEvent(const char *event, const MLIBSZHASH *hash) noexcept {
-    if (!event || !is_name(event)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
+    if (!event || !is_plain_word(event)) return MORV_FAIL(ERR_BAD_PARAMETERS, -1);
     const int code = no_throw([&] { return send_event(event, hash); });
     if (code != 0)
         return MORV_LOG_FAIL(LOG_ERR, code, -1, "cannot send the mail of [%s], morverr=[0x%04X]", event,

@@ -15,6 +15,7 @@
 #include "core/account/share_list.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
+#include "core/file/family_lock.h"
 #include "core/file/file_edit.h"
 #include "core/file/sys_path.h"
 #include "core/storage/fstab.h"
@@ -27,7 +28,6 @@ namespace morv {
 namespace {
 
 constexpr const char *kFileServices[] = {"smbd", "nmbd", "afpd", "ftpd"};
-constexpr unsigned kLockSeconds = 5;
 
 // The test of an unconditional end.
 int always(StorageView &, const Mount &, bool &goes) noexcept {
@@ -94,20 +94,17 @@ int edit_fstab(const char *path) {
 }
 
 int remove_from_fstab(const char *path) {
-    if (ErrMLIBFileLock(MORV_LOCK_FSTAB | MORV_LOCK_WRITE, kLockSeconds) != 0) return ERR_LOCK_FAILED;
+    const FamilyLock lock(MORV_LOCK_FSTAB | MORV_LOCK_WRITE);
+    if (!lock.is_held()) return ERR_LOCK_FAILED;
     const int code = no_throw([&] { return edit_fstab(path); });
-    ErrMLIBFileUnlock(MORV_LOCK_FSTAB);
     if (code) MORV_LOG(LOG_ERR, "Failed to remove %s from /etc/fstab, errno=0X%X", path, unsigned(code));
     return code;
 }
 
-// A pid file may be older than the process that has its number now.
 void reload(const char *service) noexcept {
-    char path[64], name[64];
+    char path[64];
     snprintf(path, sizeof path, "/var/run/%s.pid", service);
-    Process process;
-    if (process.open(read_pid_file(path)) && process.name(name).find(service) != std::string_view::npos)
-        process.signal(SIGHUP);
+    reload_daemon(path, service);
 }
 
 }  // namespace

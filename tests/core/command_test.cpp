@@ -195,19 +195,21 @@ TEST(Command, CapturesEveryByteUpToTheLimit) {
 
 TEST(Command, GivesToolsNothingOfTheCaller) {
     ToolRoot root;
-    root.tool("spy", "cat; echo $LEAK/$LC_ALL; ls /proc/$$/fd; echo $MORV_ROOT");
+    root.tool("spy", "cat; echo $LEAK/$LC_ALL/$(umask); ls /proc/$$/fd; echo $MORV_ROOT");
     setenv("LEAK", "secret", 1);
     setenv("LC_ALL", "tr_TR.UTF-8", 1);
     const UniqueFd inherited(open("/dev/null", O_RDONLY));
     const int before = open_descriptors();
     std::string out;
+    const mode_t old_mask = umask(077);
     EXPECT_EQ(capture_tool(out, "/bin/spy", {}), 0);
+    umask(old_mask);
     // Where some shells keep their script.
     for (const char *script : {"\n10\n", "\n255\n"}) {
         const size_t at = out.find(script);
         if (at != out.npos) out.erase(at, strlen(script) - 1);
     }
-    EXPECT_EQ(out, "/C\n0\n1\n2\n" + std::string(SysPath("").c_str()) + "\n");
+    EXPECT_EQ(out, "/C/0022\n0\n1\n2\n" + std::string(SysPath("").c_str()) + "\n");
     EXPECT_EQ(open_descriptors(), before);
     unsetenv("LEAK");
     unsetenv("LC_ALL");

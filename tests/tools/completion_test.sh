@@ -60,7 +60,7 @@ test_every_command_and_option_is_offered_and_in_the_manual() {
 }
 
 test_words_are_offered_by_their_place() {
-    expect_offer "" 'block|conf|group|line|lock|log|mirror|raid|section|share|store|user|volume'
+    expect_offer "" 'block|conf|group|line|lock|log|mirror|net|raid|section|share|store|user|volume'
     expect_offer "co" conf
     expect_offer "--json con" conf
     expect_offer "--root /tmp conf g" get
@@ -83,6 +83,7 @@ test_words_are_offered_by_their_place() {
     expect_offer "log show s" 'surveillance|system'
     expect_offer "log add system w" warn
     expect_offer "log show system --type e" error
+    expect_offer "net validate m" 'mail|mask'
 }
 
 test_files_below_the_root_are_offered() {
@@ -147,6 +148,16 @@ test_arrays_devices_and_volumes_are_offered() {
     expect_offer "raid scan /dev/sda1 /dev/sda" '/dev/sda |/dev/sda1 |/dev/sda2 |/dev/sda3 '
     expect_offer "volume mount /dev/m" '/dev/md2 '
     expect_offer "volume show " /volume1
+}
+
+test_interfaces_are_offered() {
+    if ((${#emulator[@]})); then
+        skip "under an emulator nobody plays the kernel"
+        return
+    fi
+    "$SOURCE/tests/support/fake_network" "$root" eth0 eth1
+    local -x LD_PRELOAD=$FAKE_NET ASAN_OPTIONS=${ASAN_OPTIONS-}:verify_asan_link_order=0
+    expect_offer "net show " 'eth0|eth1'
 }
 
 test_nothing_on_the_command_line_is_run() {

@@ -1,8 +1,8 @@
 # What the tests of the tools share. A test script sources it, defines functions named test_..., and calls run_tests. The
 # arguments of the script, if any, are the names of the tests to run.
 #
-# Environment: SOURCE, the tree; TOOLS and EXAMPLES, the folders of the programs; FAKE_MD, the library that plays the
-# kernel; EMULATOR, what they run under, if anything.
+# Environment: SOURCE, the tree; TOOLS and EXAMPLES, the folders of the programs; FAKE_MD and FAKE_NET, the libraries that
+# play the kernel; EMULATOR, what they run under, if anything.
 # shellcheck shell=bash
 set -uo pipefail
 export LC_ALL=C

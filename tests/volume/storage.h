@@ -8,15 +8,17 @@
 
 #include "support/fake_md.h"
 #include "support/scratch.h"
+#include "support/tool_root.h"
 
 namespace testing_support {
 
 template <class Base = ScratchRoot>
-class StorageRoot : public Base {
+class StorageRoot : public ToolRoot<Base> {
   public:
     using Base::path;
     using Base::read;
     using Base::write;
+    using ToolRoot<Base>::tool;
 
     StorageRoot() {
         path("sys/block/x");
@@ -53,20 +55,6 @@ class StorageRoot : public Base {
         bytes[1024 + 57] = '\xEF';
         bytes[1024 + 58] = static_cast<char>(state);
         write(device, bytes);
-    }
-
-    // A tool adds its name and arguments to the calls, then does this.
-    void tool(const std::string &name, const std::string &script = "") const {
-        write(name, "#!/bin/sh\necho \"${0##*/} $*\" >>\"$MORV_ROOT/calls\"\n" + script + "\n", 0755);
-    }
-
-    // What the tools were called with since the last time; the root is shown as "ROOT".
-    std::string calls() const {
-        std::string text = read("calls");
-        for (size_t at; (at = text.find(this->dir())) != text.npos;)
-            text.replace(at, this->dir().size(), "ROOT");
-        remove(path("calls").c_str());
-        return text;
     }
 
     // An umount that works: what was mounted last goes.

@@ -213,6 +213,12 @@ _morvctl() {
             compopt -o nospace
             [[ $typed == *=* ]] || _morvctl_offer "$typed" <<<$'attempts=\nminutes=\ndays=\nnotify=\nallow=\ndefault'
             ;;
+        net:INTERFACE)
+            _morvctl_offer "$typed" < <("${ask[@]}" net interfaces --names 2>/dev/null)
+            ;;
+        net:KIND)
+            _morvctl_offer "$typed" <<<$'ip\nmask\nsubnet\nhost\ndomain\nmail'
+            ;;
         lock:LOCKS)
             local before=
             [[ $typed != *,* ]] || before=${typed%,*},

@@ -188,13 +188,7 @@ int change_accounts(const Session &session, const std::vector<std::string> &fold
 }
 
 void prepare(const Session &session) {
-    const uint32_t above = locks_held_above(session);
-    for (const LockName &lock : lock_names()) {
-        if ((kLocks & above & lock.bit) == 0) continue;
-        throw Failure(Exit::kLocked, std::string("cannot take the lock ") + lock.name +
-                                         ": 'morvctl lock run' holds it, and this command needs it itself");
-    }
-    make_lock_folder(session);
+    prepare_locks(session, kLocks);
 }
 
 }  // namespace morvctl

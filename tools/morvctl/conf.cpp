@@ -192,8 +192,7 @@ int merge(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_conf_commands(CLI::App &app, Session &session) {
-    CLI::App &conf = add_family(app, session, "conf", "Files of key=value lines");
+void add_conf_commands(CLI::App &conf, Session &session) {
     const auto add = [&](Kind kind, const char *name, const char *description,
                          auto work) -> std::pair<CLI::App &, Args &> {
         CLI::App &command = add_command(conf, session, kind, name, description);

@@ -25,7 +25,8 @@ inline constexpr struct {
     const char *meaning;
 } kExits[] = {
     {Exit::kDone, "done", "what was asked for has been done"},
-    {Exit::kNotFound, "not found", "no such key, section, line, record, account, array or volume"},
+    {Exit::kNotFound, "not found",
+     "no such key, line, record, account, array, ...; net check, net validate: no"},
     {Exit::kUsage, "usage", "the command line is wrong"},
     {Exit::kRefused, "refused", "the input is not valid, or is there already"},
     {Exit::kLocked, "locked", "another program held the lock until the time was over"},

@@ -242,8 +242,7 @@ int remove(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_group_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "group", "Which users belong together");
+void add_group_commands(CLI::App &family, Session &session) {
     const auto add_command_for = [&](Kind kind, const char *name, const char *description, auto work) {
         return add_account_command<Args>(family, session, kind, name, description, work);
     };

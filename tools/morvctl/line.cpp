@@ -223,8 +223,7 @@ int replace(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_line_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "line", "Single lines of any text file");
+void add_line_commands(CLI::App &family, Session &session) {
     const auto add_one = [&](Kind kind, const char *name, const char *description,
                              auto work) -> std::pair<CLI::App &, Args &> {
         CLI::App &command = add_command(family, session, kind, name, description);

@@ -131,8 +131,7 @@ int list(const Session &session, const Args &) {
 
 }  // namespace
 
-void add_lock_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "lock", "The locks around the system's files");
+void add_lock_commands(CLI::App &family, Session &session) {
     auto args = std::make_shared<Args>();
     CLI::App &command = add_command(family, session, Kind::kLocks, "run",
                                     "Run a program while holding locks, and exit as it does");

@@ -330,8 +330,7 @@ constexpr char kLanguageHelp[] = "The language of the sentences: enu, ger, fre, 
 
 }  // namespace
 
-void add_log_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "log", "The event logs, and who is connected");
+void add_log_commands(CLI::App &family, Session &session) {
     const auto add_one =
         [&](const char *name, const char *description,
             int (*work)(const Session &session, const Args &args)) -> std::pair<CLI::App &, Args &> {

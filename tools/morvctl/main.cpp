@@ -3,6 +3,10 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
+#include <span>
+#include <string_view>
+
 #include "morvctl/families.h"
 #include "morvctl/output.h"
 #include "morvctl/signals.h"
@@ -65,7 +69,12 @@ int complain(const std::string &sentence, Exit code) {
     return int(code);
 }
 
-void describe(CLI::App &app, Session &session) {
+// The commands are described to the parser as far as they can be meant: those of all families would take longer
+// than most commands.
+void describe(CLI::App &app, Session &session, std::span<char *const> arguments) {
+    const auto may_be_meant = [&](std::string_view family) {
+        return std::find(arguments.begin(), arguments.end(), family) != arguments.end();
+    };
     app.set_version_flag("--version", "morvctl " MORV_VERSION, "Print the version");
     app.set_help_flag("-h,--help", "Print this help");
     app.require_subcommand(1);
@@ -74,7 +83,10 @@ void describe(CLI::App &app, Session &session) {
     app.add_option("--root", session.root, "Work on the system below this folder (else $MORV_ROOT)")
         ->type_name("DIR");
     app.add_flag("--json", session.json, "Print one JSON document");
-#define ADD(family) add_##family##_commands(app, session);
+#define ADD(name, description)                                                                  \
+    if (CLI::App &family = add_family(app, session, #name, description); may_be_meant(#name)) { \
+        add_##name##_commands(family, session);                                                 \
+    }
     MORVCTL_FAMILIES(ADD)
 #undef ADD
 }
@@ -111,8 +123,9 @@ int main(int argc, char **argv) {
     set_up_signals();
     try {
         Session session;
-        CLI::App app("Read and change the settings of the appliance.", "morvctl");
-        describe(app, session);
+        // Never taken down, which would take as long as setting it up.
+        static CLI::App &app = *new CLI::App("Read and change the settings of the appliance.", "morvctl");
+        describe(app, session, {argv, size_t(argc)});
         if (const int code = parse(app, argc, argv); code >= 0) return code;
         set_root(session);
         const int code = run(app, session);

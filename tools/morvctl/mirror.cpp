@@ -184,8 +184,7 @@ int rebuild(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_mirror_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "mirror", "The record files that accounts are read through");
+void add_mirror_commands(CLI::App &family, Session &session) {
     CLI::App &listing =
         add_command(family, session, Kind::kReads, "status", "Tell of each whether it is current");
     run_with(listing, session, [](Session &s) { return status(s, {}); });

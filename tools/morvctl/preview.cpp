@@ -29,16 +29,6 @@ constexpr const char *kPrograms[] = {"/usr/bin/getent"};
 
 constexpr char kHomes[] = "/var/services/homes";
 
-// The files of one change are renamed one after the other. Copies made meanwhile would not belong together.
-constexpr int kTries = 20;
-
-std::string state_of(const std::string &path) {
-    struct stat st;
-    if (stat(path.c_str(), &st) != 0) return "";
-    return std::to_string(st.st_dev) + ":" + std::to_string(st.st_ino) + ":" + std::to_string(st.st_size) +
-           ":" + std::to_string(st.st_mtim.tv_sec) + "." + std::to_string(st.st_mtim.tv_nsec);
-}
-
 // Where a field holds nothing that has to be kept: no password, or a mark for that none is accepted.
 bool is_secret(std::string_view field) {
     return field.find_first_not_of("!*") != field.npos && field != "x" && field != "X" && field != "NP" &&
@@ -78,16 +68,14 @@ std::string masked(const std::string &file, const std::string &text, std::set<st
 }  // namespace
 
 Preview::Preview(const Session &session, const std::vector<std::string> &folders)
-    : session_(session), root_(scratch_.path("root")) {
-    copy_files();
-    std::filesystem::create_directories(root_ + "/tmp");
+    : session_(session),
+      root_(session, {std::begin(kChanged), std::end(kChanged)}, {std::begin(kRead), std::end(kRead)}) {
     for (const char *program : kPrograms) {
         const std::string real = system_path(session, program);
         if (access(real.c_str(), X_OK) != 0) continue;
-        std::filesystem::create_directories(folder_of(root_ + program));
-        std::filesystem::create_symlink(real, root_ + program);
+        std::filesystem::create_directories(folder_of(root_.path() + program));
+        std::filesystem::create_symlink(real, root_.path() + program);
     }
-    if (MORVSysRootSet(root_.c_str()) != 0) fail_library("make a private copy");
     mirror_folder(kHomes);
     for (const std::string &folder : folders)
         mirror_folder(folder);
@@ -101,51 +89,9 @@ Preview::Preview(const Session &session, const std::vector<std::string> &folders
     }
 }
 
-Preview::~Preview() {
-    ErrMLIBFileCloseLock();
-    MORVSysRootSet(session_.root.c_str());
-    // A process in the background may still be at work on folders that were removed.
-    std::error_code failed;
-    for (int tries = 0; tries < kTries && (std::filesystem::remove_all(root_, failed), failed); ++tries)
-        usleep(50000);
-}
-
-void Preview::copy_files() {
-    const auto states = [&] {
-        std::string all;
-        for (const char *file : kChanged)
-            all.append(state_of(system_path(session_, file))).append(" ");
-        return all;
-    };
-    std::map<std::string, std::string> copied;
-    for (int tries = 0;; ++tries) {
-        const std::string state = states();
-        copied.clear();
-        before_.clear();
-        for (const char *file : kChanged) {
-            const Target target{file, system_path(session_, file)};
-            if (const Fd fd = open_file(target, true)) before_[file] = read_content(target, fd);
-        }
-        if (state == states()) break;
-        if (tries == kTries)
-            throw Failure(Exit::kLocked, "cannot copy the account files: they keep changing");
-        usleep(50000);
-    }
-    copied = before_;
-    for (const char *file : kRead) {
-        const Target target{file, system_path(session_, file)};
-        if (access(target.path.c_str(), R_OK) != 0) continue;
-        if (const Fd fd = open_file(target, true)) copied[file] = read_content(target, fd);
-    }
-    for (const auto &[file, content] : copied) {
-        std::filesystem::create_directories(folder_of(root_ + file));
-        scratch_.write(("root" + file).c_str(), content);
-    }
-}
-
 bool Preview::has_folder(const std::string &folder) const {
     struct stat st;
-    return lstat((root_ + folder).c_str(), &st) == 0;
+    return lstat((root_.path() + folder).c_str(), &st) == 0;
 }
 
 void Preview::mirror_folder(const std::string &folder) {
@@ -157,7 +103,7 @@ void Preview::mirror_folder(const std::string &folder) {
         struct stat st;
         if (stat(system_path(session_, part).c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) break;
         std::error_code ignored;
-        std::filesystem::create_directory(root_ + part, ignored);
+        std::filesystem::create_directory(root_.path() + part, ignored);
     }
     folders_[folder] = has_folder(folder);
 }
@@ -171,25 +117,12 @@ void Preview::show(const Session &session, Json &document) const {
         folders.push_back({{"folder", folder}, {"change", change}});
         if (!session.json) print_line("folder " + escape(folder) + ": " + change);
     }
-    Json files = Json::array();
-    for (const char *file : kChanged) {
-        const Target target{file, root_ + file};
-        const auto was = before_.find(file);
-        std::string after;
-        const Fd fd = open_file(target, true);
-        if (fd) after = read_content(target, fd);
-        if (was == before_.end() ? !fd : fd && was->second == after) continue;
-        std::set<std::string> known;
-        std::string before;
-        if (was != before_.end()) before = masked(file, was->second, known, false);
-        after = masked(file, after, known, true);
-        const std::string diff =
-            show_change(file, was == before_.end() ? nullptr : &before, fd ? &after : nullptr);
-        files.push_back({{"file", file}, {"diff", diff}});
-        if (!session.json) print_raw(diff);
-    }
     document["folders"] = folders;
-    document["files"] = files;
+    root_.show(session, document, [](const std::string &file, std::string &before, std::string &after) {
+        std::set<std::string> known;
+        before = masked(file, before, known, false);
+        after = masked(file, after, known, true);
+    });
 }
 
 }  // namespace morvctl

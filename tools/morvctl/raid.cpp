@@ -120,8 +120,7 @@ void add_number(CLI::App &command, const char *name, int &value, int least, cons
 
 }  // namespace
 
-void add_raid_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "raid", "The arrays that disks are joined to");
+void add_raid_commands(CLI::App &family, Session &session) {
     const auto add = [&](const char *name, const char *description,
                          Work work) -> std::pair<CLI::App &, RaidArgs &> {
         CLI::App &command = add_command(family, session, Kind::kReads, name, description);

@@ -239,8 +239,7 @@ int remove(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_section_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "section", "Files divided by [section] lines");
+void add_section_commands(CLI::App &family, Session &session) {
     const auto add = [&](Kind kind, const char *name, const char *description,
                          auto work) -> std::pair<CLI::App &, Args &> {
         CLI::App &command = add_command(family, session, kind, name, description);

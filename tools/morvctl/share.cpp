@@ -443,8 +443,7 @@ void add_flag_options(CLI::App &command, Args &args) {
 
 }  // namespace
 
-void add_share_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "share", "Which folders are shared, and with whom");
+void add_share_commands(CLI::App &family, Session &session) {
     const auto add_command_for = [&](Kind kind, const char *name, const char *description, auto work) {
         return add_account_command<Args>(family, session, kind, name, description, work);
     };

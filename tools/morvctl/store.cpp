@@ -171,8 +171,7 @@ int get(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_store_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "store", "The records of a record file");
+void add_store_commands(CLI::App &family, Session &session) {
     const auto add = [&](const char *name, const char *description,
                          auto work) -> std::pair<CLI::App &, Args &> {
         CLI::App &command = add_command(family, session, Kind::kReads, name, description);

@@ -261,8 +261,7 @@ void add_value_options(CLI::App &command, Args &args) {
 
 }  // namespace
 
-void add_user_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "user", "Who has an account");
+void add_user_commands(CLI::App &family, Session &session) {
     const auto add_command_for = [&](Kind kind, const char *name, const char *description, auto work) {
         return add_account_command<Args>(family, session, kind, name, description, work);
     };

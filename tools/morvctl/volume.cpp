@@ -539,8 +539,7 @@ int refresh_lvm(const Session &session, const Args &args) {
 
 }  // namespace
 
-void add_volume_commands(CLI::App &app, Session &session) {
-    CLI::App &family = add_family(app, session, "volume", "The file systems that hold people's data");
+void add_volume_commands(CLI::App &family, Session &session) {
     const auto add =
         [&](const char *name, const char *description,
             int (*work)(const Session &session, const Args &args)) -> std::pair<CLI::App &, Args &> {

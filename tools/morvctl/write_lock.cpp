@@ -25,7 +25,7 @@ constexpr LockName kLocks[] = {
     {"rc", MORV_LOCK_RC, "start-up"},
     {"host", MORV_LOCK_HOST, "host name and addresses"},
     {"exports", MORV_LOCK_EXPORTS, "NFS exports"},
-    {"nw", MORV_LOCK_NW, "NetWare"},
+    {"nw", MORV_LOCK_NW, "name server and gateway"},
     {"morvinfo", MORV_LOCK_MORVINFO, "/etc/morvinfo.conf"},
     {"apple", MORV_LOCK_APPLE, "AFP"},
     {"snmp", MORV_LOCK_SNMP, "SNMP"},
@@ -56,8 +56,8 @@ constexpr struct {
     {"/etc/rc.local", MORV_LOCK_RC},
     {"/etc/hosts", MORV_LOCK_HOST},
     {"/etc/hostname", MORV_LOCK_HOST},
-    {"/etc/resolv.conf", MORV_LOCK_HOST},
-    {"/etc/sysconfig/network", MORV_LOCK_HOST},
+    {"/etc/resolv.conf", MORV_LOCK_NW},
+    {"/etc/sysconfig/network", MORV_LOCK_NW},
     {"/etc/sysconfig/network-scripts/ifcfg-", MORV_LOCK_HOST},
     {"/etc/exports", MORV_LOCK_EXPORTS},
     {"/usr/morv/etc/afpd.conf", MORV_LOCK_APPLE},
@@ -156,6 +156,16 @@ uint32_t locks_held_above(const Session &session) {
     uint32_t above;
     held_above(session, above);
     return above;
+}
+
+void prepare_locks(const Session &session, uint32_t bits) {
+    const uint32_t above = locks_held_above(session);
+    for (const LockName &lock : lock_names()) {
+        if ((bits & above & lock.bit) == 0) continue;
+        throw Failure(Exit::kLocked, std::string("cannot take the lock ") + lock.name +
+                                         ": 'morvctl lock run' holds it, and this command needs it itself");
+    }
+    make_lock_folder(session);
 }
 
 void tell_held_locks(const Session &session, uint32_t bits) {

@@ -43,6 +43,9 @@ uint32_t locks_held_above(const Session &session);
 // Tells the programs that this process starts which locks it holds for them, exclusively.
 void tell_held_locks(const Session &session, uint32_t bits);
 
+// Before the library takes these locks itself: fails when a `lock run` holds one, and makes their folder.
+void prepare_locks(const Session &session, uint32_t bits);
+
 // The library makes the lock folder, but not the folder that it lies in: a new system root may have none.
 void make_lock_folder(const Session &session);
 

@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include "core/base/guard.h"
 
@@ -59,6 +60,13 @@ bool copy_attributes(int from, int to, bool is_folder) noexcept {
     // The folder's default access list must not open the new file for more people than the old one.
     return (has_access_list || remove_attribute(to, kAccessList)) &&
            (!is_folder || has_default_list || remove_attribute(to, kDefaultList));
+}
+
+// The owner first: a change of owner clears the set-user-ID bits. The mode last: it would open a list that
+// the folder gave the file to all who are on it.
+bool make_alike(int from, const struct stat &st, int to) noexcept {
+    return fchown(to, st.st_uid, st.st_gid) == 0 && copy_attributes(from, to, false) &&
+           fchmod(to, st.st_mode & 07777) == 0;
 }
 
 }  // namespace morv

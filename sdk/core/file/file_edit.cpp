@@ -4,8 +4,6 @@
 #include <fcntl.h>
 #include <morvsdk/errcodes.h>
 
-#include "core/file/replacement_file.h"
-
 namespace morv {
 
 int FileEdit::open_target(const char *path, Missing missing, int access) noexcept {
@@ -28,6 +26,11 @@ int FileEdit::open(const char *path, Missing missing, int read_error, int access
 
 int FileEdit::commit(std::string_view content, NewFile new_file) const noexcept {
     ReplacementFile file(target_);
+    const int code = prepare(file, content, new_file);
+    return code == 0 ? file.rename_over() : code;
+}
+
+int FileEdit::prepare(ReplacementFile &file, std::string_view content, NewFile new_file) const noexcept {
     int code;
     if (exists()) {
         code = file.create_like(fd_.get());
@@ -35,7 +38,7 @@ int FileEdit::commit(std::string_view content, NewFile new_file) const noexcept 
         code = new_file == kOwn ? file.create_own(0644) : file.create_as_opened();
     }
     if (code == 0) code = file.write(content);
-    return code == 0 ? file.commit() : code;
+    return code == 0 ? file.complete() : code;
 }
 
 }  // namespace morv

@@ -13,6 +13,7 @@
 
 #include "core/base/guard.h"
 #include "core/file/file_text.h"
+#include "core/file/replacement_file.h"
 
 namespace morv {
 
@@ -41,6 +42,11 @@ class FileEdit {
 
     // Replaces the target by a file with this content. Answers the codes of a replacement file.
     int commit(std::string_view content, NewFile new_file = kAsOpened) const noexcept;
+
+    // The same up to the renaming, for files that take effect together: `file` is a replacement of
+    // target().
+    int prepare(ReplacementFile &file, std::string_view content, NewFile new_file = kAsOpened) const noexcept;
+    const char *target() const noexcept { return target_; }
 
   private:
     int open_target(const char *path, Missing missing, int access) noexcept;

@@ -49,6 +49,13 @@ int FileText::load(const char *path) noexcept {
     return code == ERR_READ_FAILED ? ERR_OPEN_FAILED : code;
 }
 
+int FileText::load_bounded(const char *path, size_t most) noexcept {
+    const UniqueFd fd(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!fd) return ERR_OPEN_FAILED;
+    const int code = load(fd.get(), most);
+    return code == ERR_FORMAT_ERROR ? ERR_READ_FAILED : code;
+}
+
 int check_regular(int fd) noexcept {
     struct stat st;
     if (fstat(fd, &st) != 0) return ERR_STAT_FAILED;

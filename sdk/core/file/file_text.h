@@ -20,6 +20,10 @@ class FileText {
     // Reads the file at `path`. Answers 0, ERR_OPEN_FAILED (also for a folder) or ERR_OUT_OF_MEMORY.
     int load(const char *path) noexcept;
 
+    // The same for a file that others may have made anything of: one that nobody writes to is empty and
+    // does not hold up, and one of more than `most` bytes is ERR_READ_FAILED.
+    int load_bounded(const char *path, size_t most) noexcept;
+
     // Reads what `fd` still holds. Answers 0, ERR_READ_FAILED, ERR_OUT_OF_MEMORY, or ERR_FORMAT_ERROR for
     // more than `most` bytes, of which no more are read.
     int load(int fd, size_t most = SIZE_MAX) noexcept;

@@ -99,13 +99,7 @@ int ReplacementFile::create_like(int old_fd) noexcept {
     if (fstat(old_fd, &st) != 0) return ERR_STAT_FAILED;
     if (int code = create()) return code;
     mode_ = st.st_mode & 07777;
-    // The owner first: a change of owner clears the set-user-ID bits. The mode last: it would open a list
-    // that the folder gave the file to all who are on it.
-    if (fchown(fd_.get(), st.st_uid, st.st_gid) != 0 || !copy_attributes(old_fd, fd_.get(), false) ||
-        fchmod(fd_.get(), mode_) != 0) {
-        return ERR_WRITE_FAILED;
-    }
-    return 0;
+    return make_alike(old_fd, st, fd_.get()) ? 0 : ERR_WRITE_FAILED;
 }
 
 int ReplacementFile::create_own(mode_t mode) noexcept {

@@ -39,6 +39,10 @@ void set_system_root(const char *dir) noexcept {
     root.known = true;
 }
 
+bool has_system_root() noexcept {
+    return *system_root() != '\0';
+}
+
 bool leads_down(std::string_view path) noexcept {
     if (!path.starts_with('/')) return false;
     while (!path.empty()) {

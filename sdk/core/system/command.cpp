@@ -25,6 +25,7 @@
 #include "core/file/lock_table.h"
 #include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
+#include "core/text/name_rule.h"
 
 namespace morv {
 
@@ -34,8 +35,7 @@ namespace {
 constexpr char kShell[] = "/bin/sh";
 
 bool is_plain(char c) noexcept {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           (c != '\0' && strchr("_-./:,=+@%", c));
+    return is_letter_or_digit(c) || (c != '\0' && strchr("_-./:,=+@%", c));
 }
 
 void append_word(std::string &command, std::string_view text) {
@@ -90,13 +90,12 @@ class ToolSignals {
     ToolSignals(const ToolSignals &) = delete;
     ToolSignals &operator=(const ToolSignals &) = delete;
 
-    const sigset_t &mask() const noexcept { return mask_; }
-
     // What the tool is to have its standard action for.
     sigset_t defaults() const noexcept {
         sigset_t set;
         sigemptyset(&set);
         sigaddset(&set, SIGPIPE);
+        sigaddset(&set, SIGXFSZ);
         if (interrupt_.sa_handler != SIG_IGN) sigaddset(&set, SIGINT);
         if (quit_.sa_handler != SIG_IGN) sigaddset(&set, SIGQUIT);
         return set;
@@ -133,11 +132,14 @@ class SpawnPlan {
     bool has_attributes_;
 };
 
-// Starts the shell; what is not -1 of `input` and `output` becomes its standard input and output, and is none
-// of the standard descriptors.
+// Starts the shell; what is not -1 of `input` and `output` becomes its standard input and output, and is
+// none of the standard descriptors.
 int spawn_shell(const std::string &command, int input, int output, const ToolSignals &signals, pid_t &pid) {
     SpawnPlan plan;
+    // A daemon that is started has them as long as it lives.
     const sigset_t defaults = signals.defaults();
+    sigset_t none;
+    sigemptyset(&none);
     if (!plan ||
         (input >= 0 ? posix_spawn_file_actions_adddup2(&plan.actions, input, 0)
                     : posix_spawn_file_actions_addopen(&plan.actions, 0, "/dev/null", O_RDONLY, 0)) != 0 ||
@@ -148,14 +150,14 @@ int spawn_shell(const std::string &command, int input, int output, const ToolSig
         return ERR_OUT_OF_MEMORY;
     }
     if (posix_spawnattr_setflags(&plan.attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF) != 0 ||
-        posix_spawnattr_setsigmask(&plan.attributes, &signals.mask()) != 0 ||
+        posix_spawnattr_setsigmask(&plan.attributes, &none) != 0 ||
         posix_spawnattr_setsigdefault(&plan.attributes, &defaults) != 0) {
         return ERR_SYS_UNKNOWN;
     }
 
     const SysPath root("");
     std::string root_variable = std::string("MORV_ROOT=") + root.c_str();
-    std::string text = command;
+    std::string text = "umask 022; " + command;
     char shell[] = "sh", option[] = "-c", path[] = "PATH=/sbin:/bin:/usr/sbin:/usr/bin",
          locale[] = "LC_ALL=C";
     char *const arguments[] = {shell, option, text.data(), nullptr};
@@ -186,8 +188,8 @@ time_t seconds_now() noexcept {
     return now.tv_sec;
 }
 
-// Ends a shell that runs for too long, and answers whether it did not. A kernel that cannot tell of the end of
-// a process is asked for it again and again.
+// Ends a shell that runs for too long, and answers whether it did not. A kernel that cannot tell of the
+// end of a process is asked for it again and again.
 bool ends_in_time(pid_t pid) noexcept {
     constexpr int kNap = 50;  // milliseconds
     const UniqueFd process(int(syscall(SYS_pidfd_open, pid, 0)));

@@ -12,11 +12,12 @@
 //
 // Names of tools are looked for below the system root, and so are those behind "|", "&", ";", "(" and a
 // backtick; with a root, one without a folder is the first of its name in the folders of the search path
-// there. Paths among the arguments are used as they are given: those of the library's own have passed through
-// SysPath before. Between backticks there are no values, as a shell reads what is there twice.
+// there. Paths among the arguments are used as they are given: those of the library's own have passed
+// through SysPath before. Between backticks there are no values, as a shell reads what is there twice.
 //
 // Tools do not depend on who calls the library: their environment is a search path, the locale "C" and the
-// system root, they read nothing but what they are given, and they have none of the caller's descriptors.
+// system root, no signal is blocked, files that they make have mode 0644, they read nothing but what they
+// are given, and they have none of the caller's descriptors.
 //
 // All functions answer 0 or
 //   ERR_BAD_PARAMETERS  the template or a value cannot be used; nothing was run

@@ -18,10 +18,6 @@ namespace morv {
 
 namespace {
 
-bool has_root() noexcept {
-    return *SysPath("").c_str() != '\0';
-}
-
 std::string_view read_of(int pid, const char *file, std::span<char> room) noexcept {
     char path[64];
     snprintf(path, sizeof path, "/proc/%d/%s", pid, file);
@@ -54,7 +50,7 @@ bool is_running(int pid) noexcept {
     const Stat stat = parse_stat(read_of(pid, "stat", room));
     if (stat.state) return runs(stat);
     // Others' processes may be hidden.
-    return !has_root() && (kill(pid, 0) == 0 || errno == EPERM);
+    return !has_system_root() && (kill(pid, 0) == 0 || errno == EPERM);
 }
 
 int find_processes(std::string_view name, std::vector<int> &pids) {
@@ -94,8 +90,16 @@ int read_pid_file(const char *path) noexcept {
     return number > 1 && number <= INT32_MAX ? static_cast<int>(number) : 0;
 }
 
+int reload_daemon(const char *pid_file, std::string_view name) noexcept {
+    Process daemon;
+    char room[64];
+    if (!daemon.open(read_pid_file(pid_file)) || daemon.name(room).find(name) == std::string_view::npos)
+        return 0;
+    return daemon.signal(SIGHUP) ? 1 : -1;
+}
+
 bool Process::open(int pid) noexcept {
-    if (pid <= 1 || has_root()) return false;
+    if (pid <= 1 || has_system_root()) return false;
     pid_ = pid;
     fd_.reset(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
     return fd_ || errno != ESRCH;

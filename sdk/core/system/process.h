@@ -19,6 +19,11 @@ bool is_running(int pid) noexcept;
 // Answers 0, ERR_OPEN_FAILED ("/proc" cannot be read) or ERR_OUT_OF_MEMORY. May throw std::bad_alloc.
 int find_processes(std::string_view name, std::vector<int> &pids);
 
+// Has a daemon read its settings again (SIGHUP). It is the process of the pid file (a path of the system) if
+// that has `name` in its own: the number may be another program's by now, which the signal would end.
+// Answers 1; 0 when it does not run; -1 when it could not be signalled.
+int reload_daemon(const char *pid_file, std::string_view name) noexcept;
+
 // The number in a pid file (a path of the system); 0 when there is none above 1.
 int read_pid_file(const char *path) noexcept;
 

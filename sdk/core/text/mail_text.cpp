@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "core/text/name_rule.h"
+
 namespace morv {
 
 namespace {
@@ -66,8 +68,7 @@ void append_body(std::string &out, std::string_view body) {
 bool is_mail_address(std::string_view text) noexcept {
     if (text.empty() || text.size() > 254 || strchr("-/|", text.front())) return false;
     return std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               (c != '\0' && strchr("!#$%&'*+-/=?^_`{|}~.@", c));
+        return is_letter_or_digit(c) || (c != '\0' && strchr("!#$%&'*+-/=?^_`{|}~.@", c));
     });
 }
 
