@@ -1,0 +1,5 @@
+#include <morvsdk/service.h>
+
+extern "C" int MORVNetService(int, int) noexcept {
+    return -1;
+}

@@ -1,0 +1,5 @@
+#include <morvsdk/service.h>
+
+extern "C" int BlMORVSettingIsSupported(int) noexcept {
+    return -1;
+}

@@ -1,0 +1,3 @@
+#include <morvsdk/internal/sysbkp.h>
+
+extern "C" void MORVSysbkpIFreeShareString(MORVSYSBKPSHARE *) noexcept {}

@@ -1,0 +1,5 @@
+#include <morvsdk/internal/sysbkp.h>
+
+extern "C" int MORVSysbkpIReadShare(int, MORVSYSBKPSHARE *) noexcept {
+    return -1;
+}
