@@ -2,6 +2,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <initializer_list>
+
 extern "C" void MORVSysbkpIFreeUserSetting(MORVSYSBKPUSER *user) noexcept {
     if (!user) return;
     for (char **text : {&user->szName, &user->szPassword, &user->szFullName, &user->szSmbPassword1,

@@ -1,6 +1,9 @@
 #include <morvsdk/file.h>
 #include <morvsdk/internal/sysbkp.h>
 
+#include <string>
+
+#include "core/account/named_lines.h"
 #include "core/account/reading.h"
 #include "core/account/user_mirror.h"
 #include "sysbkp/report.h"
