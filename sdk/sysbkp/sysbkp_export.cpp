@@ -1,5 +1,5 @@
-#include <morvsdk/internal/sysbkp.h>
+#include <morvsdk/sysbkp.h>
 
-extern "C" int MORVSysbkpExport(const char *, int) noexcept {
-    return -1;
+extern "C" int MORVSysbkpExport(const char *path, int mask) noexcept {
+    return MORVSysbkpExportReport(path, mask, nullptr, nullptr);
 }

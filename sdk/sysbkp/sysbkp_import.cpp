@@ -1,5 +1,5 @@
-#include <morvsdk/internal/sysbkp.h>
+#include <morvsdk/sysbkp.h>
 
-extern "C" int MORVSysbkpImport(const char *, int, int) noexcept {
-    return -1;
+extern "C" int MORVSysbkpImport(const char *path, int mask, int option) noexcept {
+    return MORVSysbkpImportReport(path, mask, option, nullptr, nullptr);
 }
