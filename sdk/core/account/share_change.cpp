@@ -286,6 +286,9 @@ class ShareChange : ConfChange {
         if (const int code = check_name(share, plan)) return code;
         if (const int code = find_there(plan)) return code;
         if (const int code = check_path(share.szPath, plan)) return code;
+        if (!plan.old) {
+            if (const int code = take_room()) return code;
+        }
         return plan.wanted.take(rebase(share, plan), plan.today(), mirrors_.accounts());
     }
 
@@ -296,8 +299,7 @@ class ShareChange : ConfChange {
         if (plan.key == plan.old_key) return 0;
         std::string_view there;
         const int code = find_record(mirror_->store[kShares], store_key(plan.key), &there);
-        if (code != ERR_KEY_NOT_FOUND) return code ? code : int{ERR_SHARE_EXISTS};
-        return plan.old ? 0 : take_room();
+        return code == ERR_KEY_NOT_FOUND ? 0 : code ? code : int{ERR_SHARE_EXISTS};
     }
 
     // Room for one more share.
