@@ -22,6 +22,44 @@ constexpr CodeText kTexts[] = {
     {ERR_FORMAT_ERROR, true, "it is no backup of a configuration"},
 };
 
+// What is in each kind, for the help. Those that hold nothing are left out.
+constexpr struct {
+    int32_t id;
+    const char *holds;
+} kHolds[] = {
+    {MORV_SYSBKP_TIME, "time server, time zone"},
+    {MORV_SYSBKP_HOSTNAME, "name in the network"},
+    {MORV_SYSBKP_MAIL, "mail server, who gets notifications"},
+    {MORV_SYSBKP_APPLE, "Apple file service"},
+    {MORV_SYSBKP_WINDOWS, "workgroup, WINS server"},
+    {MORV_SYSBKP_USER, "users with the hashes of their passwords"},
+    {MORV_SYSBKP_GROUP, "groups and their members"},
+    {MORV_SYSBKP_SHARE, "shares and who may do what in them"},
+    {MORV_SYSBKP_HDSLEEPTIME, "when idle disks stop"},
+    {MORV_SYSBKP_RUNFTPD, "FTP service"},
+    {MORV_SYSBKP_PPPOE, "PPPoE with its password"},
+    {MORV_SYSBKP_PHOTO, "photo albums"},
+    {MORV_SYSBKP_HTTPPORT, "ports of the web server"},
+    {MORV_SYSBKP_MTU, "MTU of eth0"},
+    {MORV_SYSBKP_RCPOWER, "power by remote control"},
+    {MORV_SYSBKP_USBCOPYSET, "where USB disks are copied to"},
+    {MORV_SYSBKP_WEB, "web server"},
+    {MORV_SYSBKP_DCACHE, "write cache of the disks"},
+    {MORV_SYSBKP_FETCHDESK, "downloads"},
+    {MORV_SYSBKP_MYSQL, "database service"},
+    {MORV_SYSBKP_USERQUOTA, "limits of users on volumes"},
+};
+
+std::string kinds_help() {
+    std::string text = "Kinds:\n";
+    for (const auto &kind : kHolds) {
+        char line[96];
+        snprintf(line, sizeof line, "  %-12s %s\n", MORVSysbkpName(kind.id), kind.holds);
+        text += line;
+    }
+    return text;
+}
+
 // The blocks of a file as they come.
 struct Reader {
     Backup &backup;
@@ -57,7 +95,7 @@ struct Reader {
 int32_t parse_kinds(const std::optional<std::string> &only, int32_t all) {
     if (!only) return all;
     int32_t mask = 0;
-    const std::vector<std::string> names = kind_names(kAllKinds);
+    const std::vector<std::string> names = kind_names(kAllKinds & ~(MORV_SYSBKP_LANG | MORV_SYSBKP_FINISH));
     for (const std::string &name : split_list(*only)) {
         const MORVSYSROUTINE *row = grgSysRoutine;
         while (row->id != 0 && name != MORVSysbkpName(row->id))
@@ -249,6 +287,8 @@ void add_backup_commands(CLI::App &family, Session &session) {
         add_only(command, args, "Only these, as time,user,share");
         add_secrets(command, args);
     }
+    // Not in the help of each command, which has taken over the other part already.
+    family.footer(kinds_help() + "\n" + family.get_footer());
 }
 
 }  // namespace morvctl

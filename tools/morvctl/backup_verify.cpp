@@ -1,6 +1,7 @@
 // morvctl backup verify: what of a file this system could not restore.
 #include <errno.h>
 #include <morvsdk/service.h>
+#include <morvsdk/volume.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -150,7 +151,28 @@ class Verifier {
         struct stat st;
         return stat(system_path(session_, path).c_str(), &st) == 0 && S_ISDIR(st.st_mode);
     }
-    static std::string volume_of(const std::string &path) { return path.substr(0, path.find('/', 1)); }
+
+    // The volume that a path lies on if that is not here; else "". An image may have no list of what is mounted:
+    // then a folder is enough.
+    std::string missing_volume(const std::string &path) {
+        const std::string volume = path.substr(0, path.find('/', 1));
+        VOLUME_ID id;
+        if (VolumePathParse(volume.c_str(), &id) != 1 ||
+            !(id.location & (VOLUME_INTERNAL | VOLUME_EXPANSION)))
+            return "";
+        if (!mounted_) mounted_ = mounted_volumes();
+        const bool is_mounted = mounted_->empty() || mounted_->contains(volume);
+        return is_mounted && has_folder(volume) ? "" : volume;
+    }
+    static std::set<std::string> mounted_volumes() {
+        std::set<std::string> found;
+        VOLUME_MOUNT *list = nullptr;
+        if (MORVMountVolInfoEnum(&list) < 0) return found;
+        for (const VOLUME_MOUNT *mount = list; mount; mount = mount->pNext)
+            found.insert(mount->szMountPoint);
+        MORVMountVolInfoFree(list);
+        return found;
+    }
 
     void check_shares() {
         if (!(backup_.kinds() & MORV_SYSBKP_SHARE)) return;
@@ -171,9 +193,9 @@ class Verifier {
                 findings.push_back({"share", name + " is " + escape(path) + " in the file, and here it is " +
                                                  escape(here->szPath)});
             }
-        } else if (path.size() < 2 || path[0] != '/' || !has_folder(volume_of(path))) {
-            findings.push_back({"share", name + " is " + escape(path) + ", and here is no volume " +
-                                             escape(volume_of(path))});
+        } else if (const std::string volume = missing_volume(path); !volume.empty()) {
+            findings.push_back(
+                {"share", name + " is " + escape(path) + ", and the volume " + volume + " is not here"});
         }
         for (const char *list : {"readwrite", "readonly", "denied"}) {
             for (const std::string &entry : split_list(share.text(list))) {
@@ -195,7 +217,7 @@ class Verifier {
                                                      ", who is neither in the file nor here"});
             }
             for (const BackupRecord &entry : user.entries) {
-                if (!has_folder(entry.text("path"))) missing.insert(entry.text("path"));
+                if (!missing_volume(entry.text("path")).empty()) missing.insert(entry.text("path"));
             }
         });
         for (const std::string &path : missing)
@@ -224,6 +246,7 @@ class Verifier {
 
     const Session &session_;
     const Backup &backup_;
+    std::optional<std::set<std::string>> mounted_;
     std::set<std::string> users_, groups_;  // those of the file
     bool has_users_ = false;
     bool has_groups_ = false;
