@@ -14,6 +14,8 @@ start() {
     printf 'ftpport="2121"\nmail_smtp="mail.example.org"\n' >>"$root/etc/morvinfo.conf"
     printf 'runpppoe="yes"\npppoeuser="jo"\npppoepassword="Tr0ub4dor"\n' >"$root/etc/pppoe.conf"
     chmod 600 "$root/etc/pppoe.conf"
+    # As the library adds them.
+    sed -i 's/^users:x:100:/&alice,bob/' "$root/etc/group"
     # A service that would tell when it is stopped.
     printf '#!/bin/sh\necho "$1" >>%s/service\n' "$scratch" >"$root/usr/morv/etc/rc.d/S80ftp.sh"
     chmod 755 "$root/usr/morv/etc/rc.d/S80ftp.sh"
@@ -26,7 +28,7 @@ state() { (cd "$root" && find . \( -path ./tmp -o -path ./var/log \) -prune -o -
 # A second appliance, as an installation leaves it: no users, groups and shares but the system's.
 empty() {
     sed -i '/^alice:\|^bob:/d' "$root"/etc/{passwd,shadow,morvuser.conf} "$root/usr/morv/etc/private/smbpasswd"
-    sed -i '/^writers:\|^accounts:/d' "$root"/etc/{group,group_desc}
+    sed -i '/^writers:\|^accounts:/d; s/^users:x:100:.*/users:x:100:/' "$root"/etc/{group,group_desc}
     sed -i '/^; everybody/,$d' "$root/usr/morv/etc/smb.conf"
     sed -i '/^ftpport\|^mail_smtp/d' "$root/etc/morvinfo.conf"
     rm "$root/etc/pppoe.conf"
@@ -66,7 +68,6 @@ test_an_export_is_whole_and_private_and_replaces_nothing_unasked() {
     [[ $(cd "$scratch" && ls -d box*) == box.morv ]] || fail "left behind: $(ls "$scratch")"
     expect_code 0 morvctl backup export "$backup" --force --only hostname,mail
     expect_code 0 morvctl --json backup inspect "$backup"
-    expect_value '"hostname mail"' blocks 2>/dev/null || true
     [[ $(value blocks 0 block) == hostname && $(value blocks 1 block) == mail && $(value mask) == 18 ]] || fail "$out"
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 struct Difference {
     std::string block;
-    std::string record;  // "alice", or "" for a setting of the block itself
+    std::string record;      // "alice", or "" for a setting of the block itself
     std::string field = {};  // "" when the record is only on one side
     std::string here = {}, file = {};
     bool is_only_here = false;

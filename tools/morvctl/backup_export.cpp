@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -69,10 +70,10 @@ class Draft {
     std::string path_;
 };
 
+// The library's words for a failed system call are the system's.
 Exit exit_for_problem(const std::string &problem) {
-    return problem.find(reason_text(ENOSPC)) != problem.npos || problem.find("No space left") != problem.npos
-               ? Exit::kNoSpace
-               : Exit::kFailed;
+    const auto tells = [&](int reason) { return problem.find(strerror(reason)) != problem.npos; };
+    return tells(ENOSPC) || tells(EDQUOT) ? Exit::kNoSpace : Exit::kFailed;
 }
 
 void print_blocks(const Backup &backup, const BackupReport &report) {
@@ -85,13 +86,12 @@ void print_blocks(const Backup &backup, const BackupReport &report) {
             holds = std::to_string(block.records.size()) + " " + first->name;
             if (block.records.size() == 1 && holds.ends_with('s')) holds.pop_back();
         } else if (first && block.settings.items.size() == 1) {
-            holds = first->type == MORV_SYSBKP_LONG
-                        ? std::string(first->name) + " " + std::to_string(first->value)
-                        : std::string(first->name) + " " + first->text;
+            holds = std::string(first->name) + " " +
+                    (first->type == MORV_SYSBKP_LONG ? std::to_string(first->value) : quoted(first->text));
         } else {
             holds = std::to_string(block.settings.items.size()) + " settings";
         }
-        rows.push_back({block_name(block.head), std::to_string(block.head.size), escape(holds)});
+        rows.push_back({block_name(block.head), std::to_string(block.head.size), holds});
     }
     print_table(rows);
     for (const BackupReport::Block &block : report.blocks) {

@@ -1,10 +1,12 @@
 #include "morvctl/backup_preview.h"
 
 #include <morvsdk/service.h>
+#include <unistd.h>
 
 #include <set>
 
 #include "morvctl/network.h"
+#include "morvctl/target.h"
 
 namespace morvctl {
 
@@ -22,6 +24,8 @@ std::vector<std::string> changed_files() {
 // What the host name's address is looked up in.
 std::vector<std::string> read_files(const Session &session) {
     std::vector<std::string> files = {"/proc/net/dev", "/proc/net/route"};
+    // An image has no interfaces.
+    if (access(system_path(session, files[0]).c_str(), R_OK) != 0) return files;
     for (const std::string &name : interface_names(session))
         files.insert(files.end(), {lease_file(name), config_file(name)});
     return files;

@@ -13,6 +13,7 @@
 #include "morvctl/accounts.h"
 #include "morvctl/backup.h"
 #include "morvctl/network.h"
+#include "morvctl/target.h"
 
 namespace morvctl {
 
@@ -226,22 +227,26 @@ class Verifier {
     }
 
     void check_support() {
-        const auto note = [&](const char *block, const char *key) {
-            notes.push_back({block, std::string("this model has nothing that it is for (") + key + " in " +
-                                        kModelFile + " is not yes): it is passed over"});
+        std::vector<std::string> blocks, missing;
+        const auto add = [&](const char *block, const char *key) {
+            blocks.push_back(block);
+            if (std::find(missing.begin(), missing.end(), key) == missing.end()) missing.push_back(key);
         };
         for (const BackupBlock &block : backup_.blocks) {
             if (!block.head.szName || !block.problem.empty()) continue;
             if (block.head.id == MORV_SYSBKP_MTU && read_key(session_, kModelFile, "supportMTU") != "yes")
-                note(block.head.szName, "supportMTU");
+                add(block.head.szName, "supportMTU");
             for (const BackupItem &item : block.settings.items) {
                 const int setting = MORVSettingFind(item.name);
                 const MORVSETTING *info = setting < 0 ? nullptr : MORVSettingInfo(setting);
                 if (!info || !info->szSupport || BlMORVSettingIsSupported(setting) == 1) continue;
-                note(block.head.szName, info->szSupport);
+                add(block.head.szName, info->szSupport);
                 break;
             }
         }
+        if (blocks.empty()) return;
+        notes.push_back(
+            {joined(blocks), "passed over: this model lacks " + joined(missing) + " in " + kModelFile});
     }
 
     const Session &session_;
