@@ -691,7 +691,7 @@ pulled_out() {
 
 # ---- Quotas --------------------------------------------------------------------------------------------------------
 
-word() { printf "\\x$(printf %02x $(($1 >> 24 & 255)))\\x$(printf %02x $(($1 >> 16 & 255)))\\x$(printf %02x $(($1 >> 8 & 255)))\\x$(printf %02x $(($1 & 255)))"; }
+word() { printf '%b' "$(printf '\\x%02x\\x%02x\\x%02x\\x%02x' $(($1 >> 24 & 255)) $(($1 >> 16 & 255)) $(($1 >> 8 & 255)) $(($1 & 255)))"; }
 number() { word 2 && word 4 && word "$1"; }
 text() { word 1 && word $((${#1} + 1)) && printf '%s\0' "$1"; }
 quota_backup() { # quota_backup USER VOLUME SOFT HARD: in MiB, of one user on one volume
