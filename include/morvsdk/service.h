@@ -46,9 +46,25 @@ MORV_API int MORVServiceOnOffALL(int action) MORV_NOEXCEPT;
 /* The same for the services of a mask of MORV_SERVICE_...; bits that no service has do not matter. */
 MORV_API int MORVNetService(int services, int action) MORV_NOEXCEPT;
 
-/* Records in the system's event log that services of a mask were stopped or started.
- * Returns 0, or -1 with ERR_BAD_PARAMETERS or a code of MORVLogSet1. */
+/* Records in the system's event log that services of a mask were stopped or started, by their names, or as
+ * "all" for MORV_SERVICES_BUT_MANAGEMENT and more. Services that are switched off, or not there, do not
+ * count, and when there are no others nothing is recorded.
+ * Returns 0, or -1 with ERR_BAD_PARAMETERS, ERR_UNKNOWN, ERR_OUT_OF_MEMORY or a code of MORVLogSet1. */
 MORV_API int MORVNetServiceLog(int services, int action) MORV_NOEXCEPT;
+
+/* A script of a service. */
+typedef struct MORVSERVICE {
+    const char *szScript; /* the name of its file, "S20ftp.sh" */
+    const char *szName;   /* "ftp" */
+    int32_t service;      /* MORV_SERVICE_... */
+    int32_t isOn;         /* 1: it is executable, 0: it is switched off */
+} MORVSERVICE;
+
+/* Calls a function for every script in the order of starting, until it answers other than 0. The texts are
+ * good for the time of the call.
+ * Returns how often it was called, or -1 with ERR_BAD_PARAMETERS, ERR_UNKNOWN or ERR_OUT_OF_MEMORY. */
+MORV_API int MORVServiceEnum(int (*each)(const MORVSERVICE *service, void *context),
+                             void *context) MORV_NOEXCEPT;
 
 /* ---- Settings ------------------------------------------------------------------------------------------
  *
@@ -57,7 +73,8 @@ MORV_API int MORVNetServiceLog(int services, int action) MORV_NOEXCEPT;
  *     if (MORVSettingSetNumber(MORV_SETTING_RUN_FTP, 1) != 0) ...MLIBErrGet()
  *
  * A setting is a key of a configuration file, mostly "/etc/morvinfo.conf"; the services read it when they
- * start. Changes take MORV_LOCK_MORVINFO, and leave the file as it was when they fail. */
+ * start. Changes take MORV_LOCK_MORVINFO, and leave the file as it was when they fail; nothing is written
+ * when the setting has the value already, be it by its default. */
 
 enum {
     /* time */
@@ -108,7 +125,7 @@ enum {
 
 /* How a setting is written. */
 enum {
-    MORV_SETTING_FLAG = 1,   /* "yes" or "no"; as a number 1 or 0 */
+    MORV_SETTING_FLAG = 1,   /* "yes" or "no" in any case; as a number 1 or 0 */
     MORV_SETTING_NUMBER = 2, /* a decimal number */
     MORV_SETTING_TEXT = 3    /* at most `maximum` bytes without control characters and double quotes */
 };

@@ -1,5 +1,7 @@
 #include <morvsdk/service.h>
 
-extern "C" int MORVSettingFind(const char *) noexcept {
-    return -1;
+#include "core/system/settings.h"
+
+extern "C" int MORVSettingFind(const char *name) noexcept {
+    return name ? morv::find_setting(name) : -1;
 }

@@ -1,5 +1,7 @@
 #include <morvsdk/service.h>
 
-extern "C" const MORVSETTING *MORVSettingInfo(int) noexcept {
-    return nullptr;
+#include "core/system/settings.h"
+
+extern "C" const MORVSETTING *MORVSettingInfo(int setting) noexcept {
+    return morv::setting_info(setting);
 }

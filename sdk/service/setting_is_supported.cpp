@@ -1,5 +1,8 @@
 #include <morvsdk/service.h>
 
-extern "C" int BlMORVSettingIsSupported(int) noexcept {
-    return -1;
+#include "core/system/settings.h"
+
+extern "C" int BlMORVSettingIsSupported(int setting) noexcept {
+    const MORVSETTING *const info = morv::setting_info(setting);
+    return info && morv::is_supported(*info) ? 1 : 0;
 }

@@ -1,9 +1,13 @@
 #include <morvsdk/internal/sysbkp.h>
 
-extern "C" int MORVSysbkpHDSleepTimeExport(int) noexcept {
-    return -1;
+#include "sysbkp/setting_block.h"
+
+using namespace morv;
+
+extern "C" int MORVSysbkpHDSleepTimeExport(int fd) noexcept {
+    return EXPORT_SETTINGS(fd, MORV_SYSBKP_HDSLEEPTIME, "HD sleep time");
 }
 
-extern "C" int MORVSysbkpHDSleepTimeImport(int, int, int) noexcept {
-    return -1;
+extern "C" int MORVSysbkpHDSleepTimeImport(int fd, int version, int) noexcept {
+    return import_settings(fd, MORV_SYSBKP_HDSLEEPTIME, version);
 }

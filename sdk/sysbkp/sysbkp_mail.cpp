@@ -1,9 +1,13 @@
 #include <morvsdk/internal/sysbkp.h>
 
-extern "C" int MORVSysbkpMailExport(int) noexcept {
-    return -1;
+#include "sysbkp/setting_block.h"
+
+using namespace morv;
+
+extern "C" int MORVSysbkpMailExport(int fd) noexcept {
+    return EXPORT_SETTINGS(fd, MORV_SYSBKP_MAIL, "mail");
 }
 
-extern "C" int MORVSysbkpMailImport(int, int, int) noexcept {
-    return -1;
+extern "C" int MORVSysbkpMailImport(int fd, int version, int) noexcept {
+    return import_settings(fd, MORV_SYSBKP_MAIL, version);
 }

@@ -1,9 +1,13 @@
 #include <morvsdk/internal/sysbkp.h>
 
-extern "C" int MORVSysbkpPhotoExport(int) noexcept {
-    return -1;
+#include "sysbkp/setting_block.h"
+
+using namespace morv;
+
+extern "C" int MORVSysbkpPhotoExport(int fd) noexcept {
+    return EXPORT_SETTINGS(fd, MORV_SYSBKP_PHOTO, "photo settings");
 }
 
-extern "C" int MORVSysbkpPhotoImport(int, int, int) noexcept {
-    return -1;
+extern "C" int MORVSysbkpPhotoImport(int fd, int version, int) noexcept {
+    return import_settings(fd, MORV_SYSBKP_PHOTO, version);
 }

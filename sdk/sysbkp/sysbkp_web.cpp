@@ -1,9 +1,13 @@
 #include <morvsdk/internal/sysbkp.h>
 
-extern "C" int MORVSysbkpWebExport(int) noexcept {
-    return -1;
+#include "sysbkp/setting_block.h"
+
+using namespace morv;
+
+extern "C" int MORVSysbkpWebExport(int fd) noexcept {
+    return EXPORT_SETTINGS(fd, MORV_SYSBKP_WEB, "runweb");
 }
 
-extern "C" int MORVSysbkpWebImport(int, int, int) noexcept {
-    return -1;
+extern "C" int MORVSysbkpWebImport(int fd, int version, int) noexcept {
+    return import_settings(fd, MORV_SYSBKP_WEB, version);
 }
