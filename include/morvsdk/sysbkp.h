@@ -49,12 +49,12 @@ enum {
     MORV_SYSBKP_FETCHDESK = 0x400000,
     MORV_SYSBKP_MYSQL = 0x800000,
     MORV_SYSBKP_USERQUOTA = 0x1000000,
-    MORV_SYSBKP_FINISH = 0x2000000 /* holds nothing */
-};
+    MORV_SYSBKP_FINISH = 0x2000000, /* holds nothing */
 
-/* As a mask for the export: every kind. It lacks the bit of MySQL, which is exported all the same; as a mask
- * for the import it leaves MySQL out: MORV_SYSBKP_ALL | MORV_SYSBKP_MYSQL takes that as well. */
-enum { MORV_SYSBKP_ALL = 0x37FFFFB };
+    /* As a mask for the export: every kind. It lacks the bit of MySQL, which is exported all the same; as a
+     * mask for the import it leaves MySQL out: MORV_SYSBKP_ALL | MORV_SYSBKP_MYSQL takes that as well. */
+    MORV_SYSBKP_ALL = 0x37FFFFB
+};
 
 /* A kind of settings: how it is written and read, and its version. */
 typedef struct MORVSYSROUTINE {

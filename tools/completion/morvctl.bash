@@ -229,6 +229,12 @@ _morvctl() {
         net:KIND)
             _morvctl_offer "$typed" <<<$'ip\nmask\nsubnet\nhost\ndomain\nmail'
             ;;
+        service:SERVICE)
+            _morvctl_offer "$typed" < <("${ask[@]}" service list 2>/dev/null | sed '1d; s/^[^ ]* *//; s/ .*//' | sort -u)
+            ;;
+        service:SETTING)
+            _morvctl_offer "$typed" < <("${ask[@]}" service settings 2>/dev/null | sed '1d; s/ .*//')
+            ;;
         lock:LOCKS)
             local before=
             [[ $typed != *,* ]] || before=${typed%,*},

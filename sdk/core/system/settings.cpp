@@ -94,20 +94,18 @@ bool has_control(std::string_view text) noexcept {
     return std::any_of(text.begin(), text.end(), is_control);
 }
 
-// The value that a file's text gives a setting.
-std::string value_in(std::string_view text, const MORVSETTING &info) {
-    std::string value = info.szDefault;
-    normalize_setting(info, find_key_value(text, info.szName), value);
-    return value;
+// The value that a file's text gives a setting; false when it gives none, or one that makes no sense.
+bool value_in(std::string_view text, const MORVSETTING &info, std::string &value) {
+    const KeyLine line = parse_key_line(find_key_line(text, info.szName));
+    return line.has_value && normalize_setting(info, trim(up_to_nul(line.value)), value);
 }
 
 // Whether it must be written for the setting to have this value: also in the place of one that makes no
 // sense, but not in that of none when it is the default.
 bool is_change(std::string_view text, const MORVSETTING &info, const std::string &value) {
-    const KeyLine line = parse_key_line(find_key_line(text, info.szName));
+    if (!parse_key_line(find_key_line(text, info.szName)).has_value) return value != info.szDefault;
     std::string now;
-    if (!line.has_value) return value != info.szDefault;
-    return !normalize_setting(info, trim(up_to_nul(line.value)), now) || now != value;
+    return !value_in(text, info, now) || now != value;
 }
 
 int check_values(std::span<const SettingValue> values) {
@@ -212,7 +210,7 @@ int read_settings(std::span<SettingValue> values) noexcept {
                     return code;
                 }
             }
-            value.text = value_in(file->view(), *info);
+            if (!value_in(file->view(), *info, value.text)) value.text = info->szDefault;
         }
         return 0;
     });
