@@ -17,6 +17,7 @@ start() {
     # As the library adds them.
     sed -i 's/^users:x:100:/&alice,bob/' "$root/etc/group"
     # A service that would tell when it is stopped.
+    # shellcheck disable=SC2016
     printf '#!/bin/sh\necho "$1" >>%s/service\n' "$scratch" >"$root/usr/morv/etc/rc.d/S80ftp.sh"
     chmod 755 "$root/usr/morv/etc/rc.d/S80ftp.sh"
     backup=$scratch/box.morv
@@ -35,12 +36,19 @@ empty() {
 }
 
 # Nothing that is a hash or a password may be in what a command said.
+# shellcheck disable=SC2016
 expect_no_secret() {
     if grep -qE '\$1\$|[0-9A-F]{32}|Tr0ub4dor' <<<"$out$err"; then fail "$1 shows a secret: $out$err"; fi
 }
 
 # Writes the numbers as 32-bit big-endian integers, and texts as items.
-longs() { local n; for n; do printf "$(printf '\\%03o\\%03o\\%03o\\%03o' $((n >> 24 & 255)) $((n >> 16 & 255)) $((n >> 8 & 255)) $((n & 255)))"; done; }
+longs() {
+    local number
+    for number; do
+        # shellcheck disable=SC2059
+        printf "$(printf '\\x%02x\\x%02x\\x%02x\\x%02x' $((number >> 24 & 255)) $((number >> 16 & 255)) $((number >> 8 & 255)) $((number & 255)))"
+    done
+}
 number() { longs 2 4 "$1"; }
 text() { longs 1 $((${#1} + 1)) && printf '%s\0' "$1"; }
 block() { # block ID VERSION: the body is standard input
