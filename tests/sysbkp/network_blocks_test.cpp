@@ -2,12 +2,13 @@
 #include <morvsdk/internal/sysbkp.h>
 #include <net/if.h>
 
-#include "setting_parts.h"
+#include "support/backup_file.h"
 #include "support/fake_net.h"
 #include "support/fake_syslog.h"
+#include "support/scratch.h"
 #include "support/tool_root.h"
 
-using namespace setting_blocks;
+using namespace testing_support;
 
 namespace {
 

@@ -1,11 +1,12 @@
 // Blocks of settings: their bytes, and what an import makes of them.
 #include <morvsdk/internal/sysbkp.h>
 
-#include "setting_parts.h"
+#include "support/backup_file.h"
 #include "support/fake_syslog.h"
+#include "support/scratch.h"
 #include "support/sys_fault.h"
 
-using namespace setting_blocks;
+using namespace testing_support;
 
 namespace {
 
@@ -196,7 +197,7 @@ TEST(SettingBlocks, AreAppliedWholeOrNotAtAllWhateverFails) {
     const std::string after =
         "runftpd=\"yes\"\nftpcharset=\"BIG5\"\nftpport=\"2121\"\nftppasvmin=\"1\"\nftppasvmax=\"2\"\n"
         "ftpmaxrate=\"3\"\n";
-    const Memory file(body);
+    const MemoryFile file(body);
     const int faults = for_each_sys_fault([&](Sys which, int nth) {
         root.write(kMain, before);
         bool reached;

@@ -4,10 +4,11 @@
 #include <stdlib.h>
 #include <time.h>
 
-#include "setting_parts.h"
+#include "support/backup_file.h"
 #include "support/fake_syslog.h"
+#include "support/scratch.h"
 
-using namespace setting_blocks;
+using namespace testing_support;
 
 namespace {
 
