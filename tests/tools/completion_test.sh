@@ -60,7 +60,7 @@ test_every_command_and_option_is_offered_and_in_the_manual() {
 }
 
 test_words_are_offered_by_their_place() {
-    expect_offer "" 'block|conf|group|line|lock|log|mirror|net|raid|section|share|store|user|volume'
+    expect_offer "" 'block|conf|group|line|lock|log|mirror|net|raid|section|service|share|store|user|volume'
     expect_offer "co" conf
     expect_offer "--json con" conf
     expect_offer "--root /tmp conf g" get
