@@ -127,6 +127,7 @@ int restore(std::vector<Record> &records) {
             {const_cast<char *>(r.name), nullptr, static_cast<uint32_t>(r.gid), r.members.data(), 0});
         changes.push_back({r.name, &groups.back(), r.about, true});
     }
+    if (changes.empty()) return result;
     std::vector<GroupOutcome> outcomes(changes.size());
     if (const int code = change_groups_if_possible(changes, outcomes.data())) {
         tell_problem("the groups: %s", code_text(code));

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "core/base/guard.h"
+#include "core/base/kept_error.h"
 #include "core/base/log.h"
 #include "core/file/sys_path.h"
 #include "sysbkp/preamble.h"
@@ -246,6 +247,7 @@ extern "C" int MORVSysbkpImportReport(const char *path, int mask, int option, MO
         BACKUP_LOG("parameter error");
         return -1;
     }
+    const KeptError before;
     int result = -1;
     ServiceStop stop;
     if (is_running()) {
@@ -258,11 +260,11 @@ extern "C" int MORVSysbkpImportReport(const char *path, int mask, int option, MO
     // Also that of the other import: the one who calls again decides.
     remove_marker();
     stop.end();
-    if (result != 0) return result;
-    if (MORVLogSet1(MORV_LOG_SYSTEM, MORV_LOG_INFO,
-                    option == 0 ? MORV_EVENT_CONFIG_IMPORTED : MORV_EVENT_CONFIG_IMPORTED_PARTLY, nullptr,
-                    nullptr, nullptr, nullptr) != 0) {
+    const uint32_t event = option == 0 ? MORV_EVENT_CONFIG_IMPORTED : MORV_EVENT_CONFIG_IMPORTED_PARTLY;
+    if (result == 0 &&
+        MORVLogSet1(MORV_LOG_SYSTEM, MORV_LOG_INFO, event, nullptr, nullptr, nullptr, nullptr) != 0) {
         MORV_LOG(LOG_ERR, "the restored settings could not be recorded in the event log");
     }
-    return 0;
+    before.restore();
+    return result;
 }

@@ -162,6 +162,7 @@ int restore(const std::vector<Record> &records) {
             changes.push_back({r.user.szName, &r.user, nullptr, true, &r.smb});
         }
     }
+    if (changes.empty()) return result;
     std::vector<int> codes(changes.size());
     if (const int code = change_users_if_possible(changes, codes.data())) {
         tell_problem("the users: %s", code_text(code));

@@ -6,6 +6,7 @@
 #include "core/account/named_lines.h"
 #include "core/account/reading.h"
 #include "core/account/user_mirror.h"
+#include "core/base/kept_error.h"
 #include "sysbkp/report.h"
 
 using namespace morv;
@@ -32,8 +33,11 @@ extern "C" int MORVSysbkpIWriteUserData(const MORVUSER *user, int fd) noexcept {
         BACKUP_LOG("parameter error");
         return -1;
     }
+    const KeptError before;
     std::string lm, nt;
-    if (const int code = read_smb(user->szName, lm, nt)) {
+    const int code = read_smb(user->szName, lm, nt);
+    before.restore();
+    if (code) {
         BACKUP_LOG("%s: %s", user->szName, code_text(code));
         return -1;
     }

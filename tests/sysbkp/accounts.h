@@ -3,10 +3,8 @@
 
 #include <fcntl.h>
 #include <morvsdk/internal/sysbkp.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <sstream>
 #include <string>
 
 #include "support/accounts.h"
@@ -19,45 +17,6 @@ namespace sysbkp_test {
 
 using namespace testing_support;
 using Files = AccountRoot::Files;
-
-// A file in memory with the position at its end.
-struct MemoryFile {
-    explicit MemoryFile(const std::string &content = "") : fd(memfd_create("block", MFD_CLOEXEC)) {
-        EXPECT_EQ(write(fd, content.data(), content.size()), ssize_t(content.size()));
-    }
-    ~MemoryFile() { close(fd); }
-    MemoryFile(const MemoryFile &) = delete;
-    MemoryFile &operator=(const MemoryFile &) = delete;
-    std::string content() const {
-        std::string all(size_t(lseek(fd, 0, SEEK_END)), '\0');
-        EXPECT_EQ(pread(fd, all.data(), all.size(), 0), ssize_t(all.size()));
-        return all;
-    }
-    const int fd;
-};
-
-inline std::string exported(int (*exporter)(int)) {
-    const MemoryFile file;
-    EXPECT_EQ(exporter(file.fd), 0);
-    return file.content();
-}
-
-inline int imported(int (*importer)(int, int, int), const std::string &body) {
-    const MemoryFile file(body);
-    logged.clear();
-    return importer(file.fd, 7, 0);
-}
-
-// The problems and notes of the last import, a line each.
-inline std::string told() {
-    std::string all;
-    std::istringstream lines(logged);
-    for (std::string line; std::getline(lines, line);) {
-        const size_t at = line.find("configuration backup: ");
-        if (at != line.npos) all += line.substr(at + 22) + "\n";
-    }
-    return all;
-}
 
 // Imports with each system call failing, and killed at each: all files are the old or the new ones.
 inline void interrupt(const AccountRoot &root, int (*importer)(int, int, int), const std::string &body,

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <morvsdk/internal/sysbkp.h>
 #include <stdlib.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include "support/backup_file.h"
@@ -14,26 +13,8 @@ using namespace testing_support;
 
 namespace {
 
-class File {
-  public:
-    explicit File(std::string_view content = "") : fd(memfd_create("backup", MFD_CLOEXEC)) {
-        EXPECT_EQ(pwrite(fd, content.data(), content.size(), 0), ssize_t(content.size()));
-    }
-    ~File() { close(fd); }
-    File(const File &) = delete;
-    File &operator=(const File &) = delete;
-
-    std::string content() const {
-        std::string all(size_t(lseek(fd, 0, SEEK_END)), '\0');
-        EXPECT_EQ(pread(fd, all.data(), all.size(), 0), ssize_t(all.size()));
-        return all;
-    }
-
-    const int fd;
-};
-
 TEST(ItemTest, IntegersAreBigEndianOnEveryMachine) {
-    const File file;
+    const MemoryFile file;
     const int32_t words[] = {0x01020304, -2, INT32_MIN};
     EXPECT_EQ(MORVSysbkpRawIntWrite(file.fd, words, sizeof words), int(sizeof words));
     EXPECT_EQ(file.content(), std::string("\1\2\3\4\xFF\xFF\xFF\xFE\x80\0\0\0", 12));
@@ -48,7 +29,7 @@ TEST(ItemTest, IntegersAreBigEndianOnEveryMachine) {
 TEST(ItemTest, ManyIntegersGoInOneCall) {
     const std::vector<int32_t> words(1000, 0x01020304);
     const int bytes = int(words.size() * 4);
-    const File file;
+    const MemoryFile file;
     EXPECT_EQ(MORVSysbkpRawIntWrite(file.fd, words.data(), bytes), bytes);
     std::vector<int32_t> read(1000);
     lseek(file.fd, 0, SEEK_SET);
@@ -57,7 +38,7 @@ TEST(ItemTest, ManyIntegersGoInOneCall) {
 }
 
 TEST(ItemTest, IntegersThatCannotBeMovedWholeAreRefused) {
-    const File file("12345");
+    const MemoryFile file("12345");
     int32_t words[2] = {7, 7};
     EXPECT_EQ(MORVSysbkpRawIntRead(file.fd, words, sizeof words), -1);  // five bytes are there
     const int closed = dup(file.fd);
@@ -76,7 +57,7 @@ TEST(ItemTest, IntegersThatCannotBeMovedWholeAreRefused) {
 }
 
 TEST(ItemTest, ABlockIsAHeaderAndItems) {
-    const File file;
+    const MemoryFile file;
     ASSERT_EQ(MORVSysbkpIWriteHeader(file.fd, MORV_SYSBKP_HOSTNAME), 0);
     ASSERT_EQ(MORVSysbkpIWriteString(file.fd, "nas"), 0);
     ASSERT_EQ(MORVSysbkpIWriteLong(file.fd, -5), 0);
@@ -97,7 +78,7 @@ TEST(ItemTest, ABlockIsAHeaderAndItems) {
 }
 
 TEST(ItemTest, ItemsAreReadOneByOne) {
-    const File file(text("") + number(INT32_MIN) + text("über") + be32(1) + be32(0));
+    const MemoryFile file(text("") + number(INT32_MIN) + text("über") + be32(1) + be32(0));
     lseek(file.fd, 0, SEEK_SET);
     char *read = nullptr;
     ASSERT_EQ(MORVSysbkpIReadString(file.fd, &read), 0);
@@ -119,7 +100,7 @@ TEST(ItemTest, WhatIsNoItemIsRefusedAndNothingIsGivenOut) {
     const std::string numbers[] = {text("x") + "xxxx", be32(2) + be32(8) + be32(1) + be32(1),
                                    be32(2) + be32(4), ""};
     for (const std::string &bytes : numbers) {
-        const File file(bytes);
+        const MemoryFile file(bytes);
         lseek(file.fd, 0, SEEK_SET);
         int value = 7;
         EXPECT_EQ(MORVSysbkpIReadLong(file.fd, &value), -1);
@@ -134,7 +115,7 @@ TEST(ItemTest, WhatIsNoItemIsRefusedAndNothingIsGivenOut) {
                                  be32(1) + be32(4) + "a\0c\0"s,
                                  be32(1)};
     for (const std::string &bytes : texts) {
-        const File file(bytes);
+        const MemoryFile file(bytes);
         lseek(file.fd, 0, SEEK_SET);
         char *read = nullptr;
         EXPECT_EQ(MORVSysbkpIReadString(file.fd, &read), -1);

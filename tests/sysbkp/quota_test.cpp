@@ -2,14 +2,14 @@
 #include <errno.h>
 #include <sys/quota.h>
 
+#include <morvsdk/internal/sysbkp.h>
 #include <map>
 #include <vector>
 
-#include "body.h"
 #include "support/accounts.h"
+#include "support/backup_file.h"
 
 using namespace testing_support;
-using namespace sysbkp_test;
 
 namespace {
 
@@ -106,16 +106,16 @@ TEST(QuotaBackup, IsRestoredWhereThereAreQuotas) {
                              entry("/volume1", 7, 0);
     kernel[{root.second, 1026}] = {0, 1000};  // which is 1 MiB in a file
     kernel[{root.first, 1027}] = {1, 1};
-    EXPECT_EQ(import(MORVSysbkpUserQuotaImport, body), 0) << logged;
+    EXPECT_EQ(imported(MORVSysbkpUserQuotaImport, body), 0) << logged;
     EXPECT_EQ((kernel[{root.first, 1026}]), (KernelLimits{5120, 10240}));
     EXPECT_EQ((kernel[{root.second, 1026}]), (KernelLimits{0, 1000})) << "left alone";
     EXPECT_EQ((kernel[{root.first, 1027}]), (KernelLimits{7168, 0}));
     EXPECT_EQ(sets, 2);
-    EXPECT_EQ(import(MORVSysbkpUserQuotaImport, body), 0);
+    EXPECT_EQ(imported(MORVSysbkpUserQuotaImport, body), 0);
     EXPECT_EQ(sets, 2);
     get_error = ENOENT;  // of a user who has none yet
     EXPECT_EQ(
-        import(MORVSysbkpUserQuotaImport, number(1) + text("alice") + number(1) + entry("/volume2", 1, 1)),
+        imported(MORVSysbkpUserQuotaImport, number(1) + text("alice") + number(1) + entry("/volume2", 1, 1)),
         0);
     EXPECT_EQ((kernel[{root.second, 1026}]), (KernelLimits{1024, 1024}));
 }
@@ -139,13 +139,13 @@ TEST(QuotaBackup, TellsWhatIsNotHereAndFailsForWhatCannotBe) {
     };
     for (const auto &c : cases) {
         kernel[{root.first, 1026}] = {};
-        EXPECT_EQ(import(MORVSysbkpUserQuotaImport, number(2) + c.record + good), c.result);
-        EXPECT_TRUE(told(c.result == 0 ? "6" : "3", c.line)) << logged;
+        EXPECT_EQ(imported(MORVSysbkpUserQuotaImport, number(2) + c.record + good), c.result);
+        EXPECT_TRUE(is_told(c.result == 0 ? "6" : "3", c.line)) << logged;
         EXPECT_EQ((kernel[{root.first, 1026}]), (KernelLimits{1024, 1024})) << "the others are restored";
     }
     set_error = EPERM;
     EXPECT_EQ(
-        import(MORVSysbkpUserQuotaImport, number(1) + text("alice") + number(1) + entry("/volume2", 8, 8)),
+        imported(MORVSysbkpUserQuotaImport, number(1) + text("alice") + number(1) + entry("/volume2", 8, 8)),
         -1);
     EXPECT_NE(logged.find("3 configuration backup: user alice: the quota on /volume2 cannot be set"),
               logged.npos);
@@ -155,10 +155,10 @@ TEST(QuotaBackup, TellsWhatIsNotHereAndFailsForWhatCannotBe) {
          {number(2) + good, number(1) + good + number(1), number(3) + good + text("zoë") + number(2),
           number(2) + good + text("zoë") + number(-1), number(2) + good + text("zoë") + number(INT32_MAX)}) {
         kernel[{root.first, 1026}] = {};
-        EXPECT_EQ(import(MORVSysbkpUserQuotaImport, body), -1);
+        EXPECT_EQ(imported(MORVSysbkpUserQuotaImport, body), -1);
         EXPECT_EQ((kernel[{root.first, 1026}]), (KernelLimits{1024, 1024})) << "what stands before it";
     }
-    EXPECT_EQ(import(MORVSysbkpUserQuotaImport, number(-1)), -1);
+    EXPECT_EQ(imported(MORVSysbkpUserQuotaImport, number(-1)), -1);
 }
 
 }  // namespace

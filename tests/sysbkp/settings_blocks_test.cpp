@@ -1,8 +1,9 @@
 // Blocks of settings: their bytes, and what an import makes of them.
 #include <morvsdk/internal/sysbkp.h>
 
-#include "items.h"
+#include "support/backup_file.h"
 #include "support/fake_syslog.h"
+#include "support/scratch.h"
 #include "support/sys_fault.h"
 
 using namespace testing_support;
@@ -12,7 +13,8 @@ namespace {
 constexpr char kMain[] = "etc/morvinfo.conf";
 constexpr char kPppoe[] = "etc/pppoe.conf";
 constexpr char kModel[] =
-    "supportweb=\"yes\"\nsupportmysql=\"yes\"\nsupportphoto=\"yes\"\nsupportrcpower=\"yes\"\nusbcopy=\"yes\"\n";
+    "supportweb=\"yes\"\nsupportmysql=\"yes\"\nsupportphoto=\"yes\"\nsupportrcpower=\"yes\"\nusbcopy="
+    "\"yes\"\n";
 
 struct Block {
     const char *name;
@@ -41,7 +43,8 @@ const std::vector<Block> &blocks() {
          {0, "UTF-8", 21, 0, 0, 0},
          {1, "BIG5", 2121, 55536, 55663, 100},
          kMain,
-         "runftpd=\"yes\"\nftpcharset=\"BIG5\"\nftpport=\"2121\"\nftppasvmin=\"55536\"\nftppasvmax=\"55663\"\n"
+         "runftpd=\"yes\"\nftpcharset=\"BIG5\"\nftpport=\"2121\"\nftppasvmin=\"55536\"\nftppasvmax="
+         "\"55663\"\n"
          "ftpmaxrate=\"100\"\n",
          nullptr},
         {BLOCK(PPPoE, 0x2000),
@@ -63,14 +66,20 @@ const std::vector<Block> &blocks() {
          "addport=\"81,8080\"\nhttpport=\"8000\"\n",
          "supportweb"},
         {BLOCK(RCPower, 0x40000), {"no"}, {"yes"}, kMain, "enableRCPower=\"yes\"\n", "supportrcpower"},
-        {BLOCK(USBCopySet, 0x80000), {""}, {"/volume1/usb"}, kMain, "usbcopyfolder=\"/volume1/usb\"\n", "usbcopy"},
+        {BLOCK(USBCopySet, 0x80000),
+         {""},
+         {"/volume1/usb"},
+         kMain,
+         "usbcopyfolder=\"/volume1/usb\"\n",
+         "usbcopy"},
         {BLOCK(Web, 0x10000), {0}, {1}, kMain, "runweb=\"yes\"\n", "supportweb"},
         {BLOCK(DCache, 0x200000), {1}, {0}, kMain, "writecache=\"no\"\n", nullptr},
         {BLOCK(FetchDesk, 0x400000),
          {0, "", 0, 0, 0, 6881, 6890, 0},
          {1, "0 8 * * *", 2, 30, 200, 7000, 7010, 1},
          kMain,
-         "DLEnabled=\"yes\"\nszDLTime=\"0 8 * * *\"\nDLOrder=\"2\"\nDLUploadRate=\"30\"\nDLDownloadRate=\"200\"\n"
+         "DLEnabled=\"yes\"\nszDLTime=\"0 8 * * "
+         "*\"\nDLOrder=\"2\"\nDLUploadRate=\"30\"\nDLDownloadRate=\"200\"\n"
          "DLStartPort=\"7000\"\nDLEndPort=\"7010\"\nDLPortMapEnabled=\"yes\"\n",
          nullptr},
         {BLOCK(MySQL, 0x800000), {0}, {1}, kMain, "runmysql=\"yes\"\n", "supportmysql"},
@@ -188,17 +197,14 @@ TEST(SettingBlocks, AreAppliedWholeOrNotAtAllWhateverFails) {
     const std::string after =
         "runftpd=\"yes\"\nftpcharset=\"BIG5\"\nftpport=\"2121\"\nftppasvmin=\"1\"\nftppasvmax=\"2\"\n"
         "ftpmaxrate=\"3\"\n";
-    char name[] = "/tmp/morv_block.XXXXXX";
-    const int fd = mkstemp(name);
-    unlink(name);
-    ASSERT_EQ(write(fd, body.data(), body.size()), ssize_t(body.size()));
+    const MemoryFile file(body);
     const int faults = for_each_sys_fault([&](Sys which, int nth) {
         root.write(kMain, before);
         bool reached;
         int result;
         {
             const SysFault fault(which, nth);
-            result = MORVSysbkpRunFtpdImport(fd, 7, 0);
+            result = MORVSysbkpRunFtpdImport(file.fd, 7, 0);
             reached = fault.reached();
         }
         const std::string now = root.read(kMain);
@@ -207,7 +213,6 @@ TEST(SettingBlocks, AreAppliedWholeOrNotAtAllWhateverFails) {
         return reached;
     });
     EXPECT_GT(faults, 6);
-    close(fd);
 }
 
 }  // namespace

@@ -1,16 +1,16 @@
 // Shares in a backup, and back.
 #include <morvsdk/error.h>
+#include <morvsdk/internal/sysbkp.h>
 #include <morvsdk/share.h>
 #include <stdlib.h>
 #include <string.h>
 
-#include "body.h"
 #include "support/accounts.h"
+#include "support/backup_file.h"
 #include "support/process.h"
 #include "support/sys_fault.h"
 
 using namespace testing_support;
-using namespace sysbkp_test;
 
 namespace {
 
@@ -56,14 +56,14 @@ TEST(ShareBackup, IsRestoredWhereThereIsNothing) {
         shares({kPlans, kPublic,
                 share("vault", "/volume1/vault/in", "", "alice", "zoë", "", MORV_SHARE_NO_ACCESS, 7),
                 share("vaults", "/volume1/vault", "", "@users", "", "", 2)});
-    EXPECT_EQ(import(MORVSysbkpShareImport, body), 0) << logged;
+    EXPECT_EQ(imported(MORVSysbkpShareImport, body), 0) << logged;
     EXPECT_EQ(now_here(), as_block(body));
     EXPECT_EQ(mode_of(root.path("volume1/vault/in")), 0777u) << "its parent is another share's, made before";
     const std::string conf = root.read(kConf);
     EXPECT_TRUE(conf.starts_with("[global]\n\tworkgroup = HOME\n\n[plans]\n"));
 
     const struct stat before = stat_of(root.path(kConf));
-    EXPECT_EQ(import(MORVSysbkpShareImport, body), 0);
+    EXPECT_EQ(imported(MORVSysbkpShareImport, body), 0);
     EXPECT_EQ(stat_of(root.path(kConf)).st_ino, before.st_ino) << "nothing is written that is there";
     remove(root.path("tmp/.db.morvshare.0957").c_str());
     EXPECT_EQ(now_here(), as_block(body)) << "as the file says it, too";
@@ -72,10 +72,10 @@ TEST(ShareBackup, IsRestoredWhereThereIsNothing) {
 TEST(ShareBackup, ChangesSharesThatAreThereAndKeepsTheOthers) {
     const AccountRoot root;
     const auto before = root.files();
-    EXPECT_EQ(import(MORVSysbkpShareImport, kSample), 0);
+    EXPECT_EQ(imported(MORVSysbkpShareImport, kSample), 0);
     EXPECT_EQ(root.files(), before);
-    EXPECT_EQ(import(MORVSysbkpShareImport, shares({share("Plans", "/volume1//plans/", "Other", "@staff")})),
-              0);
+    EXPECT_EQ(
+        imported(MORVSysbkpShareImport, shares({share("Plans", "/volume1//plans/", "Other", "@staff")})), 0);
     auto after = AccountRoot::with(before, kConf, "Plans of the team", "Other");
     after = AccountRoot::with(after, kConf, "[plans]", "[Plans]");
     EXPECT_EQ(root.files(), after);
@@ -109,15 +109,15 @@ TEST(ShareBackup, LeavesOutWhatCannotBeAndTellsWhy) {
         root.reset();
         if (is_limit) root.write("etc.defaults/morvinfo.conf", "maxshares=\"3\"\n");
         rmdir((root.dir() + "/volume1/good").c_str());
-        EXPECT_EQ(import(MORVSysbkpShareImport, shares({good, c.bad})), -1) << c.why;
-        EXPECT_TRUE(told("3", c.why)) << logged;
+        EXPECT_EQ(imported(MORVSysbkpShareImport, shares({good, c.bad})), -1) << c.why;
+        EXPECT_TRUE(is_told("3", c.why)) << logged;
         EXPECT_EQ(now_here(), as_block(shares({good, kPlans, kPublic}))) << c.why;
         EXPECT_EQ(root.names("volume1"), (std::vector<std::string>{"good"}));
     }
     // Without a list of what is mounted a folder is enough.
     remove(root.path("proc/mounts").c_str());
-    EXPECT_EQ(import(MORVSysbkpShareImport, shares({good, share("plans", "/volume2/plans")})), -1);
-    EXPECT_TRUE(told("3", cases[2].why));
+    EXPECT_EQ(imported(MORVSysbkpShareImport, shares({good, share("plans", "/volume2/plans")})), -1);
+    EXPECT_TRUE(is_told("3", cases[2].why));
 }
 
 TEST(ShareBackup, TellsOnceWhyTheNamesOfListsAreNotHere) {
@@ -125,14 +125,15 @@ TEST(ShareBackup, TellsOnceWhyTheNamesOfListsAreNotHere) {
     ASSERT_EQ(gpshUser, nullptr);
     gpshUser = PshMLIBSzHashAlloc(512);
     MLIBSzHashSetValue(&gpshUser, "eve", "no valid hash of a password");
-    EXPECT_EQ(import(MORVSysbkpShareImport, shares({share("a", "/volume1/a", "", "eve,Alice,@gone", "alice"),
-                                                    share("b", "/volume1/b", "", "@staff", "eve,ghost")})),
-              0);
-    EXPECT_TRUE(told("6",
-                     "share a: its lists name who is not here: eve (no valid hash of a password), "
-                     "@gone (there is no such group)"))
+    EXPECT_EQ(
+        imported(MORVSysbkpShareImport, shares({share("a", "/volume1/a", "", "eve,Alice,@gone", "alice"),
+                                                share("b", "/volume1/b", "", "@staff", "eve,ghost")})),
+        0);
+    EXPECT_TRUE(is_told("6",
+                        "share a: its lists name who is not here: eve (no valid hash of a password), "
+                        "@gone (there is no such group)"))
         << logged;
-    EXPECT_TRUE(told("6", "share b: its lists name who is not here: eve, ghost (there is no such user)"))
+    EXPECT_TRUE(is_told("6", "share b: its lists name who is not here: eve, ghost (there is no such user)"))
         << logged;
     EXPECT_NE(now_here().find(share("a", "/volume1/a", "", "alice", "alice")), std::string::npos);
     EXPECT_EQ(MORVSysbkpFinishImport(-1, 7, 0), 0);
@@ -152,12 +153,12 @@ TEST(ShareBackup, ThatIsDamagedGivesTheRecordsBeforeTheDamage) {
     };
     for (const std::string &body : bodies) {
         root.reset();
-        EXPECT_EQ(import(MORVSysbkpShareImport, body), -1);
+        EXPECT_EQ(imported(MORVSysbkpShareImport, body), -1);
         EXPECT_EQ(now_here(), as_block(shares({whole, kPlans, kPublic})));
     }
     root.reset();
     for (const std::string &body : {std::string(), number(-1), text("2"), number(0) + number(0)})
-        EXPECT_EQ(import(MORVSysbkpShareImport, body), -1);
+        EXPECT_EQ(imported(MORVSysbkpShareImport, body), -1);
     EXPECT_EQ(now_here(), as_block(kSample));
 }
 
@@ -173,14 +174,14 @@ TEST(ShareBackup, IsRestoredWholeOrNotAtAllWhenTheSystemFails) {
     const auto has_folder = [&] { return stat_of(root.dir() + "/volume1/new").st_ino != 0; };
     const auto before = root.files();
     // Where only the folder could not be made, the other share is restored all the same.
-    ASSERT_EQ(import(MORVSysbkpShareImport, shares({share("plans", "/volume1/plans", "Other")})), 0);
+    ASSERT_EQ(imported(MORVSysbkpShareImport, shares({share("plans", "/volume1/plans", "Other")})), 0);
     const auto without = root.files();
-    ASSERT_EQ(import(MORVSysbkpShareImport, body), 0);
+    ASSERT_EQ(imported(MORVSysbkpShareImport, body), 0);
     const auto after = root.files();
     const int faults = for_each_sys_fault([&](Sys which, int nth) {
         SCOPED_TRACE(std::string(sys_name(which)) + " " + std::to_string(nth));
         start_again();
-        const Body content(body);
+        const MemoryFile content(body);
         int result;
         bool reached;
         {
@@ -203,11 +204,11 @@ TEST(ShareBackup, IsRestoredWholeOrNotAtAllWhenTheSystemFails) {
         start_again();
         code = in_child([&] {
             kill_at_call(nth);
-            return import(MORVSysbkpShareImport, body) == 0 ? 0 : 1;
+            return imported(MORVSysbkpShareImport, body) == 0 ? 0 : 1;
         });
         EXPECT_NE(code, 1);
         EXPECT_TRUE(root.files() == before || root.files() == after);
-        EXPECT_EQ(import(MORVSysbkpShareImport, body), 0) << "a retry works";
+        EXPECT_EQ(imported(MORVSysbkpShareImport, body), 0) << "a retry works";
         EXPECT_EQ(root.files(), after);
     }
     EXPECT_GT(nth, 20);
@@ -217,7 +218,7 @@ TEST(ShareBackup, ReadsAndWritesOneShareAtThePosition) {
     const AccountRoot root;
     MORVSHARE *found = nullptr;
     ASSERT_EQ(MORVShareGet("public", &found), 0);
-    const Body body;
+    const MemoryFile body;
     EXPECT_EQ(MORVSysbkpIWriteShare(found, body.fd), 0);
     MORVShareFree(found);
     EXPECT_EQ(body.content(), kPublic);

@@ -4,8 +4,9 @@
 #include <stdlib.h>
 #include <time.h>
 
-#include "items.h"
+#include "support/backup_file.h"
 #include "support/fake_syslog.h"
+#include "support/scratch.h"
 
 using namespace testing_support;
 
@@ -51,8 +52,7 @@ TEST(TimeBlock, HasTheLocalTimeTheSettingsAndTheZone) {
     const Clock clock(kNow);
     const TimeRoot root;
     setenv("TZ", "UTC0", 1);
-    EXPECT_EQ(exported(MORVSysbkpTimeExport),
-              block_of(1, {"2011/05/04 12:34:56", 0, "", "", "", "", 0}));
+    EXPECT_EQ(exported(MORVSysbkpTimeExport), block_of(1, {"2011/05/04 12:34:56", 0, "", "", "", "", 0}));
     root.write(kZone, "CET-1CEST,M3.5.0,M10.5.0/3\n");
     root.write(kMain,
                "runntp=yes\nntpperiod=\"daily\"\nntpserver=\"time.lan\"\nntpserver2=\"time2.lan\"\n"
@@ -73,8 +73,9 @@ TEST(TimeBlock, IsRestoredWithTheZone) {
     EXPECT_EQ(import_time("2011/05/04 12:34:56", "JST-9"), 0);
     EXPECT_EQ(root.read(kZone), "JST-9\n");
     EXPECT_EQ(mode_of(root.path(kZone)), 0644U);
-    EXPECT_EQ(root.read(kMain),
-              "ntpperiod=\"daily\"\nntpserver=\"time.lan\"\nntpserver2=\"time2.lan\"\ndaylightsaving=\"yes\"\n");
+    EXPECT_EQ(
+        root.read(kMain),
+        "ntpperiod=\"daily\"\nntpserver=\"time.lan\"\nntpserver2=\"time2.lan\"\ndaylightsaving=\"yes\"\n");
     const ino_t zone = stat_of(root.path(kZone)).st_ino, settings = stat_of(root.path(kMain)).st_ino;
     EXPECT_EQ(import_time("2011/05/04 12:34:56", "JST-9"), 0);
     EXPECT_EQ(import_time("2011/05/04 12:34:56", ""), 0);
@@ -94,7 +95,8 @@ TEST(TimeBlock, WithAnythingWrongChangesNothing) {
           "2011/04/31 12:34:56", "2011/05/00 12:34:56", "2011/05/04 24:00:00", "2011/05/04 12:60:00",
           "2011/05/04 12:34:61", "2011/05/04 12:34:5x"})
         EXPECT_EQ(import_time(at, "JST-9"), -1) << at;
-    for (const std::string &zone : {std::string("JST-9\nevil"), std::string("JST\x7F"), std::string(128, 'x')})
+    for (const std::string &zone :
+         {std::string("JST-9\nevil"), std::string("JST\x7F"), std::string(128, 'x')})
         EXPECT_EQ(import_time("2011/05/04 12:34:56", zone), -1) << zone;
     std::vector<Part> odd = items("2011/05/04 12:34:56", "JST-9");
     odd[3] = "a\"b";
@@ -121,8 +123,7 @@ TEST(TimeBlock, SetsAClockForwardThatIsBehindIt) {
     const struct {
         const char *at;
         time_t set;
-    } cases[] = {
-        {"2011/05/04 12:34:57", kNow + 1}, {"2011/05/04 12:34:56", 0}, {"2000/01/01 00:00:00", 0}};
+    } cases[] = {{"2011/05/04 12:34:57", kNow + 1}, {"2011/05/04 12:34:56", 0}, {"2000/01/01 00:00:00", 0}};
     for (const auto &c : cases) {
         const Clock clock(kNow);
         setenv("TZ", "UTC0", 1);

@@ -1,9 +1,10 @@
 // Workgroup and WINS server in a backup, and back.
-#include "body.h"
+#include <morvsdk/internal/sysbkp.h>
+
 #include "support/accounts.h"
+#include "support/backup_file.h"
 
 using namespace testing_support;
-using namespace sysbkp_test;
 
 namespace {
 
@@ -64,7 +65,7 @@ TEST(WindowsBackup, ChangesItsTwoKeysAndNoOtherLine) {
         root.write(kConf, c.before + rest);
         EXPECT_NE(exported(MORVSysbkpWindowsExport), "failed");
         const ino_t inode = stat_of(root.path(kConf)).st_ino;
-        EXPECT_EQ(import(MORVSysbkpWindowsImport, c.body), 0) << logged;
+        EXPECT_EQ(imported(MORVSysbkpWindowsImport, c.body), 0) << logged;
         EXPECT_EQ(root.read(kConf), c.after + rest);
         EXPECT_EQ(stat_of(root.path(kConf)).st_ino == inode, std::string_view(c.before) == c.after);
         // The mirror holds what it would hold when built anew.
@@ -74,9 +75,9 @@ TEST(WindowsBackup, ChangesItsTwoKeysAndNoOtherLine) {
         EXPECT_TRUE(root.is_tidy());
     }
     root.write(kConf, rest.substr(1));
-    EXPECT_EQ(import(MORVSysbkpWindowsImport, settings("", 0)), 0);
+    EXPECT_EQ(imported(MORVSysbkpWindowsImport, settings("", 0)), 0);
     EXPECT_EQ(root.read(kConf), rest.substr(1));
-    EXPECT_EQ(import(MORVSysbkpWindowsImport, settings("HOME", 0)), 0);
+    EXPECT_EQ(imported(MORVSysbkpWindowsImport, settings("HOME", 0)), 0);
     EXPECT_EQ(root.read(kConf), rest.substr(1) + "\n[global]\n\tworkgroup=HOME\n");
 }
 
@@ -94,7 +95,7 @@ TEST(WindowsBackup, ThatCannotBeSetChangesNothing) {
         number(1) + number(1),
     };
     for (const std::string &body : bodies) {
-        EXPECT_EQ(import(MORVSysbkpWindowsImport, body), -1);
+        EXPECT_EQ(imported(MORVSysbkpWindowsImport, body), -1);
         EXPECT_NE(logged.find("3 configuration backup: "), logged.npos);
         EXPECT_EQ(root.files(), before);
     }

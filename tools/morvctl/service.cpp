@@ -144,7 +144,7 @@ int need_setting(const std::string &name) {
 }
 
 std::string read_setting(int setting) {
-    std::string value(65536, '\0');  // more than any can have
+    std::string value(65536, '\0');  // more than any has
     clear_errors();
     if (MORVSettingGetText(setting, value.data(), int(value.size())) != 0)
         fail_service(std::string("read ") + MORVSettingInfo(setting)->szName);

@@ -513,7 +513,11 @@ int set_share(const char *old_name, const MORVSHARE &share) noexcept {
 }
 
 int restore_shares(std::span<const MORVSHARE> shares, std::vector<RestoredShare> &results) noexcept {
-    return no_throw([&] { return ShareChange().restore(shares, results); });
+    const auto run = [&] { return no_throw([&] { return ShareChange().restore(shares, results); }); };
+    const int code = run();
+    if (code != ERR_STORE_INVALID) return code;
+    forget_mirror(share_mirror_kind);
+    return run();
 }
 
 int delete_share(const char *name) noexcept {

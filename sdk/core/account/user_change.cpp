@@ -440,6 +440,7 @@ class UserChanges {
     // ---- Homes -----------------------------------------------------------------------------------------
 
     int make_homes() {
+        homes_.reserve(plans_.size());
         for (const Plan &p : plans_) {
             if (!p.adds()) continue;
             const std::string_view home = p.home;
@@ -454,7 +455,6 @@ class UserChanges {
     int make_home(const Plan &p) {
         const SysPath path(p.home.c_str());
         NewHome home(path.c_str());
-        homes_.reserve(homes_.size() + 1);
         if (mkdir(path.c_str(), kNewHomeMode) != 0) {
             const bool is_there = errno == EEXIST;
             home.path.clear();
