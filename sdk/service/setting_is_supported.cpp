@@ -4,5 +4,6 @@
 
 extern "C" int BlMORVSettingIsSupported(int setting) noexcept {
     const MORVSETTING *const info = morv::setting_info(setting);
-    return info && morv::is_supported(*info) ? 1 : 0;
+    bool has = false;
+    return info && morv::read_support(info->szSupport, &has) == 0 && has ? 1 : 0;
 }

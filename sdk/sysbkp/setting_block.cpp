@@ -67,16 +67,6 @@ int apply_settings(std::span<const SettingValue> values) noexcept {
     return code ? -1 : 0;
 }
 
-bool is_for_this_model(std::span<const SettingValue> values) noexcept {
-    for (const SettingValue &value : values) {
-        const MORVSETTING &info = *setting_info(value.setting);
-        if (is_supported(info)) continue;
-        tell_unsupported("this model does not have it: it lacks %s", info.szSupport);
-        return false;
-    }
-    return true;
-}
-
 int export_settings(int fd, int id, const char *what, const char *stem, int line, int32_t mask) noexcept {
     return export_block(fd, id, what, stem, line, [&](ItemWriter &items) {
         const std::span<const FieldInfo> fields = block_info(id)->head;
@@ -97,7 +87,9 @@ int import_settings(int fd, int id, int version, int32_t mask) noexcept {
             value.number &= mask;
         std::vector<SettingValue> values;
         if (check_settings(fields, found, values) != 0) return -1;
-        return is_for_this_model(values) ? apply_settings(values) : 0;
+        // All settings of a kind are for the same thing.
+        return apply_if_supported(setting_info(values.front().setting)->szSupport,
+                                  [&] { return apply_settings(values); });
     });
 }
 

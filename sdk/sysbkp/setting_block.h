@@ -34,8 +34,19 @@ int check_settings(std::span<const FieldInfo> fields, std::span<const FieldValue
 // Applies all or none. Answers 0 or -1, which is told.
 int apply_settings(std::span<const SettingValue> values) noexcept;
 
-// Whether this model has what the settings are for; if not, that is told.
-bool is_for_this_model(std::span<const SettingValue> values) noexcept;
+// Calls `apply` where this model has what `key` of its description stands for; null: always. Answers what that answers;
+// 0 where it has not, and -1 where that cannot be known, both of which is told.
+template <class F>
+int apply_if_supported(const char *key, F &&apply) {
+    bool has;
+    if (const int code = read_support(key, &has)) {
+        tell_problem("what this model has cannot be read: %s", code_text(code));
+        return -1;
+    }
+    if (has) return apply();
+    tell_unsupported("this model does not have it: it lacks %s", key);
+    return 0;
+}
 
 // An exporter and an importer. what: the kind for the log; mask: as above.
 int export_settings(int fd, int id, const char *what, const char *stem, int line, int32_t mask = -1) noexcept;

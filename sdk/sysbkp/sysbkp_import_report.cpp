@@ -144,7 +144,13 @@ class Import {
         for (;;) {
             int32_t header[3];
             static_assert(sizeof header == kBlockHeader);
-            if (MORVSysbkpRawIntRead(in_.get(), header, sizeof header) != sizeof header) return 0;
+            const int64_t at = lseek(in_.get(), 0, SEEK_CUR);
+            if (MORVSysbkpRawIntRead(in_.get(), header, sizeof header) != sizeof header) {
+                // Less than a header is the end of the file.
+                if (at >= 0 && size_ - at < kBlockHeader) return 0;
+                tell_problem("the file cannot be read: %m");
+                return -1;
+            }
             const auto [id, version, size] = header;
             const int row = MORVSysbkpIGetIdx(id);
             if (row < 0) {

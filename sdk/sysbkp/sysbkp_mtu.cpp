@@ -6,8 +6,7 @@
 
 #include <charconv>
 
-#include "core/file/key_value.h"
-#include "sysbkp/block.h"
+#include "sysbkp/setting_block.h"
 
 using namespace morv;
 
@@ -35,18 +34,8 @@ int read_mtu(int &mtu) noexcept {
     return 0;
 }
 
-int apply(ItemReader &items) noexcept {
-    const char *const text = items.take_string();
-    if (check_items(items) != 0) return -1;
-    int mtu, current;
-    if (!parse_mtu(text, mtu)) {
-        tell_problem("mtu: %s is not between %d and %d", text, kLeast, kMost);
-        return -1;
-    }
-    if (!has_key_value("/etc.defaults/morvinfo.conf", "supportMTU", "yes")) {
-        tell_unsupported("this model does not have it: it lacks supportMTU");
-        return 0;
-    }
+int set_mtu(int mtu) noexcept {
+    int current;
     if (read_mtu(current) != 0) return -1;
     if (current == mtu) return 0;
     char digits[16];
@@ -54,6 +43,17 @@ int apply(ItemReader &items) noexcept {
     if (MORVConfSetMTUValue(digits, kInterface) == 0) return 0;
     tell_problem("the MTU of %s cannot be set: %s", kInterface, code_text(MLIBErrGet()));
     return -1;
+}
+
+int apply(ItemReader &items) noexcept {
+    const char *const text = items.take_string();
+    if (check_items(items) != 0) return -1;
+    int mtu;
+    if (!parse_mtu(text, mtu)) {
+        tell_problem("mtu: %s is not between %d and %d", text, kLeast, kMost);
+        return -1;
+    }
+    return apply_if_supported("supportMTU", [&] { return set_mtu(mtu); });
 }
 
 }  // namespace

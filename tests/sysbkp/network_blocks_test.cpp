@@ -50,7 +50,7 @@ TEST(HostnameBlock, CarriesTheHostNameToAnotherAppliance) {
     // One that has lost its name cannot tell it, but gets one.
     root.write(kNetwork, "");
     logged.clear();
-    EXPECT_EQ(exported(MORVSysbkpHostnameExport), "");
+    EXPECT_EQ(exported(MORVSysbkpHostnameExport), "failed");
     EXPECT_NE(logged.find("MORVLnxGetHostname failed.("), std::string::npos) << logged;
     EXPECT_EQ(imported(MORVSysbkpHostnameImport, body_of({"box"})), 0);
     EXPECT_EQ(root.read(kNetwork), "HOSTNAME=box\n");

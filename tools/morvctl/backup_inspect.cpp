@@ -95,40 +95,38 @@ constexpr uint64_t each(uint64_t byte) {
     return true;
 }
 
-// What is shown for each part of a file. Failures are thrown behind the library, through which nothing goes.
+// What a walk has met.
+struct Summary {
+    int blocks = 0;
+    int problems = 0;
+    int32_t mask = 0;
+};
+
+// Shows each part of a file as View does. Failures are thrown behind the library, through which nothing goes.
+template <class View>
 class Shower {
   public:
     Shower(int32_t kinds, bool filters, bool show_secrets)
         : kinds_(kinds), filters_(filters), show_secrets_(show_secrets) {}
-    virtual ~Shower() = default;
     Shower(const Shower &) = delete;
     Shower &operator=(const Shower &) = delete;
 
-    // Answers how many blocks there are, and whether the file is sound.
-    struct Summary {
-        int blocks = 0;
-        int problems = 0;
-        int32_t mask = 0;
-    };
     Summary run(const std::string &file) {
         walk_backup(file, {begin, item, end, this}, &summary_.mask);
         if (failure_) std::rethrow_exception(failure_);
-        finish(summary_);
+        view().finish(summary_);
         out.flush();
         return summary_;
     }
 
   protected:
-    virtual void show_begin(const MORVSYSBKPBLOCK &block) = 0;
-    virtual void show_item(const MORVSYSBKPBLOCK &block, const MORVSYSBKPITEM &item) = 0;
-    virtual void show_end(const MORVSYSBKPBLOCK *block, const char *problem) = 0;
-    virtual void finish(const Summary &summary) = 0;
-
     bool hides(const MORVSYSBKPITEM &item) const { return item.isSecret == 1 && !show_secrets_; }
 
     Pieces out;
 
   private:
+    View &view() { return static_cast<View &>(*this); }
+
     bool is_wanted(const MORVSYSBKPBLOCK &block) const {
         return !filters_ || (block.szName && (block.id & kinds_));
     }
@@ -147,18 +145,18 @@ class Shower {
         Shower &self = *static_cast<Shower *>(context);
         if (!self.is_wanted(*block)) return 0;
         ++self.summary_.blocks;
-        return self.guarded([&] { self.show_begin(*block); });
+        return self.guarded([&] { self.view().show_begin(*block); });
     }
     static int item(const MORVSYSBKPBLOCK *block, const MORVSYSBKPITEM *item, void *context) {
         Shower &self = *static_cast<Shower *>(context);
         if (!self.is_wanted(*block)) return 0;
-        return self.guarded([&] { self.show_item(*block, *item); });
+        return self.guarded([&] { self.view().show_item(*block, *item); });
     }
     static int end(const MORVSYSBKPBLOCK *block, const char *problem, void *context) {
         Shower &self = *static_cast<Shower *>(context);
         if (block && !self.is_wanted(*block)) return 0;
         if (problem) ++self.summary_.problems;
-        return self.guarded([&] { self.show_end(block, problem); });
+        return self.guarded([&] { self.view().show_end(block, problem); });
     }
 
     const int32_t kinds_;
@@ -176,12 +174,11 @@ std::string exported_with(int32_t mask) {
 
 // ---- Text ----
 
-class TextShower : public Shower {
+class TextShower : public Shower<TextShower> {
   public:
     using Shower::Shower;
 
-  private:
-    void show_begin(const MORVSYSBKPBLOCK &block) override {
+    void show_begin(const MORVSYSBKPBLOCK &block) {
         record_ = entry_ = -1;
         char line[128];
         const int length = snprintf(line, sizeof line, "%s: id 0x%X, version %d, %u bytes at %lld\n",
@@ -190,25 +187,7 @@ class TextShower : public Shower {
         out.put({line, size_t(length)});
     }
 
-    // A name and what comes before and behind it: "    fullname = ". The names are the library's constants, so
-    // that each has its line prepared at its address.
-    struct Label {
-        const char *name = nullptr;
-        char text[40] = {};
-        uint32_t length = 0;
-    };
-    const Label &label(const char *name) {
-        Label &found = labels_[(reinterpret_cast<uintptr_t>(name) >> 1) % std::size(labels_)];
-        if (found.name != name) {
-            found.name = name;
-            found.length =
-                uint32_t(snprintf(found.text, sizeof found.text, "%-*s = ", kColumn, name ? name : "?"));
-            found.length = std::min<uint32_t>(found.length, sizeof found.text - 1);
-        }
-        return found;
-    }
-
-    void show_item(const MORVSYSBKPBLOCK &, const MORVSYSBKPITEM &item) override {
+    void show_item(const MORVSYSBKPBLOCK &, const MORVSYSBKPITEM &item) {
         char *const room = out.room();
         char *to = room;
         const bool begins = item.record != record_ || item.entry != entry_;
@@ -244,7 +223,7 @@ class TextShower : public Shower {
         out.take(size_t(to - room));
     }
 
-    void show_end(const MORVSYSBKPBLOCK *block, const char *problem) override {
+    void show_end(const MORVSYSBKPBLOCK *block, const char *problem) {
         if (problem) {
             out.put(block ? "  DAMAGED: " : "DAMAGED: ");
             out.put(printable(problem));
@@ -253,11 +232,30 @@ class TextShower : public Shower {
         if (block) out.put('\n');
     }
 
-    void finish(const Summary &summary) override {
+    void finish(const Summary &summary) {
         out.put_number(summary.blocks);
         out.put(summary.blocks == 1 ? " block, exported with " : " blocks, exported with ");
         out.put(exported_with(summary.mask));
         out.put(summary.problems ? "; damaged, see above\n" : "; sound\n");
+    }
+
+  private:
+    // A name and what comes before and behind it: "    fullname = ". The names are the library's constants, so
+    // that each has its line prepared at its address.
+    struct Label {
+        const char *name = nullptr;
+        char text[40] = {};
+        uint32_t length = 0;
+    };
+    const Label &label(const char *name) {
+        Label &found = labels_[(reinterpret_cast<uintptr_t>(name) >> 1) % std::size(labels_)];
+        if (found.name != name) {
+            found.name = name;
+            found.length =
+                uint32_t(snprintf(found.text, sizeof found.text, "%-*s = ", kColumn, name ? name : "?"));
+            found.length = std::min<uint32_t>(found.length, sizeof found.text - 1);
+        }
+        return found;
     }
 
     static constexpr int kColumn = 17;
@@ -270,12 +268,11 @@ class TextShower : public Shower {
 // ---- JSON ----
 
 // A number that says how many records or entries follow is the name of a list of those.
-class JsonShower : public Shower {
+class JsonShower : public Shower<JsonShower> {
   public:
     using Shower::Shower;
 
-  private:
-    void show_begin(const MORVSYSBKPBLOCK &block) override {
+    void show_begin(const MORVSYSBKPBLOCK &block) {
         out.put(is_first_ ? "{\n  \"blocks\": [\n" : ",\n");
         is_first_ = false;
         out.put("    {\"block\": ");
@@ -294,36 +291,7 @@ class JsonShower : public Shower {
         records_ = entries_ = false;
     }
 
-    static bool is_count(const MORVSYSBKPBLOCK &block, const MORVSYSBKPITEM &item) {
-        if (item.type != MORV_SYSBKP_LONG || !item.szName) return false;
-        const auto is = [&](const char *name) { return strcmp(item.szName, name) == 0; };
-        switch (block.id) {
-            case MORV_SYSBKP_USER:
-                return item.record < 0 && is("users");
-            case MORV_SYSBKP_SHARE:
-                return item.record < 0 && is("shares");
-            case MORV_SYSBKP_GROUP:
-                return item.record < 0 ? is("groups") : item.entry < 0 && is("members");
-            case MORV_SYSBKP_USERQUOTA:
-                return item.record < 0 ? is("users") : item.entry < 0 && is("volumes");
-            default:
-                return false;
-        }
-    }
-
-    void close_entry() {
-        if (entry_ >= 0 && !is_plain_) out.put('}');
-        entry_ = -1;
-    }
-    void close_record() {
-        close_entry();
-        if (entries_) out.put(']');
-        entries_ = false;
-        if (record_ >= 0) out.put('}');
-        record_ = -1;
-    }
-
-    void show_item(const MORVSYSBKPBLOCK &block, const MORVSYSBKPITEM &item) override {
+    void show_item(const MORVSYSBKPBLOCK &block, const MORVSYSBKPITEM &item) {
         if (item.record != record_) {
             const bool follows = record_ >= 0;
             close_record();
@@ -365,7 +333,7 @@ class JsonShower : public Shower {
         }
     }
 
-    void show_end(const MORVSYSBKPBLOCK *block, const char *problem) override {
+    void show_end(const MORVSYSBKPBLOCK *block, const char *problem) {
         if (!block) {
             problem_ = problem ? problem : "";
             return;
@@ -377,7 +345,7 @@ class JsonShower : public Shower {
         out.put('}');
     }
 
-    void finish(const Summary &summary) override {
+    void finish(const Summary &summary) {
         out.put(is_first_ ? "{\n  \"blocks\": [" : "\n  ");
         out.put("],\n  \"mask\": ");
         out.put_number(summary.mask);
@@ -386,6 +354,36 @@ class JsonShower : public Shower {
         out.put(",\n  \"problem\": ");
         out.put(problem_.empty() ? "null" : json_text(problem_, -1));
         out.put("\n}\n");
+    }
+
+  private:
+    static bool is_count(const MORVSYSBKPBLOCK &block, const MORVSYSBKPITEM &item) {
+        if (item.type != MORV_SYSBKP_LONG || !item.szName) return false;
+        const auto is = [&](const char *name) { return strcmp(item.szName, name) == 0; };
+        switch (block.id) {
+            case MORV_SYSBKP_USER:
+                return item.record < 0 && is("users");
+            case MORV_SYSBKP_SHARE:
+                return item.record < 0 && is("shares");
+            case MORV_SYSBKP_GROUP:
+                return item.record < 0 ? is("groups") : item.entry < 0 && is("members");
+            case MORV_SYSBKP_USERQUOTA:
+                return item.record < 0 ? is("users") : item.entry < 0 && is("volumes");
+            default:
+                return false;
+        }
+    }
+
+    void close_entry() {
+        if (entry_ >= 0 && !is_plain_) out.put('}');
+        entry_ = -1;
+    }
+    void close_record() {
+        close_entry();
+        if (entries_) out.put(']');
+        entries_ = false;
+        if (record_ >= 0) out.put('}');
+        record_ = -1;
     }
 
     bool is_first_ = true;
@@ -403,13 +401,8 @@ class JsonShower : public Shower {
 int inspect_backup(const Session &session, const BackupArgs &args) {
     const int32_t kinds = parse_kinds(args.only, kAllKinds);
     const bool filters = args.only.has_value();
-    std::unique_ptr<Shower> shower;
-    if (session.json) {
-        shower = std::make_unique<JsonShower>(kinds, filters, args.show_secrets);
-    } else {
-        shower = std::make_unique<TextShower>(kinds, filters, args.show_secrets);
-    }
-    const Shower::Summary summary = shower->run(args.file);
+    const Summary summary = session.json ? JsonShower(kinds, filters, args.show_secrets).run(args.file)
+                                         : TextShower(kinds, filters, args.show_secrets).run(args.file);
     if (filters && summary.blocks == 0) {
         throw Failure(Exit::kNotFound, args.file + " has no block of that kind");
     }

@@ -150,8 +150,15 @@ int find_setting(std::string_view name) noexcept {
     return found == std::end(kSettings) ? -1 : static_cast<int>(found - kSettings);
 }
 
-bool is_supported(const MORVSETTING &info) noexcept {
-    return !info.szSupport || has_key_value(kModel, info.szSupport, "yes");
+int read_support(const char *key, bool *has) noexcept {
+    *has = true;
+    if (!key) return 0;
+    FileText file;
+    const int code = file.load_bounded(SysPath(kModel).c_str(), kMostBytes);
+    if (code && !is_not_stored(code)) return code;
+    const KeyLine line = parse_key_line(find_key_line(code ? std::string_view() : file.view(), key));
+    *has = line.has_value && ascii_equal(trim(line.value), "yes");
+    return 0;
 }
 
 bool normalize_setting(const MORVSETTING &info, std::string_view value, std::string &normal) {

@@ -15,8 +15,9 @@ const MORVSETTING *setting_info(int setting) noexcept;
 // The setting of a key, or -1.
 int find_setting(std::string_view name) noexcept;
 
-// Whether this model has what the setting is for.
-bool is_supported(const MORVSETTING &info) noexcept;
+// Whether this model has what a key of "/etc.defaults/morvinfo.conf" stands for; null: it has. Answers 0, or a code when
+// that cannot be told.
+int read_support(const char *key, bool *has) noexcept;
 
 // The form in which a value is written; false, and `normal` is as it was, when the setting cannot have it.
 // Throws std::bad_alloc, as do all that answer texts.
