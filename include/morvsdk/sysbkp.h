@@ -73,7 +73,8 @@ extern MORV_API const MORVSYSROUTINE grgSysRoutine[24];
 /* Writes the settings of the kinds in `mask` to a file, which is made or written over, with mode 0600, and
  * on disk when the call returns 0.
  *
- * path: used as it is given; a failure removes the file
+ * path: used as it is given. A regular file that somebody else owns is refused and stays as it is; any other failure
+ *       removes the file
  *
  * Returns 0 or -1. */
 MORV_API int MORVSysbkpExport(const char *path, int mask) MORV_NOEXCEPT;
@@ -112,7 +113,8 @@ enum {
     MORV_SYSBKP_FAILED,     /* it is not, or not all of it */
     MORV_SYSBKP_SKIPPED,    /* it is not in the mask, or not supported by this model */
     MORV_SYSBKP_PROBLEM,    /* one thing that failed: szText */
-    MORV_SYSBKP_NOTE        /* one thing to know: szText */
+    MORV_SYSBKP_NOTE,       /* one thing to know: szText */
+    MORV_SYSBKP_MISSING     /* what the settings name is not here, and is left out: szText */
 };
 
 typedef struct MORVSYSBKPEVENT {
@@ -121,6 +123,7 @@ typedef struct MORVSYSBKPEVENT {
     const char *szText; /* English, one line, good for the time of the call; "" for none */
 } MORVSYSBKPEVENT;
 
+/* Must not throw, and not call a function that writes or restores a file. */
 typedef void (*MORVSYSBKPREPORT)(const MORVSYSBKPEVENT *event, void *context);
 
 /* MORVSysbkpExport and MORVSysbkpImport with a report of what happens; null for none. */
@@ -155,7 +158,8 @@ typedef struct MORVSYSBKPITEM {
     int32_t isSecret;   /* 1: not to be shown */
 } MORVSYSBKPITEM;
 
-/* What is called for the parts of a file; each may be null. One that answers other than 0 ends the walk. */
+/* What is called for the parts of a file; each may be null. One that answers other than 0 ends the walk. They must
+ * not throw. */
 typedef struct MORVSYSBKPVISITOR {
     int (*begin)(const MORVSYSBKPBLOCK *block, void *context);
     int (*item)(const MORVSYSBKPBLOCK *block, const MORVSYSBKPITEM *item, void *context);

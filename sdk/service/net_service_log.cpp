@@ -11,20 +11,18 @@
 
 using namespace morv;
 
-// The names of the services of a mask, each once; "" when there are none.
+// The names of the services of a mask, each once, or "all"; "" when there are none.
 static int names_of(uint32_t services, std::string &names) {
-    if ((services & MORV_SERVICES_BUT_MANAGEMENT) == MORV_SERVICES_BUT_MANAGEMENT) {
-        names = "all";
-        return 0;
-    }
     Services scripts;
     if (int code = scripts.load(services)) return code;
+    const bool are_all = (services & MORV_SERVICES_BUT_MANAGEMENT) == MORV_SERVICES_BUT_MANAGEMENT;
     std::vector<std::string> seen;
     for (const ServiceScript &script : scripts) {
         if (std::find(seen.begin(), seen.end(), script.name) != seen.end()) continue;
         names.append(names.empty() ? "" : ", ").append(script.name);
         seen.push_back(script.name);
     }
+    if (are_all && !names.empty()) names = "all";
     return 0;
 }
 

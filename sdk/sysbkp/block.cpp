@@ -22,6 +22,7 @@ int write_items(int fd, const std::string &bytes) noexcept {
 
 int64_t position(int fd, const char *stem, int line) noexcept {
     const int64_t at = lseek(fd, 0, SEEK_CUR);
+    if (at < 0) tell_problem("the file has no places to go back to");
     if (at < 0) log_text("%s(%d): fail to get current location, errno =%d", stem, line, errno);
     return at;
 }
@@ -30,20 +31,23 @@ int64_t position(int fd, const char *stem, int line) noexcept {
 
 int write_block(int fd, int id, const char *what, const ItemWriter &items, const char *stem,
                 int line) noexcept {
+    const auto tell_why = [] { tell_problem("the file cannot be written: %m"); };
     if (MORVSysbkpIWriteHeader(fd, id) != 0) {
+        tell_why();
         log_text("%s(%d): fail to write header", stem, line);
         return -1;
     }
     const int64_t start = position(fd, stem, line);
     if (start < 0) return -1;
     if (write_items(fd, items.bytes()) != 0) {
-        tell_problem("%m");
+        tell_why();
         log_text("%s(%d): fail to write %s", stem, line, what);
         return -1;
     }
     const int64_t end = position(fd, stem, line);
     if (end < 0) return -1;
     if (MORVSysbkpIWriteBlkSize(fd, start, end) != 0) {
+        tell_why();
         log_text("%s(%d): fail to write block size", stem, line);
         return -1;
     }

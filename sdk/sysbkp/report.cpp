@@ -2,8 +2,10 @@
 
 #include <errno.h>
 #include <morvsdk/error.h>
+#include <morvsdk/internal/sysbkp.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <string.h>
 #include <syslog.h>
 
 namespace morv {
@@ -52,11 +54,11 @@ constexpr struct {
     {ERR_OP_FAILURE, "it did not work"},
 };
 
-// Fills `text` from a format, without control characters. Keeps errno, which "%m" stands for.
+// Fills `text` from a format, without control characters but for a line feed at its end. Keeps errno, which "%m" stands for.
 void fill(char (&text)[kTextSize], const char *format, va_list args) noexcept {
     const int saved = errno;
     vsnprintf(text, sizeof text, format, args);
-    for (char *c = text; *c; ++c) {
+    for (char *c = text; *c && strcmp(c, "\n") != 0; ++c) {
         if (static_cast<unsigned char>(*c) < ' ' || *c == 0x7F) *c = ' ';
     }
     errno = saved;
@@ -122,6 +124,15 @@ void tell_note(const char *format, ...) noexcept {
     tell(MORV_SYSBKP_NOTE, text);
 }
 
+void tell_missing(const char *format, ...) noexcept {
+    char text[kTextSize];
+    va_list args;
+    va_start(args, format);
+    fill(text, format, args);
+    va_end(args);
+    tell(MORV_SYSBKP_MISSING, text);
+}
+
 void tell_unsupported(const char *format, ...) noexcept {
     char text[kTextSize];
     va_list args;
@@ -141,12 +152,26 @@ const char *code_text(int code) noexcept {
     return text;
 }
 
+bool is_showable(const char *text) noexcept {
+    for (; *text; ++text) {
+        if ((static_cast<unsigned char>(*text) < ' ' && *text != '\t') || *text == 0x7F) return false;
+    }
+    return true;
+}
+
+void keep_reason(const char *name, const char *why) noexcept {
+    constexpr int kMost = 4096;
+    if (!gpshUser) gpshUser = PshMLIBSzHashAlloc(1024);
+    // Without room for it a message says less, and nothing else fails.
+    if (*name && gpshUser && MLIBSzHashPairNum(gpshUser) < kMost) MLIBSzHashSetValue(&gpshUser, name, why);
+}
+
 void log_text(const char *format, ...) noexcept {
     const int saved = errno;
     char text[kTextSize];
     va_list args;
     va_start(args, format);
-    vsnprintf(text, sizeof text, format, args);
+    fill(text, format, args);
     va_end(args);
     syslog(LOG_ERR, "%s", text);
     errno = saved;

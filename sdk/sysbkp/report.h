@@ -37,9 +37,16 @@ class Telling {
 // the system log. Control characters in it become blanks.
 void tell_problem(const char *format, ...) noexcept __attribute__((format(printf, 1, 2)));
 void tell_note(const char *format, ...) noexcept __attribute__((format(printf, 1, 2)));
+void tell_missing(const char *format, ...) noexcept __attribute__((format(printf, 1, 2)));
 
 // This model has nothing that the kind is for.
 void tell_unsupported(const char *format, ...) noexcept __attribute__((format(printf, 1, 2)));
+
+// Whether a text can be a part of a line: it has no control characters but tabs. Other programs show what is in the files.
+bool is_showable(const char *text) noexcept;
+
+// Keeps in gpshUser why somebody is not here. Only of some thousands, more than any model takes: a file may name any number.
+void keep_reason(const char *name, const char *why) noexcept;
 
 // A code for a person, as "no such user"; "error 0x1D00" for one that nobody should meet.
 const char *code_text(int code) noexcept;

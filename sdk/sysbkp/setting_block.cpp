@@ -83,8 +83,13 @@ int import_settings(int fd, int id, int version, int32_t mask) noexcept {
         const std::span<const FieldInfo> fields = block_info(id)->head;
         std::vector<FieldValue> found = take_fields(items, fields);
         if (check_items(items) != 0) return -1;
-        for (FieldValue &value : found)
-            value.number &= mask;
+        if (mask != -1) {
+            // The bits that an item does not carry stay as they are here.
+            std::vector<SettingValue> now;
+            if (gather_settings(fields, now) != 0) return -1;
+            for (size_t i = 0; i < found.size(); ++i)
+                found[i].number = (found[i].number & mask) | (now[i].number() & ~mask);
+        }
         std::vector<SettingValue> values;
         if (check_settings(fields, found, values) != 0) return -1;
         // All settings of a kind are for the same thing.

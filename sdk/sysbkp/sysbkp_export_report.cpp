@@ -18,14 +18,21 @@ bool is_wanted(const MORVSYSROUTINE &row, int mask) noexcept {
     return mask == MORV_SYSBKP_ALL || (row.id & mask) != 0;
 }
 
-// Opens the file for nobody but its owner, also one that is there.
+// Opens the file for nobody but its owner, also one that is there: that is emptied only when it can be had so.
 int open_file(const char *path, UniqueFd &fd) noexcept {
-    fd.reset(open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kMode));
+    fd.reset(open(path, O_RDWR | O_CREAT | O_CLOEXEC, kMode));
     struct stat st;
-    return fd && fstat(fd.get(), &st) == 0 &&
-                   (!S_ISREG(st.st_mode) || (st.st_mode & 07777) == kMode || fchmod(fd.get(), kMode) == 0)
-               ? 0
-               : -1;
+    if (!fd || fstat(fd.get(), &st) != 0) return -1;
+    if (!S_ISREG(st.st_mode)) return 0;
+    // Whoever else owns it could read all hashes.
+    if (st.st_uid != geteuid()) {
+        errno = EPERM;
+        return -1;
+    }
+    // Some disks that backups go to, as those of FAT, have one mode for all files.
+    if ((st.st_mode & 07777) != kMode && fchmod(fd.get(), kMode) != 0)
+        tell_note("its file system does not keep others from reading the file: %m");
+    return ftruncate(fd.get(), 0);
 }
 
 int write_preamble(int fd, int mask) noexcept {
@@ -35,11 +42,13 @@ int write_preamble(int fd, int mask) noexcept {
         return -1;
     }
     if (MORVSysbkpRawIntWrite(fd, &kBackupCategory, sizeof kBackupCategory) < 0) {
+        tell_problem("the file cannot be written: %m");
         BACKUP_LOG("write category fail, errno = %d", errno);
         return -1;
     }
     const int32_t word = mask;
     if (MORVSysbkpRawIntWrite(fd, &word, sizeof word) < 0) {
+        tell_problem("the file cannot be written: %m");
         BACKUP_LOG("write content type fail, errno = %d", errno);
         return -1;
     }
@@ -60,21 +69,20 @@ int write_blocks(int fd, int mask, Telling &telling) noexcept {
 }
 
 // A backup that is gone after a power loss is none.
-int finish(UniqueFd fd) noexcept {
+int finish(const UniqueFd &fd) noexcept {
     // What is no file on a disk cannot be synced.
-    int result = fsync(fd.get()) == 0 || errno == EINVAL || errno == EROFS ? 0 : -1;
-    if (close(fd.release()) != 0) result = -1;
-    if (result != 0) {
-        tell_problem("the file cannot be written: %m");
-        BACKUP_LOG("fail to write to the disk, errno = %d", errno);
-    }
-    return result;
+    if (fsync(fd.get()) == 0 || errno == EINVAL || errno == EROFS) return 0;
+    tell_problem("the file cannot be written: %m");
+    BACKUP_LOG("fail to write to the disk, errno = %d", errno);
+    return -1;
 }
 
-// What is no regular file, as a device, is nobody's partial backup.
-void remove_file(const char *path) noexcept {
+// What is no regular file, as a device, is nobody's partial backup. Where the path is a link, the file that it leads
+// to is emptied.
+void remove_file(const char *path, int fd) noexcept {
     struct stat st;
-    if (stat(path, &st) == 0 && !S_ISREG(st.st_mode)) return;
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return;
+    if (ftruncate(fd, 0) != 0) BACKUP_LOG("fail to empty %s: %m", path);
     if (unlink(path) != 0) BACKUP_LOG("fail to remove %s", path);
 }
 
@@ -95,8 +103,7 @@ extern "C" int MORVSysbkpExportReport(const char *path, int mask, MORVSYSBKPREPO
     }
     int result = write_preamble(fd.get(), mask);
     if (result == 0) result = write_blocks(fd.get(), mask, telling);
-    if (result == 0) result = finish(std::move(fd));
-    fd.reset();
-    if (result != 0) remove_file(path);
+    if (result == 0) result = finish(fd);
+    if (result != 0) remove_file(path, fd.get());
     return result;
 }

@@ -103,7 +103,8 @@ void tell_about(const Record &r, const GroupOutcome &outcome) {
     for (size_t i = 0; i < left_out.size() && i < kNamesTold; ++i)
         names.append(i ? ", " : "").append(left_out[i]);
     if (left_out.size() > kNamesTold) names.append(", ...");
-    tell_note("group %s: %zu of its members are no users here: %s", r.name, left_out.size(), names.c_str());
+    tell_missing("group %s: %zu of its members are no users here: %s", r.name, left_out.size(),
+                 names.c_str());
 }
 
 // Restores what can be restored. Answers 0 when that is all.
@@ -120,6 +121,10 @@ int restore(std::vector<Record> &records) {
     for (Record &r : records) {
         if (r.type != kType) {
             refuse(r, "a kind of group that is not known");
+            continue;
+        }
+        if (!is_showable(r.about)) {
+            refuse(r, "control characters in the description");
             continue;
         }
         sound.push_back(&r);

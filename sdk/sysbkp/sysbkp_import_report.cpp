@@ -199,6 +199,7 @@ class Import {
             return -1;
         }
         if (lseek(out, 0, SEEK_SET) < 0 || ftruncate(out, 0) != 0) {
+            tell_problem("%s cannot be written: %m", kMarker);
             BACKUP_LOG("seek fdHandle to begining error.");
             return -1;
         }
@@ -220,6 +221,7 @@ class Import {
             left -= part;
         }
         if (lseek(out, 0, SEEK_SET) < 0) {
+            tell_problem("%s cannot be written: %m", kMarker);
             BACKUP_LOG("seek fdHandle to begining error.");
             return -1;
         }

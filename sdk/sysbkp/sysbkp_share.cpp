@@ -64,9 +64,8 @@ class Volumes {
   public:
     int load() {
         const int code = mounts_.load();
-        for (const Mount &mount : mounts_.all())
-            are_listed_ = are_listed_ || is_fixed_volume(mount.point);
-        return code == ERR_OUT_OF_MEMORY ? code : 0;
+        are_listed_ = code == 0;
+        return code == ERR_OPEN_FAILED && has_system_root() ? 0 : code;
     }
 
     // The volume that a path lies on if that is not here; else empty.
@@ -96,13 +95,11 @@ void tell_refused(const MORVSHARE &share, int code) noexcept {
 
 // Why somebody is not here; "" when that was told already.
 std::string take_reason(const std::string &name) {
-    if (!gpshUser) gpshUser = PshMLIBSzHashAlloc(1024);
-    if (!gpshUser) return {};
-    const char *const known = SzMLIBSzHashGetValue(gpshUser, name.c_str());
+    const char *const known = gpshUser ? SzMLIBSzHashGetValue(gpshUser, name.c_str()) : nullptr;
     std::string reason = known            ? known
                          : name[0] == '@' ? code_text(ERR_NO_SUCH_GROUP)
                                           : code_text(ERR_NO_SUCH_USER);
-    MLIBSzHashSetValue(&gpshUser, name.c_str(), "");
+    keep_reason(name.c_str(), "");
     return reason;
 }
 
@@ -115,7 +112,7 @@ void tell_unknown(const MORVSHARE &share, const std::vector<std::string> &names)
         if (!reason.empty()) text.append(" (").append(reason).append(")");
     }
     if (told < names.size()) text.append(" and ").append(std::to_string(names.size() - told)).append(" more");
-    if (told > 0) tell_note("share %s: its lists name who is not here: %s", share.szName, text.c_str());
+    if (told > 0) tell_missing("share %s: its lists name who is not here: %s", share.szName, text.c_str());
 }
 
 // Restores what can be restored. Answers 0 when that is all.
@@ -124,14 +121,19 @@ int restore(const std::vector<MORVSHARE> &shares) {
     Volumes volumes;
     int code = volumes.load();
     std::vector<MORVSHARE> sound;
+    const auto refuse = [&](const MORVSHARE &share, const std::string &why) {
+        tell_problem("share %s: %s", share.szName, why.c_str());
+        result = -1;
+    };
     for (const MORVSHARE &share : shares) {
         const std::string missing = volumes.missing(share.szPath);
-        if (missing.empty()) {
+        if (!is_showable(share.szPath) || !is_showable(share.szComment)) {
+            refuse(share, "control characters in its path or comment");
+        } else if (!missing.empty()) {
+            refuse(share, "its volume " + missing + " is not here");
+        } else {
             sound.push_back(share);
-            continue;
         }
-        tell_problem("share %s: its volume %s is not here", share.szName, missing.c_str());
-        result = -1;
     }
     std::vector<RestoredShare> results;
     if (code == 0) code = restore_shares(sound, results);

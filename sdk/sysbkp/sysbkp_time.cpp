@@ -21,7 +21,10 @@ namespace {
 // Places of the items that are no settings.
 constexpr size_t kTime = 0, kZone = 5;
 
+// Whoever asks for the local time opens the file that a zone names: only those of the zones' folder are meant.
 bool is_zone(std::string_view text) noexcept {
+    const std::string_view name = text.substr(text.starts_with(':'));
+    if (name.starts_with('/') || name.find("..") != name.npos) return false;
     return text.size() <= kTimeZoneMost && std::none_of(text.begin(), text.end(), [](char c) {
                return static_cast<unsigned char>(c) < ' ' || c == 0x7F;
            });
@@ -142,7 +145,7 @@ int check(const std::vector<FieldValue> &found, tm &local) noexcept {
         result = -1;
     }
     if (!is_zone(found[kZone].text)) {
-        tell_problem("timezone: it has a control character, or more than %zu bytes", kTimeZoneMost);
+        tell_problem("timezone: no name of a zone, or more than %zu bytes", kTimeZoneMost);
         result = -1;
     }
     return result;
@@ -159,8 +162,10 @@ int apply(ItemReader &items) {
     ZoneChange zone;
     int code = zone.prepare(found[kZone].text);
     if (code == 0) {
-        if (apply_settings(values) != 0) return -1;
+        std::vector<SettingValue> before;
+        if (gather_settings(fields, before) != 0 || apply_settings(values) != 0) return -1;
         code = zone.commit();
+        if (code) apply_settings(before);
     }
     if (code) {
         tell_problem("the time zone cannot be written: %s", code_text(code));

@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -17,9 +18,6 @@
 using namespace morv;
 
 namespace {
-
-constexpr int32_t kLastDay = 2932896;  // the end of the year 9999
-constexpr size_t kSmbHash = 32;        // characters
 
 // ---- Export ---------------------------------------------------------------------------------------------
 
@@ -92,7 +90,8 @@ int32_t take_users(ItemReader &items, std::vector<Record> &records) {
         r.user.szDescription = text();
         r.smb.lm = items.take_string();
         r.smb.nt = items.take_string();
-        r.user.expireDay = items.take_long();
+        // Every day below 0 says the same.
+        r.user.expireDay = std::max<int32_t>(items.take_long(), MORV_USER_NEVER_EXPIRES);
         r.user.privilege = items.take_long();
         r.user.szExtra = text();
         r.may_change = items.take_long();
@@ -100,14 +99,6 @@ int32_t take_users(ItemReader &items, std::vector<Record> &records) {
         if (!items.problem()) records.push_back(r);
     }
     return count;
-}
-
-// What else than a hash may be there says that there is no password: stars, X, or these words before X.
-bool is_smb_hash(std::string_view text) noexcept {
-    constexpr std::string_view kNone = "NO PASSWORD";
-    if (text.size() != kSmbHash) return false;
-    if (text.starts_with(kNone)) return text.find_first_not_of('X', kNone.size()) == text.npos;
-    return text.find_first_not_of("0123456789ABCDEFabcdef*X") == text.npos;
 }
 
 bool is_plain(std::string_view text) noexcept {
@@ -120,12 +111,9 @@ bool is_plain(std::string_view text) noexcept {
 // Why a record cannot be restored, as far as it shows by itself; else null.
 const char *fault_of(const Record &r) noexcept {
     if (strchr(r.user.szName, '\\')) return "a user of a domain";
+    if (!is_showable(r.user.szDescription)) return "control characters in the full name";
     if (!is_plain(r.user.szPassword)) return "no valid hash of a password";
-    const bool has_smb = !r.smb.lm.empty() || !r.smb.nt.empty();
-    if (has_smb && (!is_smb_hash(r.smb.lm) || !is_smb_hash(r.smb.nt)))
-        return "no valid hashes for Windows networking";
-    if (r.user.expireDay < MORV_USER_NEVER_EXPIRES || r.user.expireDay > kLastDay)
-        return "no valid day of expiry";
+    if (!is_plain(r.smb.lm) || !is_plain(r.smb.nt)) return "no valid hashes for Windows networking";
     if (r.may_change != 0 && r.may_change != 1)
         return "neither 0 nor 1 for whether the password may be changed";
     if (!is_plain(r.user.szExtra)) return "no valid mail address";
@@ -139,10 +127,8 @@ bool is_admin(const char *name) {
 
 void refuse(const Record &r, const char *why) noexcept {
     tell_problem("user %s: %s", r.user.szName, why);
-    // For whoever meets the name in a list. Without room for it that says less, and nothing else fails.
-    if (!*r.user.szName) return;
-    if (!gpshUser) gpshUser = PshMLIBSzHashAlloc(1024);
-    if (gpshUser) MLIBSzHashSetValue(&gpshUser, r.user.szName, why);
+    // For whoever meets the name in a list.
+    keep_reason(r.user.szName, why);
 }
 
 // Restores what can be restored. Answers 0 when that is all.

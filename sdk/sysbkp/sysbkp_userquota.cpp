@@ -195,7 +195,7 @@ class Restoring {
         std::string key;
         const auto found = upper_name(record.name, key) ? by_key_.find(key) : by_key_.end();
         if (found == by_key_.end()) {
-            tell_note("user %s: not here, and has no quota", record.name);
+            tell_missing("user %s: not here, and has no quota", record.name);
             return 0;
         }
         int result = 0;
@@ -217,7 +217,7 @@ class Restoring {
         const auto volume = std::find_if(volumes_.begin(), volumes_.end(),
                                          [&](const Volume &v) { return v.path == entry.path; });
         if (volume == volumes_.end()) {
-            tell_note("user %s: %s is not here, nor a quota on it", user, entry.path);
+            tell_missing("user %s: %s is not here, nor a quota on it", user, entry.path);
             return 0;
         }
         Limits there;

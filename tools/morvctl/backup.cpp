@@ -60,28 +60,48 @@ std::string kinds_help() {
     return text;
 }
 
-// The blocks of a file as they come.
+// The blocks of a file as they come. Failures are thrown behind the library, through which nothing goes.
 struct Reader {
     Backup &backup;
+    const bool keeps_items;
+    std::exception_ptr failure = {};
 
-    static int begin(const MORVSYSBKPBLOCK *block, void *context) {
-        static_cast<Reader *>(context)->backup.blocks.push_back({*block, "", {}, {}});
-        return 0;
+    MORVSYSBKPVISITOR visitor() { return {begin, item, end, this}; }
+
+  private:
+    template <class F>
+    int guarded(F take) noexcept {
+        try {
+            take();
+            return 0;
+        } catch (...) {
+            failure = std::current_exception();
+            return 1;
+        }
     }
+    static int begin(const MORVSYSBKPBLOCK *block, void *context) {
+        Reader &self = *static_cast<Reader *>(context);
+        return self.guarded([&] { self.backup.blocks.push_back({*block, "", {}, {}}); });
+    }
+    // Also those that are not kept are to be looked at: damage shows by them.
     static int item(const MORVSYSBKPBLOCK *, const MORVSYSBKPITEM *item, void *context) {
-        BackupBlock &block = static_cast<Reader *>(context)->backup.blocks.back();
-        BackupRecord *place = &block.settings;
-        if (item->record >= 0) place = &at(block.records, item->record);
-        if (item->entry >= 0) place = &at(place->entries, item->entry);
-        place->items.push_back({item->szName ? item->szName : "", item->type, item->value,
-                                item->isSecret == 1,
-                                std::string(item->szText, size_t(std::max(item->length, 0)))});
-        return 0;
+        Reader &self = *static_cast<Reader *>(context);
+        return self.keeps_items ? self.guarded([&] { self.keep(*item); }) : 0;
     }
     static int end(const MORVSYSBKPBLOCK *block, const char *problem, void *context) {
-        Backup &backup = static_cast<Reader *>(context)->backup;
-        if (problem) (block ? backup.blocks.back().problem : backup.problem) = problem;
-        return 0;
+        Reader &self = *static_cast<Reader *>(context);
+        if (!problem) return 0;
+        Backup &backup = self.backup;
+        return self.guarded([&] { (block ? backup.blocks.back().problem : backup.problem) = problem; });
+    }
+
+    void keep(const MORVSYSBKPITEM &item) {
+        BackupBlock &block = backup.blocks.back();
+        BackupRecord *place = &block.settings;
+        if (item.record >= 0) place = &at(block.records, item.record);
+        if (item.entry >= 0) place = &at(place->entries, item.entry);
+        place->items.push_back({item.szName ? item.szName : "", item.type, item.value, item.isSecret == 1,
+                                std::string(item.szText, size_t(std::max(item.length, 0)))});
     }
     // They come one after the other.
     static BackupRecord &at(std::vector<BackupRecord> &records, int32_t index) {
@@ -186,8 +206,9 @@ std::vector<std::string> Backup::problems() const {
 
 Backup read_backup(const std::string &file, bool with_items) {
     Backup backup;
-    Reader reader{backup};
-    walk_backup(file, {Reader::begin, with_items ? Reader::item : nullptr, Reader::end, &reader});
+    Reader reader{backup, with_items};
+    walk_backup(file, reader.visitor());
+    if (reader.failure) std::rethrow_exception(reader.failure);
     return backup;
 }
 
@@ -209,6 +230,33 @@ std::string BackupReport::first_problem() const {
     return "";
 }
 
+namespace {
+
+// Takes what an export or import tells, and shows on a terminal how far it is.
+class BackupProgress {
+  public:
+    BackupProgress(BackupReport &report, size_t expected);
+    ~BackupProgress();
+    BackupProgress(const BackupProgress &) = delete;
+    BackupProgress &operator=(const BackupProgress &) = delete;
+
+    static void tell(const MORVSYSBKPEVENT *event, void *context);  // context: this
+
+    // Fails when something that was told could not be taken.
+    void check() const {
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+  private:
+    void take(const MORVSYSBKPEVENT &event);
+
+    BackupReport &report_;
+    const size_t expected_;
+    size_t begun_ = 0;
+    const bool is_shown_;
+    std::exception_ptr failure_;
+};
+
 BackupProgress::BackupProgress(BackupReport &report, size_t expected)
     : report_(report), expected_(expected), is_shown_(isatty(STDERR_FILENO) == 1) {}
 
@@ -218,28 +266,54 @@ BackupProgress::~BackupProgress() {
 
 void BackupProgress::tell(const MORVSYSBKPEVENT *event, void *context) {
     BackupProgress &progress = *static_cast<BackupProgress *>(context);
-    BackupReport &report = progress.report_;
-    switch (event->what) {
+    try {
+        progress.take(*event);
+    } catch (...) {
+        // Nothing goes through the library, which has services to start again.
+        progress.failure_ = std::current_exception();
+    }
+}
+
+void BackupProgress::take(const MORVSYSBKPEVENT &event) {
+    switch (event.what) {
         case MORV_SYSBKP_BEGINS: {
             BackupReport::Block block;
-            block.id = event->id;
-            report.blocks.push_back(block);
-            ++progress.begun_;
-            const char *const name = MORVSysbkpName(event->id);
-            if (!progress.is_shown_ || !name) break;
-            fprintf(stderr, "\r\x1b[K%zu/%zu %s", progress.begun_,
-                    std::max(progress.expected_, progress.begun_), name);
+            block.id = event.id;
+            report_.blocks.push_back(block);
+            ++begun_;
+            const char *const name = MORVSysbkpName(event.id);
+            if (!is_shown_ || !name) break;
+            fprintf(stderr, "\r\x1b[K%zu/%zu %s", begun_, std::max(expected_, begun_), name);
             break;
         }
         case MORV_SYSBKP_PROBLEM:
-            report.of(event->id).problems.push_back(event->szText);
+            report_.of(event.id).problems.push_back(event.szText);
             break;
         case MORV_SYSBKP_NOTE:
-            report.of(event->id).notes.push_back(event->szText);
+            report_.of(event.id).notes.push_back(event.szText);
+            break;
+        case MORV_SYSBKP_MISSING:
+            report_.of(event.id).missing.push_back(event.szText);
             break;
         default:
-            report.of(event->id).result = event->what;
+            report_.of(event.id).result = event.what;
     }
+}
+
+}  // namespace
+
+bool export_settings(const std::string &file, int32_t mask, BackupReport &report) {
+    BackupProgress progress(report, kind_names(mask == MORV_SYSBKP_ALL ? kAllKinds : mask).size());
+    const int result = MORVSysbkpExportReport(file.c_str(), mask, BackupProgress::tell, &progress);
+    progress.check();
+    return result == 0;
+}
+
+bool import_settings(const std::string &file, int32_t mask, int option, size_t blocks, BackupReport &report) {
+    BackupProgress progress(report, blocks);
+    const int result = MORVSysbkpImportReport(file.c_str(), mask, option, BackupProgress::tell, &progress);
+    progress.check();
+    return result == 0;
 }
 
 void add_backup_commands(CLI::App &family, Session &session) {

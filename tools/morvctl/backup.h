@@ -75,7 +75,7 @@ struct Backup {
     std::vector<std::string> problems() const;  // with the names of the blocks
 };
 
-// with_items: whether more than the blocks is read.
+// with_items: whether the items are kept; damage is found in any case.
 Backup read_backup(const std::string &file, bool with_items);
 
 // ---- What a report was told ----
@@ -84,7 +84,7 @@ struct BackupReport {
     struct Block {
         int32_t id = 0;      // 0: the file as a whole
         int32_t result = 0;  // MORV_SYSBKP_DONE, MORV_SYSBKP_FAILED or MORV_SYSBKP_SKIPPED
-        std::vector<std::string> problems, notes;
+        std::vector<std::string> problems, notes, missing;
     };
     std::vector<Block> blocks;
 
@@ -92,22 +92,10 @@ struct BackupReport {
     std::string first_problem() const;  // ""
 };
 
-// Takes what an export or import tells, and shows on a terminal how far it is.
-class BackupProgress {
-  public:
-    BackupProgress(BackupReport &report, size_t expected);
-    ~BackupProgress();
-    BackupProgress(const BackupProgress &) = delete;
-    BackupProgress &operator=(const BackupProgress &) = delete;
-
-    static void tell(const MORVSYSBKPEVENT *event, void *context);  // context: this
-
-  private:
-    BackupReport &report_;
-    const size_t expected_;
-    size_t begun_ = 0;
-    const bool is_shown_;
-};
+// The library's export and import, with a report, and on a terminal with how far they are. Answer whether all went
+// well.
+bool export_settings(const std::string &file, int32_t mask, BackupReport &report);
+bool import_settings(const std::string &file, int32_t mask, int option, size_t blocks, BackupReport &report);
 
 // ---- the commands ----
 

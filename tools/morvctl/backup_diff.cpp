@@ -21,6 +21,7 @@ struct Difference {
     std::string here = {}, file = {};
     bool is_only_here = false;
     bool is_only_in_file = false;
+    bool is_twice = false;  // in the file
     bool is_secret = false;
 };
 
@@ -92,6 +93,12 @@ class Comparison {
                 differences.push_back(difference);
                 continue;
             }
+            if (!other->second) {
+                Difference twice{block_, name(record)};
+                twice.is_twice = true;
+                differences.push_back(twice);
+                continue;
+            }
             compare_items(name(record), *other->second, record);
             compare_records(name(record), other->second->entries, record.entries);
             other->second = nullptr;
@@ -115,17 +122,12 @@ Backup read_live(int32_t kinds, std::vector<std::string> &faults) {
     const ScratchFolder scratch;
     const std::string file = scratch.path("live");
     BackupReport report;
-    {
-        BackupProgress progress(report, kind_names(kinds).size());
-        if (MORVSysbkpExportReport(file.c_str(), kinds, BackupProgress::tell, &progress) == 0)
-            return read_backup(file, true);
-    }
+    if (export_settings(file, kinds, report)) return read_backup(file, true);
     Backup live;
     for (const MORVSYSROUTINE *row = grgSysRoutine; row->id != 0; ++row) {
         if (!(row->id & kinds)) continue;
         BackupReport of_one;
-        BackupProgress progress(of_one, 1);
-        if (MORVSysbkpExportReport(file.c_str(), row->id, BackupProgress::tell, &progress) != 0) {
+        if (!export_settings(file, row->id, of_one)) {
             const std::string why = of_one.first_problem();
             faults.push_back("cannot read the settings '" + std::string(MORVSysbkpName(row->id)) +
                              "' of this system: " + (why.empty() ? "the system log tells why" : why));
@@ -142,6 +144,7 @@ std::string line_of(const Difference &difference) {
     if (!difference.record.empty()) line += " " + difference.record;
     if (difference.is_only_here) return line + ": only here";
     if (difference.is_only_in_file) return line + ": only in the file";
+    if (difference.is_twice) return line + ": in the file more than once";
     line += (difference.record.empty() ? "." : ": ") + difference.field;
     if (difference.is_secret) return line + " differs";
     return line + ": " + difference.here + " here, " + difference.file + " in the file";
@@ -150,9 +153,9 @@ std::string line_of(const Difference &difference) {
 Json difference_json(const Difference &difference) {
     return {{"block", difference.block},
             {"name", difference.record.empty() ? Json() : Json(difference.record)},
-            {"only", difference.is_only_here      ? Json("here")
-                     : difference.is_only_in_file ? Json("file")
-                                                  : Json()},
+            {"only", difference.is_only_here                             ? Json("here")
+                     : difference.is_only_in_file || difference.is_twice ? Json("file")
+                                                                         : Json()},
             {"field", difference.field.empty() ? Json() : Json(difference.field)},
             {"here", difference.here.empty() ? Json() : Json(difference.here)},
             {"file", difference.file.empty() ? Json() : Json(difference.file)}};

@@ -31,43 +31,85 @@ std::string place_of(const std::string &file, bool force) {
     return place;
 }
 
-// A name beside the place, for a file of our own, which goes unless it was put in place.
+// The file on its way. Where the file system can do that it gets a name only when it is whole; until then nobody who
+// may write to its folder can put something else in its place.
 class Draft {
   public:
-    explicit Draft(const std::string &place, const std::string &file) : path_(place + ".XXXXXX") {
-        const Fd fd(mkostemp(path_.data(), O_CLOEXEC));
-        if (!fd) {
-            const std::string folder = folder_of(place);
-            if (errno == ENOENT)
-                throw Failure(Exit::kFailed, "cannot write " + file + ": there is no folder " + folder);
-            fail_system("write " + file);
+    Draft(const std::string &place, const std::string &file)
+        : file_(file),
+          place_(place),
+          fd_(open(folder_of(place).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600)) {
+        if (!fd_ && (errno == EOPNOTSUPP || errno == EISDIR)) {
+            name_ = place + ".XXXXXX";
+            fd_ = Fd(mkostemp(name_.data(), O_CLOEXEC));
         }
+        if (fd_) return;
+        const std::string folder = folder_of(place);
+        if (errno == ENOENT)
+            throw Failure(Exit::kFailed, "cannot write " + file + ": there is no folder " + folder);
+        fail_system("write " + file);
     }
     ~Draft() {
-        if (!path_.empty()) unlink(path_.c_str());
+        if (!name_.empty()) unlink(name_.c_str());
     }
     Draft(const Draft &) = delete;
     Draft &operator=(const Draft &) = delete;
 
-    const std::string &path() const { return path_; }
+    // A path for the library, which leads to this file whatever becomes of names.
+    std::string path() const { return "/proc/self/fd/" + std::to_string(fd_.get()); }
 
-    void put_in_place(const std::string &place, const std::string &file, bool force) {
-        // A file that has come meanwhile stays, where the file system can do that.
-        const int kept =
-            force ? -1 : renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, place.c_str(), RENAME_NOREPLACE);
-        if (kept != 0) {
-            if (!force && errno == EEXIST) refuse(file + " is there already; --force replaces it");
-            if (!force && errno != EINVAL && errno != ENOSYS) fail_system("write " + file);
-            if (rename(path_.c_str(), place.c_str()) != 0) fail_system("write " + file);
+    int64_t size() const {
+        struct stat st;
+        if (fstat(fd_.get(), &st) != 0) fail_system("read " + file_);
+        return st.st_size;
+    }
+
+    void put_in_place(bool force) {
+        if (name_.empty() && !give_name(place_)) {
+            if (!force) refuse_existing();
+            // By a second name, as there is no call that does both.
+            std::string name;
+            for (int n = 0; name.empty() || !give_name(name); ++n)
+                name = place_ + "." + std::to_string(getpid()) + "." + std::to_string(n);
+            name_ = name;
         }
-        path_.clear();
-        const Fd folder(open(folder_of(place).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!name_.empty()) rename_to_place(force);
+        const Fd folder(open(folder_of(place_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (!folder || (fsync(folder.get()) != 0 && errno != EINVAL))
-            fail_system("sync the folder of " + file);
+            fail_system("sync the folder of " + file_);
     }
 
   private:
-    std::string path_;
+    [[noreturn]] void refuse_existing() const { refuse(file_ + " is there already; --force replaces it"); }
+
+    // False when there is something by that name.
+    bool give_name(const std::string &name) const {
+        if (linkat(AT_FDCWD, path().c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return true;
+        if (errno != EEXIST) fail_system("write " + file_);
+        return false;
+    }
+
+    void rename_to_place(bool force) {
+        struct stat own, named;
+        if (fstat(fd_.get(), &own) != 0 || lstat(name_.c_str(), &named) != 0) fail_system("write " + file_);
+        if (own.st_dev != named.st_dev || own.st_ino != named.st_ino)
+            throw Failure(Exit::kFailed,
+                          "cannot write " + file_ + ": somebody changes what is in its folder");
+        // A file that has come meanwhile stays, where the file system can do that.
+        const int kept =
+            force ? -1 : renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, place_.c_str(), RENAME_NOREPLACE);
+        if (kept != 0) {
+            if (!force && errno == EEXIST) refuse_existing();
+            if (!force && errno != EINVAL && errno != ENOSYS) fail_system("write " + file_);
+            if (rename(name_.c_str(), place_.c_str()) != 0) fail_system("write " + file_);
+        }
+        name_.clear();
+    }
+
+    const std::string file_;
+    const std::string place_;
+    Fd fd_;
+    std::string name_;  // "" for none
 };
 
 // The library's words for a failed system call are the system's.
@@ -109,25 +151,22 @@ int export_backup(const Session &session, const BackupArgs &args) {
     const std::string place = place_of(args.file, args.force);
     BackupReport report;
     Backup backup;
-    struct stat st = {};
+    int64_t size = 0;
     {
         const HeldSignals held;
         Draft draft(place, args.file);
-        {
-            BackupProgress progress(report, kind_names(mask == MORV_SYSBKP_ALL ? kAllKinds : mask).size());
-            if (MORVSysbkpExportReport(draft.path().c_str(), mask, BackupProgress::tell, &progress) != 0) {
-                std::string what = report.first_problem();
-                for (const BackupReport::Block &block : report.blocks) {
-                    const char *name = MORVSysbkpName(block.id);
-                    if (block.result == MORV_SYSBKP_FAILED && name) what = std::string(name) + ": " + what;
-                }
-                throw Failure(exit_for_problem(what), "cannot write " + args.file + ": " +
-                                                          (what.empty() ? "the system log tells why" : what));
+        if (!export_settings(draft.path(), mask, report)) {
+            std::string what = report.first_problem();
+            for (const BackupReport::Block &block : report.blocks) {
+                const char *name = MORVSysbkpName(block.id);
+                if (block.result == MORV_SYSBKP_FAILED && name) what = std::string(name) + ": " + what;
             }
+            throw Failure(exit_for_problem(what), "cannot write " + args.file + ": " +
+                                                      (what.empty() ? "the system log tells why" : what));
         }
         backup = read_backup(draft.path(), true);
-        if (stat(draft.path().c_str(), &st) != 0) fail_system("read " + args.file);
-        draft.put_in_place(place, args.file, args.force);
+        size = draft.size();
+        draft.put_in_place(args.force);
     }
     if (session.json) {
         Json blocks = Json::array();
@@ -139,12 +178,12 @@ int export_backup(const Session &session, const BackupArgs &args) {
             blocks.push_back(
                 {{"block", block_name(block.head)}, {"bytes", block.head.size}, {"notes", notes}});
         }
-        print_json({{"file", args.file}, {"bytes", int64_t(st.st_size)}, {"blocks", blocks}});
+        print_json({{"file", args.file}, {"bytes", size}, {"blocks", blocks}});
         return int(Exit::kDone);
     }
     print_blocks(backup, report);
     print_line(printable("wrote " + args.file + ": " + std::to_string(backup.blocks.size()) + " blocks, " +
-                         std::to_string(st.st_size) + " bytes"));
+                         std::to_string(size) + " bytes"));
     const bool has_hashes = mask & (MORV_SYSBKP_USER | MORV_SYSBKP_PPPOE);
     if (has_hashes)
         print_line(

@@ -86,6 +86,8 @@ void print_outcome(const Outcome &outcome, const Session &session) {
     for (const BackupReport::Block &block : outcome.report.blocks) {
         const char *const name = MORVSysbkpName(block.id);
         std::vector<std::string> texts = block.problems;
+        for (const std::string &note : block.missing)
+            texts.push_back("note: " + note);
         for (const std::string &note : block.notes)
             texts.push_back(block.result == MORV_SYSBKP_SKIPPED ? note : "note: " + note);
         if (texts.empty()) texts.push_back("");
@@ -109,6 +111,7 @@ Json outcome_json(const Outcome &outcome) {
             {{"block", name ? Json(name) : Json()},
              {"result", block.id || !block.problems.empty() ? Json(result_word(block.result)) : Json()},
              {"problems", block.problems},
+             {"missing", block.missing},
              {"notes", block.notes}});
     }
     return {{"blocks", blocks}, {"not_asked_for", outcome.unasked}};
@@ -133,14 +136,12 @@ void check_file(const Backup &backup, const BackupArgs &args, int32_t mask) {
 
 int import_backup(const Session &session, const BackupArgs &args) {
     const int32_t mask = parse_kinds(args.only, kAllKinds);
-    const Backup backup = read_backup(args.file, true);
+    const Backup backup = read_backup(args.file, session.dry_run);
     check_file(backup, args, mask);
     if (!session.dry_run) check_marker(session);
     BackupReport report;
     const auto restore = [&] {
-        BackupProgress progress(report, backup.blocks.size());
-        return MORVSysbkpImportReport(args.file.c_str(), mask, args.only ? 1 : 0, BackupProgress::tell,
-                                      &progress) == 0;
+        return import_settings(args.file, mask, args.only ? 1 : 0, backup.blocks.size(), report);
     };
     bool succeeded;
     Json document = Json::object();
@@ -154,6 +155,13 @@ int import_backup(const Session &session, const BackupArgs &args) {
         const HeldSignals held;
         MORVFileDurabilitySet(MORV_DURABLE);
         succeeded = restore();
+    }
+    // In the copy no volume has quotas.
+    if (session.dry_run) {
+        for (BackupReport::Block &block : report.blocks) {
+            if (block.id == MORV_SYSBKP_USERQUOTA && !block.notes.empty())
+                block.notes = {"whether the volumes have quotas is not tried"};
+        }
     }
     const Outcome outcome = outcome_of(std::move(report), mask, succeeded);
     document.update(outcome_json(outcome));

@@ -23,7 +23,7 @@ std::vector<std::string> changed_files() {
 
 // What the host name's address is looked up in.
 std::vector<std::string> read_files(const Session &session) {
-    std::vector<std::string> files = {"/proc/net/dev", "/proc/net/route"};
+    std::vector<std::string> files = {"/proc/net/dev", "/proc/net/route", "/proc/mounts"};
     // An image has no interfaces.
     if (access(system_path(session, files[0]).c_str(), R_OK) != 0) return files;
     for (const std::string &name : interface_names(session))

@@ -12,7 +12,8 @@
 MORV_BEGIN_DECLS
 
 /* What importers of users and shares keep for each other until the last importer, MORVSysbkpFinishImport: the
- * names of users that are not here, and why. Null when there is nothing. */
+ * names of users, and of groups behind "@", that are not here, and why; "" when that was told. Some thousand at most. Null
+ * when there is nothing. */
 extern MORV_API MLIBSZHASH *gpshUser;
 
 /* ---- Integers and items, at the current position of a descriptor --------------------------------------- */
@@ -32,7 +33,8 @@ MORV_API int MORVSysbkpIWriteHeader(int fd, int id) MORV_NOEXCEPT;
 MORV_API int MORVSysbkpIWriteBlkSize(int fd, int64_t bodyStart, int64_t bodyEnd) MORV_NOEXCEPT;
 
 /* One item. A string that is read is a new allocation for free(); it ends with a zero, at its length.
- * Return 0 or -1; nothing is written to value and string then. */
+ * Reading a string needs a regular file, which bounds its length. Return 0 or -1; nothing is written to value
+ * and string then. */
 MORV_API int MORVSysbkpIWriteLong(int fd, int value) MORV_NOEXCEPT;
 MORV_API int MORVSysbkpIWriteString(int fd, const char *string) MORV_NOEXCEPT;
 MORV_API int MORVSysbkpIReadLong(int fd, int *value) MORV_NOEXCEPT;

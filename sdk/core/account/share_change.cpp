@@ -9,9 +9,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <numeric>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "core/account/limits.h"
 #include "core/account/named_lines.h"
@@ -130,6 +132,7 @@ struct Plan {
     };
     std::vector<Edit> edits;
     bool is_appended = false;  // to the configuration
+    bool takes_room = false;   // of those that the model takes
     int refusal = 0;
 
     const MORVSHARE *today() const noexcept { return there ? there.get() : old.get(); }
@@ -172,33 +175,44 @@ class ShareChange : ConfChange {
         results.assign(shares.size(), {});
         if (const int code = start()) return code;
         std::vector<Plan> plans(shares.size());
-        std::vector<Plan *> by_path;
+        std::vector<size_t> waiting(shares.size());
+        std::iota(waiting.begin(), waiting.end(), size_t{0});
         std::unordered_set<std::string> keys;
-        // What is but one share's fault is kept with it.
+        // What is but one share's fault is kept with it, and makes room for another one.
         const auto take = [&](Plan &plan, int code) {
             if (!is_own_reason(code)) return code;
             plan.refusal = results[static_cast<size_t>(&plan - plans.data())].code = code;
+            if (code && std::exchange(plan.takes_room, false)) ++*room_;
             return 0;
         };
-        for (size_t i = 0; i < shares.size(); ++i) {
-            Plan &plan = plans[i];
-            int code = name(shares[i], plan);
-            if (code == 0 && !keys.insert(plan.key).second) code = ERR_SHARE_EXISTS;
-            if (code == 0) code = find_here(shares[i], plan);
-            if (code == 0) code = settle(shares[i], plan);
-            if (code == 0) code = edit_sections(plan);
-            if (code == 0) by_path.push_back(&plan);
-            if (const int failed = take(plan, code)) return failed;
-        }
-        // A folder may lie in that of another share.
-        std::sort(by_path.begin(), by_path.end(), [](Plan *a, Plan *b) { return a->path < b->path; });
-        for (Plan *plan : by_path) {
-            if (const int failed = take(*plan, change_folder(*plan))) return failed;
-        }
-        for (Plan *plan : by_path) {
-            const auto i = static_cast<size_t>(plan - plans.data());
-            if (plan->refusal) continue;
-            if (const int code = find_unknown(shares[i], plan->wanted, results[i].unknown)) return code;
+        do {
+            std::vector<size_t> too_many;
+            std::vector<Plan *> by_path;
+            for (const size_t i : waiting) {
+                Plan &plan = plans[i];
+                plan = {};
+                int code = name(shares[i], plan);
+                if (code == 0 && !keys.insert(plan.key).second) code = ERR_SHARE_EXISTS;
+                if (code == 0) code = find_here(shares[i], plan);
+                if (code == 0) code = settle(shares[i], plan);
+                if (code == 0) code = edit_sections(plan);
+                if (code == 0) by_path.push_back(&plan);
+                if (code == ERR_TOO_MANY_SHARES) {
+                    too_many.push_back(i);
+                    keys.erase(plan.key);
+                }
+                if (const int failed = take(plan, code)) return failed;
+            }
+            // A folder may lie in that of another share.
+            std::sort(by_path.begin(), by_path.end(), [](Plan *a, Plan *b) { return a->path < b->path; });
+            for (Plan *plan : by_path) {
+                if (const int failed = take(*plan, change_folder(*plan))) return failed;
+            }
+            waiting = std::move(too_many);
+        } while (!waiting.empty() && *room_ > 0);
+        for (size_t i = 0; i < plans.size(); ++i) {
+            if (plans[i].refusal) continue;
+            if (const int code = find_unknown(shares[i], plans[i].wanted, results[i].unknown)) return code;
         }
         return finish(plans);
     }
@@ -288,6 +302,7 @@ class ShareChange : ConfChange {
         if (const int code = check_path(share.szPath, plan)) return code;
         if (!plan.old) {
             if (const int code = take_room()) return code;
+            plan.takes_room = true;
         }
         return plan.wanted.take(rebase(share, plan), plan.today(), mirrors_.accounts());
     }

@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <morvsdk/error.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <charconv>
@@ -117,11 +118,20 @@ int check_values(std::span<const SettingValue> values) {
     return 0;
 }
 
+// A file that somebody has made for all to read is nothing for a password.
+bool make_private(const char *name) noexcept {
+    const SysPath path(name);
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0) return errno == ENOENT;
+    return (st.st_mode & 077) == 0 || chmod(path.c_str(), st.st_mode & 0700) == 0;
+}
+
 int write_file(const char *name, std::span<const SettingValue> values) {
     FileEdit file;
     if (int code = file.open(SysPath(name).c_str(), FileEdit::kMayCreate, ERR_READ_FAILED)) return code;
     std::string text(file.text());
     bool is_changed = false;
+    bool holds_secret = false;
     for (const SettingValue &value : values) {
         const MORVSETTING &info = *setting_info(value.setting);
         std::string normal;
@@ -133,8 +143,10 @@ int write_file(const char *name, std::span<const SettingValue> values) {
         if (int code = set_key(text, info.szName, normal, "%s=\"%s\"\n", next)) return code;
         text = std::move(next);
         is_changed = true;
+        holds_secret |= info.isSecret == 1 && !normal.empty();
     }
     if (!is_changed) return 0;
+    if (holds_secret && !make_private(name)) return ERR_ACCESS_DENIED;
     return file.commit(text, name == kPppoe ? FileEdit::kPrivate : FileEdit::kOwn);
 }
 
