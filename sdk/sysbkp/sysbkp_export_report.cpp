@@ -18,11 +18,10 @@ bool is_wanted(const MORVSYSROUTINE &row, int mask) noexcept {
     return mask == MORV_SYSBKP_ALL || (row.id & mask) != 0;
 }
 
-// Opens the file for nobody but its owner, also one that is there: that is emptied only when it can be had so.
-int open_file(const char *path, UniqueFd &fd) noexcept {
-    fd.reset(open(path, O_RDWR | O_CREAT | O_CLOEXEC, kMode));
+// Makes an open file one for its owner alone, and empty.
+int empty_file(int fd) noexcept {
     struct stat st;
-    if (!fd || fstat(fd.get(), &st) != 0) return -1;
+    if (fstat(fd, &st) != 0) return -1;
     if (!S_ISREG(st.st_mode)) return 0;
     // Whoever else owns it could read all hashes.
     if (st.st_uid != geteuid()) {
@@ -30,9 +29,22 @@ int open_file(const char *path, UniqueFd &fd) noexcept {
         return -1;
     }
     // Some disks that backups go to, as those of FAT, have one mode for all files.
-    if ((st.st_mode & 07777) != kMode && fchmod(fd.get(), kMode) != 0)
+    if ((st.st_mode & 07777) != kMode && fchmod(fd, kMode) != 0)
         tell_note("its file system does not keep others from reading the file: %m");
-    return ftruncate(fd.get(), 0);
+    return ftruncate(fd, 0);
+}
+
+// A file that is there is emptied only when it can be had for its owner alone.
+int open_file(const char *path, UniqueFd &fd) noexcept {
+    fd.reset(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
+    const bool is_new = bool(fd);
+    if (!is_new && errno == EEXIST) fd.reset(open(path, O_RDWR | O_CREAT | O_CLOEXEC, kMode));
+    if (!fd) return -1;
+    if (empty_file(fd.get()) == 0) return 0;
+    const int reason = errno;
+    if (is_new) unlink(path);
+    errno = reason;
+    return -1;
 }
 
 int write_preamble(int fd, int mask) noexcept {

@@ -125,6 +125,9 @@ TEST(SettingBlocks, AreRestoredIntoAnEmptyApplianceAndOneThatHasOtherSettings) {
     EXPECT_EQ(imported(MORVSysbkpPPPoEImport, body_of({1, "u", "secret"})), 0);
     EXPECT_EQ(mode_of(root.path(kPppoe)), 0600U);
     EXPECT_EQ(logged.find("secret"), std::string::npos);
+    root.write(kPppoe, "# by hand\n", 0644);
+    EXPECT_EQ(imported(MORVSysbkpPPPoEImport, body_of({1, "u", "secret"})), 0);
+    EXPECT_EQ(mode_of(root.path(kPppoe)), 0600U);
 }
 
 TEST(SettingBlocks, ThatAreDamagedAnywhereChangeNothing) {
@@ -171,6 +174,8 @@ TEST(SettingBlocks, TakeTheSeveralFormsOfOneValue) {
     EXPECT_EQ(root.read(kMain), "runweb=\"yes\"\napplenetwork=\"2\"\n");
     root.write(kMain, "applenetwork=\"7\"\nenableRCPower=\"YES\"\n");
     EXPECT_EQ(exported(MORVSysbkpAppleExport), block_of(0x40, {3}));
+    // The bits that are not in the file stay.
+    EXPECT_EQ(imported(MORVSysbkpAppleImport, body_of({3})), 0);
     EXPECT_EQ(exported(MORVSysbkpRCPowerExport), block_of(0x40000, {"yes"}));
     // An empty text stands for the default.
     EXPECT_EQ(imported(MORVSysbkpRCPowerImport, body_of({""})), 0);

@@ -102,7 +102,7 @@ TEST(ShareBackup, LeavesOutWhatCannotBeAndTellsWhy) {
         {share("etc", "/etc"), "share etc: a value that it cannot have"},
         {share("rel", "volume1"), "share rel: no absolute path"},
         {share("none", "/volume1/none", "", "", "", "", 3), "share none: a value that it cannot have"},
-        {share("two", "/volume1/two", "a\n[b]"), "share two: a value that it cannot have"},
+        {share("two", "/volume1/two", "a\n[b]"), "share two: control characters in its path or comment"},
     };
     for (const auto &c : cases) {
         const bool is_limit = std::string_view(c.why).ends_with("no more shares");
@@ -114,6 +114,16 @@ TEST(ShareBackup, LeavesOutWhatCannotBeAndTellsWhy) {
         EXPECT_EQ(now_here(), as_block(shares({good, kPlans, kPublic}))) << c.why;
         EXPECT_EQ(root.names("volume1"), (std::vector<std::string>{"good"}));
     }
+    // One that is refused leaves its room to another.
+    root.reset();
+    root.write("etc.defaults/morvinfo.conf", "maxshares=\"3\"\n");
+    EXPECT_EQ(imported(MORVSysbkpShareImport, shares({cases[3].bad, good})), -1);
+    EXPECT_EQ(now_here(), as_block(shares({good, kPlans, kPublic})));
+    // A folder where a volume was is none.
+    root.reset();
+    root.write("proc/mounts", "/dev/md0 / ext4 rw 0 0\n");
+    EXPECT_EQ(imported(MORVSysbkpShareImport, shares({good})), -1);
+    EXPECT_TRUE(is_told("3", "share good: its volume /volume1 is not here")) << logged;
     // Without a list of what is mounted a folder is enough.
     remove(root.path("proc/mounts").c_str());
     EXPECT_EQ(imported(MORVSysbkpShareImport, shares({good, share("plans", "/volume2/plans")})), -1);

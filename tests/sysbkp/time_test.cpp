@@ -96,7 +96,8 @@ TEST(TimeBlock, WithAnythingWrongChangesNothing) {
           "2011/05/04 12:34:61", "2011/05/04 12:34:5x"})
         EXPECT_EQ(import_time(at, "JST-9"), -1) << at;
     for (const std::string &zone :
-         {std::string("JST-9\nevil"), std::string("JST\x7F"), std::string(128, 'x')})
+         {std::string("JST-9\nevil"), std::string("JST\x7F"), std::string(128, 'x'), std::string("/tmp/pipe"),
+          std::string(":/dev/tty"), std::string("Europe/../../../tmp/pipe")})
         EXPECT_EQ(import_time("2011/05/04 12:34:56", zone), -1) << zone;
     std::vector<Part> odd = items("2011/05/04 12:34:56", "JST-9");
     odd[3] = "a\"b";

@@ -128,29 +128,29 @@ TEST(UserBackup, LeavesOutAndNamesThoseThatCannotBe) {
         user("hash", "a:0:root"),
         user("hash2", "a\nroot::"),
         user("full", "!", "a\nroot::0:0"),
-        user("short", "!", "", "AAD3", "31D6"),
-        user("onlyone", "!", "", kNoLm, ""),
+        user("escape", "!", "\033[31m"),
         user("foreign", "!", "", kNoLm, "31D6CFE0D16AE931B73C59D7E0C089C:"),
-        user("past", "!", "", "", "", -2),
-        user("future", "!", "", "", "", 2932897),
         user("mail", "!", "", "", "", -1, 0, "a:b"),
         user("flag", "!", "", "", "", -1, 0, "", 2),
         user("root"),
         user("http"),
         user("ZOË"),
     };
-    std::string body = user("zoë") + user("none", "!", "", dots.c_str(), "NO PASSWORDXXXXXXXXXXXXXXXXXXXXX");
+    std::string body = user("past", "!", "", "AAD3", "31D6", -2) +
+                       user("future", "!", "", "", "", INT32_MAX) + user("zoë") +
+                       user("none", "!", "", dots.c_str(), "NO PASSWORDXXXXXXXXXXXXXXXXXXXXX");
     for (const std::string &record : faulty)
         body += record;
-    EXPECT_EQ(import_users(number(2 + std::size(faulty)) + body), -1);
+    EXPECT_EQ(import_users(number(4 + std::size(faulty)) + body), -1);
     const std::string problems = told();
     EXPECT_EQ(std::count(problems.begin(), problems.end(), '\n'), int(std::size(faulty))) << problems;
     EXPECT_STREQ(SzMLIBSzHashGetValue(gpshUser, "root"), "an account of the system");
     EXPECT_EQ(MLIBSzHashPairNum(gpshUser), int(std::size(faulty)) - 1);
     EXPECT_EQ(MORVSysbkpFinishImport(-1, 7, 0), 0);
     EXPECT_EQ(gpshUser, nullptr);
-    EXPECT_EQ(count_users(), 6);
-    EXPECT_NE(root.read(kSmb).find("none:1029:" + dots + ":NO PASSWORDX"), std::string::npos);
+    EXPECT_EQ(count_users(), 8);
+    EXPECT_NE(root.read(kSmb).find("past:1029:AAD3:31D6:"), std::string::npos) << root.read(kSmb);
+    EXPECT_NE(root.read(kSmb).find("none:1031:" + dots + ":NO PASSWORDX"), std::string::npos);
     EXPECT_EQ(root.read("usr/morv/etc/smb.conf"), before.at("usr/morv/etc/smb.conf"));
 
     // The administrator is left alone, and that is no failure.

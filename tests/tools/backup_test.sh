@@ -113,6 +113,9 @@ test_what_is_restored_is_what_was_there_and_the_rest_stays() {
     expect_value null differences 1 here
     expect_code 1 morvctl backup diff "$backup" --only pppoe --show-secrets
     [[ $out == 'pppoe.pppoepassword: "other" here, "Tr0ub4dor" in the file' ]] || fail "$out"
+    # Twice the same name.
+    { preamble && { number 1 && number 1 && text staff && number 70000 && text '' && number 2 && text bob && text BOB; } | block 0x200 7; } >"$backup"
+    expect_code 1 morvctl backup diff "$backup"
 }
 
 test_an_import_is_refused_while_another_runs_or_was_killed() {
