@@ -73,7 +73,7 @@ extern MORV_API const MORVSYSROUTINE grgSysRoutine[24];
 /* Writes the settings of the kinds in `mask` to a file, which is made or written over, with mode 0600, and
  * on disk when the call returns 0.
  *
- * path: used as it is given. A regular file that somebody else owns is refused and stays as it is; any other failure
+ * path: used as it is given. A file that somebody else owns is removed, and a new one made; a failure
  *       removes the file
  *
  * Returns 0 or -1. */
@@ -87,6 +87,8 @@ MORV_API int MORVSysbkpExport(const char *path, int mask) MORV_NOEXCEPT;
  * Network services (but for the management pages) are stopped meanwhile. "/tmp/importprocess" exists as long
  * as an import runs: while it does another one is refused, and removes it. An import that was killed leaves
  * it, and the services stopped (MORVServiceOnOffALL).
+ *
+ * The clock is only set where it is before the year 2026 and behind the file's time, without a system root.
  *
  * Each kind is restored as far as it can be, and a failure does not keep the others from it; but what
  * follows a block that is unknown or cut off is not read. Of a kind with several settings all are restored or

@@ -54,11 +54,11 @@ constexpr struct {
     {ERR_OP_FAILURE, "it did not work"},
 };
 
-// Fills `text` from a format, without control characters but for a line feed at its end. Keeps errno, which "%m" stands for.
+// Fills `text` from a format, without control characters. Keeps errno, which "%m" stands for.
 void fill(char (&text)[kTextSize], const char *format, va_list args) noexcept {
     const int saved = errno;
     vsnprintf(text, sizeof text, format, args);
-    for (char *c = text; *c && strcmp(c, "\n") != 0; ++c) {
+    for (char *c = text; *c; ++c) {
         if (static_cast<unsigned char>(*c) < ' ' || *c == 0x7F) *c = ' ';
     }
     errno = saved;
@@ -173,6 +173,10 @@ void log_text(const char *format, ...) noexcept {
     va_start(args, format);
     fill(text, format, args);
     va_end(args);
+    // The line feed at the end of some of them is their own.
+    const size_t length = strlen(text);
+    const bool has_feed = length > 0 && length < sizeof text - 1 && format[strlen(format) - 1] == '\n';
+    if (has_feed) text[length - 1] = '\n';
     syslog(LOG_ERR, "%s", text);
     errno = saved;
 }

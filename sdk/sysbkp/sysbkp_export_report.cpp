@@ -23,22 +23,30 @@ int empty_file(int fd) noexcept {
     struct stat st;
     if (fstat(fd, &st) != 0) return -1;
     if (!S_ISREG(st.st_mode)) return 0;
-    // Whoever else owns it could read all hashes.
-    if (st.st_uid != geteuid()) {
-        errno = EPERM;
-        return -1;
-    }
+    if ((st.st_mode & 07777) != kMode && fchmod(fd, kMode) == 0 && fstat(fd, &st) != 0) return -1;
     // Some disks that backups go to, as those of FAT, have one mode for all files.
-    if ((st.st_mode & 07777) != kMode && fchmod(fd, kMode) != 0)
-        tell_note("its file system does not keep others from reading the file: %m");
+    if (st.st_mode & 077) tell_note("its file system does not keep others from reading the file");
     return ftruncate(fd, 0);
 }
 
-// A file that is there is emptied only when it can be had for its owner alone.
+// Whether somebody else could have opened a file that was there already: he could go on reading it.
+bool is_anothers(int fd) noexcept {
+    struct stat st;
+    return fstat(fd, &st) != 0 || (S_ISREG(st.st_mode) && st.st_nlink > 0 && st.st_uid != geteuid());
+}
+
 int open_file(const char *path, UniqueFd &fd) noexcept {
-    fd.reset(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
-    const bool is_new = bool(fd);
-    if (!is_new && errno == EEXIST) fd.reset(open(path, O_RDWR | O_CREAT | O_CLOEXEC, kMode));
+    const auto make = [&] { fd.reset(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode)); };
+    make();
+    bool is_new = bool(fd);
+    if (!is_new && errno == EEXIST) {
+        fd.reset(open(path, O_RDWR | O_CREAT | O_CLOEXEC, kMode));
+        if (fd && is_anothers(fd.get())) {
+            if (unlink(path) != 0) return -1;
+            make();
+            is_new = bool(fd);
+        }
+    }
     if (!fd) return -1;
     if (empty_file(fd.get()) == 0) return 0;
     const int reason = errno;

@@ -21,6 +21,15 @@ namespace {
 // Places of the items that are no settings.
 constexpr size_t kTime = 0, kZone = 5;
 
+constexpr time_t kNoClockBefore = 1767225600;  // 2026/01/01
+
+// The name of a zone, which may be given as the path of its file.
+std::string_view zone_name(std::string_view text) noexcept {
+    constexpr std::string_view kFolder = "/usr/share/zoneinfo/";
+    const std::string_view path = text.substr(text.starts_with(':'));
+    return path.starts_with(kFolder) ? path.substr(kFolder.size()) : text;
+}
+
 // Whoever asks for the local time opens the file that a zone names: only those of the zones' folder are meant.
 bool is_zone(std::string_view text) noexcept {
     const std::string_view name = text.substr(text.starts_with(':'));
@@ -33,7 +42,11 @@ bool is_zone(std::string_view text) noexcept {
 // The time zone of this appliance, "" for none.
 std::string current_zone() {
     char zone[kTimeZoneMost + 1];
-    return read_time_zone(zone) && is_zone(zone) ? zone : "";
+    if (!read_time_zone(zone)) return {};
+    const std::string_view name = zone_name(zone);
+    if (is_zone(name)) return std::string(name);
+    tell_note("the time zone %s is no name of a zone, and is left out", zone);
+    return {};
 }
 
 std::string time_text(const tm &local) {
@@ -121,13 +134,14 @@ class ZoneChange {
     bool is_needed_ = false;
 };
 
-// The time of a backup has passed: a clock that is behind it is wrong, as one that lost its battery is. One that
-// is ahead is left alone.
+// A clock that is behind the time at which there was this library has lost its battery: the time of a backup is nearer.
+// Any other is left alone, whatever a file says.
 void mend_clock(tm local) noexcept {
     if (has_system_root()) return;
     take_time_zone();
     const time_t stored = mktime(&local);
-    if (stored == static_cast<time_t>(-1) || time(nullptr) >= stored) return;
+    const time_t now = time(nullptr);
+    if (now >= kNoClockBefore || now >= stored || stored > INT32_MAX) return;
     const timespec to = {stored, 0};
     char text[64];
     strftime(text, sizeof text, "%Y/%m/%d %H:%M:%S", &local);
@@ -144,7 +158,7 @@ int check(const std::vector<FieldValue> &found, tm &local) noexcept {
         tell_problem("time: \"%s\" is no time", found[kTime].text);
         result = -1;
     }
-    if (!is_zone(found[kZone].text)) {
+    if (!is_zone(zone_name(found[kZone].text))) {
         tell_problem("timezone: no name of a zone, or more than %zu bytes", kTimeZoneMost);
         result = -1;
     }
@@ -160,7 +174,7 @@ int apply(ItemReader &items) {
     const int checked = check(found, local);
     if (check_settings(fields, found, values) != 0 || checked != 0) return -1;
     ZoneChange zone;
-    int code = zone.prepare(found[kZone].text);
+    int code = zone.prepare(zone_name(found[kZone].text));
     if (code == 0) {
         std::vector<SettingValue> before;
         if (gather_settings(fields, before) != 0 || apply_settings(values) != 0) return -1;

@@ -178,7 +178,11 @@ int export_backup(const Session &session, const BackupArgs &args) {
             blocks.push_back(
                 {{"block", block_name(block.head)}, {"bytes", block.head.size}, {"notes", notes}});
         }
-        print_json({{"file", args.file}, {"bytes", size}, {"blocks", blocks}});
+        Json notes = Json::array();
+        for (const BackupReport::Block &told : report.blocks) {
+            if (told.id == 0) notes = told.notes;
+        }
+        print_json({{"file", args.file}, {"bytes", size}, {"blocks", blocks}, {"notes", notes}});
         return int(Exit::kDone);
     }
     print_blocks(backup, report);

@@ -18,9 +18,8 @@ struct Findings {
     std::vector<Finding> notes;  // what is restored in another way, or passed over on purpose
 };
 
-// What the file itself is. Answers the kinds whose blocks are damaged.
-int32_t check_blocks(const Backup &backup, Findings &findings) {
-    int32_t damaged = 0;
+// What the file itself is.
+void check_blocks(const Backup &backup, Findings &findings) {
     std::set<int32_t> seen;
     for (const BackupBlock &block : backup.blocks) {
         const std::string name = block_name(block.head);
@@ -31,7 +30,6 @@ int32_t check_blocks(const Backup &backup, Findings &findings) {
                 {name, "nothing is known of this kind: neither it nor what follows is restored" + where});
         } else if (!block.problem.empty()) {
             findings.found.push_back({name, "damaged: " + block.problem + where});
-            damaged |= block.head.id;
         } else if (!seen.insert(block.head.id).second) {
             findings.found.push_back(
                 {name, "it is in the file more than once, and restored as often" + where});
@@ -39,18 +37,16 @@ int32_t check_blocks(const Backup &backup, Findings &findings) {
     }
     if (!backup.problem.empty()) findings.found.push_back({"file", backup.problem});
     if (backup.blocks.empty()) findings.found.push_back({"file", "it holds no settings at all"});
-    return damaged;
 }
 
-// What an import tells, but for what the file itself has shown already.
-void try_import(const Session &session, const std::string &file, const Backup &backup, int32_t damaged,
-                Findings &findings) {
+// What an import tells.
+void try_import(const Session &session, const std::string &file, const Backup &backup, Findings &findings) {
     const BackupPreview preview(session, backup);
     BackupReport report;
-    import_settings(file, kAllKinds, 0, backup.blocks.size(), report);
+    const bool succeeds = import_settings(file, kAllKinds, 0, backup.blocks.size(), report);
     for (const BackupReport::Block &block : report.blocks) {
-        const char *const name = MORVSysbkpName(block.id);
-        if (!name || (block.id & damaged)) continue;
+        const char *const known = MORVSysbkpName(block.id);
+        const std::string name = known ? known : "file";
         for (const std::string &text : block.problems)
             findings.found.push_back({name, text});
         for (const std::string &text : block.missing)
@@ -60,6 +56,7 @@ void try_import(const Session &session, const std::string &file, const Backup &b
         for (const std::string &text : block.notes)
             findings.notes.push_back({name, text});
     }
+    if (!succeeds && findings.found.empty()) findings.found.push_back({"file", "it cannot be restored"});
 }
 
 Json findings_json(const std::vector<Finding> &findings) {
@@ -91,8 +88,8 @@ void print_findings(const std::string &file, const Findings &findings) {
 int verify_backup(const Session &session, const BackupArgs &args) {
     const Backup backup = read_backup(args.file, true);
     Findings findings;
-    const int32_t damaged = check_blocks(backup, findings);
-    try_import(session, args.file, backup, damaged, findings);
+    check_blocks(backup, findings);
+    try_import(session, args.file, backup, findings);
     if (session.json) {
         print_json({{"file", args.file},
                     {"sound", backup.problems().empty()},

@@ -9,11 +9,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <numeric>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
-#include <utility>
 
 #include "core/account/limits.h"
 #include "core/account/named_lines.h"
@@ -132,7 +130,6 @@ struct Plan {
     };
     std::vector<Edit> edits;
     bool is_appended = false;  // to the configuration
-    bool takes_room = false;   // of those that the model takes
     int refusal = 0;
 
     const MORVSHARE *today() const noexcept { return there ? there.get() : old.get(); }
@@ -166,6 +163,7 @@ class ShareChange : ConfChange {
             if (const int code = read_old(plan)) return code;
         }
         if (const int code = settle(share, plan)) return code;
+        if (const int code = plan.old ? 0 : find_room()) return code;
         if (const int code = edit_sections(plan)) return code;
         if (const int code = change_folder(plan)) return code;
         return finish({&plan, 1});
@@ -175,41 +173,32 @@ class ShareChange : ConfChange {
         results.assign(shares.size(), {});
         if (const int code = start()) return code;
         std::vector<Plan> plans(shares.size());
-        std::vector<size_t> waiting(shares.size());
-        std::iota(waiting.begin(), waiting.end(), size_t{0});
+        std::vector<Plan *> by_path;
         std::unordered_set<std::string> keys;
-        // What is but one share's fault is kept with it, and makes room for another one.
+        // What is but one share's fault is kept with it.
         const auto take = [&](Plan &plan, int code) {
             if (!is_own_reason(code)) return code;
             plan.refusal = results[static_cast<size_t>(&plan - plans.data())].code = code;
-            if (code && std::exchange(plan.takes_room, false)) ++*room_;
             return 0;
         };
-        do {
-            std::vector<size_t> too_many;
-            std::vector<Plan *> by_path;
-            for (const size_t i : waiting) {
-                Plan &plan = plans[i];
-                plan = {};
-                int code = name(shares[i], plan);
-                if (code == 0 && !keys.insert(plan.key).second) code = ERR_SHARE_EXISTS;
-                if (code == 0) code = find_here(shares[i], plan);
-                if (code == 0) code = settle(shares[i], plan);
-                if (code == 0) code = edit_sections(plan);
-                if (code == 0) by_path.push_back(&plan);
-                if (code == ERR_TOO_MANY_SHARES) {
-                    too_many.push_back(i);
-                    keys.erase(plan.key);
-                }
-                if (const int failed = take(plan, code)) return failed;
-            }
-            // A folder may lie in that of another share.
-            std::sort(by_path.begin(), by_path.end(), [](Plan *a, Plan *b) { return a->path < b->path; });
-            for (Plan *plan : by_path) {
-                if (const int failed = take(*plan, change_folder(*plan))) return failed;
-            }
-            waiting = std::move(too_many);
-        } while (!waiting.empty() && *room_ > 0);
+        for (size_t i = 0; i < shares.size(); ++i) {
+            Plan &plan = plans[i];
+            int code = name(shares[i], plan);
+            if (code == 0 && !keys.insert(plan.key).second) code = ERR_SHARE_EXISTS;
+            if (code == 0) code = find_here(shares[i], plan);
+            if (code == 0) code = settle(shares[i], plan);
+            if (code == 0) code = edit_sections(plan);
+            if (code == 0) by_path.push_back(&plan);
+            if (const int failed = take(plan, code)) return failed;
+        }
+        // A folder may lie in that of another share. Those that have one take the room that the model has.
+        std::sort(by_path.begin(), by_path.end(), [](Plan *a, Plan *b) { return a->path < b->path; });
+        for (Plan *plan : by_path) {
+            int code = plan->old ? 0 : find_room();
+            if (code == 0) code = change_folder(*plan);
+            if (code == 0 && !plan->old) --*room_;
+            if (const int failed = take(*plan, code)) return failed;
+        }
         for (size_t i = 0; i < plans.size(); ++i) {
             if (plans[i].refusal) continue;
             if (const int code = find_unknown(shares[i], plans[i].wanted, results[i].unknown)) return code;
@@ -300,10 +289,6 @@ class ShareChange : ConfChange {
         if (const int code = check_name(share, plan)) return code;
         if (const int code = find_there(plan)) return code;
         if (const int code = check_path(share.szPath, plan)) return code;
-        if (!plan.old) {
-            if (const int code = take_room()) return code;
-            plan.takes_room = true;
-        }
         return plan.wanted.take(rebase(share, plan), plan.today(), mirrors_.accounts());
     }
 
@@ -317,8 +302,8 @@ class ShareChange : ConfChange {
         return code == ERR_KEY_NOT_FOUND ? 0 : code ? code : int{ERR_SHARE_EXISTS};
     }
 
-    // Room for one more share.
-    int take_room() {
+    // Whether there is room for one more share.
+    int find_room() {
         if (!room_) {
             int there = 0;
             const int code = walk_shares(*mirror_, [&](const PackedShare &) {
@@ -330,9 +315,7 @@ class ShareChange : ConfChange {
             const bool is_limited = read_limit("maxshares", &limit) == 0;
             room_ = !is_limited ? INT_MAX : limit.is_empty ? 0 : limit.most - there;
         }
-        if (*room_ < 1) return ERR_TOO_MANY_SHARES;
-        --*room_;
-        return 0;
+        return *room_ < 1 ? int{ERR_TOO_MANY_SHARES} : 0;
     }
 
     // The share as its section says it today: there may be accounts by now that the mirror has left out.

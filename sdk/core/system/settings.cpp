@@ -8,6 +8,7 @@
 #include <charconv>
 #include <optional>
 
+#include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/file/family_lock.h"
 #include "core/file/file_edit.h"
@@ -118,13 +119,29 @@ int check_values(std::span<const SettingValue> values) {
     return 0;
 }
 
-// A file that somebody has made for all to read is nothing for a password.
-bool make_private(const char *name) noexcept {
-    const SysPath path(name);
-    struct stat st;
-    if (stat(path.c_str(), &st) != 0) return errno == ENOENT;
-    return (st.st_mode & 077) == 0 || chmod(path.c_str(), st.st_mode & 0700) == 0;
-}
+// A file that somebody has made for all to read is nothing for a password: it becomes one for its owner.
+class Privacy {
+  public:
+    explicit Privacy(const char *name) noexcept : path_(name) {
+        struct stat st;
+        if (stat(path_.c_str(), &st) != 0) {
+            is_given_ = errno == ENOENT;
+            return;
+        }
+        mode_ = st.st_mode & 07777;
+        is_given_ = (mode_ & 077) == 0 || chmod(path_.c_str(), mode_ & 0700) == 0;
+    }
+    bool is_given() const noexcept { return is_given_; }
+    void take_back() const noexcept {
+        if ((mode_ & 077) && chmod(path_.c_str(), mode_) != 0)
+            MORV_LOG(LOG_ERR, "the mode of %s stays changed: %m", path_.c_str());
+    }
+
+  private:
+    const SysPath path_;
+    mode_t mode_ = 0;
+    bool is_given_ = false;
+};
 
 int write_file(const char *name, std::span<const SettingValue> values) {
     FileEdit file;
@@ -146,8 +163,11 @@ int write_file(const char *name, std::span<const SettingValue> values) {
         holds_secret |= info.isSecret == 1 && !normal.empty();
     }
     if (!is_changed) return 0;
-    if (holds_secret && !make_private(name)) return ERR_ACCESS_DENIED;
-    return file.commit(text, name == kPppoe ? FileEdit::kPrivate : FileEdit::kOwn);
+    if (!holds_secret) return file.commit(text, name == kPppoe ? FileEdit::kPrivate : FileEdit::kOwn);
+    const Privacy privacy(name);
+    const int code = privacy.is_given() ? file.commit(text, FileEdit::kPrivate) : ERR_ACCESS_DENIED;
+    if (code) privacy.take_back();
+    return code;
 }
 
 }  // namespace
