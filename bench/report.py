@@ -106,6 +106,11 @@ WORKS = [
     ("net_domain", "the same: domain names", [("floor", most(1.5))]),
     ("net_mailbox", "the same: mail addresses", [("floor", most(1.5))]),
     ("net_hostname", "the same: host names", [("floor", most(1.5))]),
+    ("backup_export_disk", "back up 2,048 users, 300 groups, 256 shares", [("floor", SHOWN)]),
+    ("backup_export_memory", "the same to a file in memory", [("floor", most(2))]),
+    ("backup_import", "restore them on an empty system", [("floor", most(3))]),
+    ("backup_grow", "restore 2,048 users", [("floor", most(2048 / 200))]),
+    ("backup_inspect_process", "`morvctl backup inspect` of 64 MiB as a process", [("floor", most(2))]),
 ]
 
 # What the floor of a work is, by the start of its name.
@@ -144,6 +149,10 @@ FLOORS = {
     "net_mask_to_prefix": "inet_pton, inet_ntop, sprintf",
     "net_prefix_to_mask": "inet_pton, strtol, inet_ntop",
     "net": "inet_pton on texts as long",
+    "backup_export": "each record read once through open mirrors",
+    "backup_import": "the final files written, fsync, rename",
+    "backup_grow": "200 of them",
+    "backup_inspect": "cat",
     "user_add": "bare hash, read, change, fsync, rename of four files",
 }
 PEERS = {"glib": "GLib", "ini": "libini_config", "augeas": "Augeas", "abseil": "Abseil flat_hash_set",

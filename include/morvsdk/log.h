@@ -77,7 +77,10 @@ enum {
     MORV_EVENT_NAME_SERVER_SET = 0x12D00003,  /* address */
     MORV_EVENT_GATEWAY_SET = 0x12D00004,      /* address */
     MORV_EVENT_MTU_SET = 0x12D00005,          /* interface, bytes */
-    MORV_EVENT_HOST_NAME_SET = 0x12D00006     /* name */
+    MORV_EVENT_HOST_NAME_SET = 0x12D00006,    /* name */
+    MORV_EVENT_SERVICES_STOPPED = 0x12E00001, /* names */
+    MORV_EVENT_SERVICES_STARTED = 0x12E00002, /* names */
+    MORV_EVENT_SETTING_CHANGED = 0x12E00003   /* name */
 };
 
 /* The most bytes that the file of the log being written may have. MORVLogSet1 sets it from the settings;

@@ -21,6 +21,7 @@
 #include <morvsdk/service.h>
 #include <morvsdk/share.h>
 #include <morvsdk/string.h>
+#include <morvsdk/sysbkp.h>
 #include <morvsdk/unicode.h>
 #include <morvsdk/user.h>
 #include <morvsdk/volume.h>

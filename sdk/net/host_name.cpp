@@ -125,9 +125,7 @@ int read_old_name(char (&name)[256]) noexcept {
     if (MORVLnxGetHostname(name, sizeof name) == 0) return 0;
     const int code = MLIBErrGet();
     // One that is longer than any name is none.
-    if (code != ERR_KEY_NOT_FOUND && code != ERR_NOT_ENOUGH_MEMORY &&
-        !(code == ERR_OPEN_FAILED && errno == ENOENT))
-        return code;
+    if (!is_not_stored(code) && code != ERR_NOT_ENOUGH_MEMORY) return code;
     before.restore();
     return 0;
 }

@@ -1,4 +1,3 @@
-#include <errno.h>
 #include <morvsdk/net.h>
 #include <syslog.h>
 
@@ -18,8 +17,7 @@ extern "C" int MORVConfGetMTUValue(const char *name, char *buffer, int size) noe
     }
     const SysPath path(kMtuFile);
     int code = read_key_value(path.c_str(), MtuKey(name).text, {buffer, size_t(size)});
-    if (code == ERR_KEY_NOT_FOUND || (code == ERR_OPEN_FAILED && errno == ENOENT))
-        code = copy_text({buffer, size_t(size)}, "1500") ? 0 : ERR_NOT_ENOUGH_MEMORY;
+    if (is_not_stored(code)) code = copy_text({buffer, size_t(size)}, "1500") ? 0 : ERR_NOT_ENOUGH_MEMORY;
     if (code == 0) return 0;
     return MORV_LOG_FAIL(LOG_DEBUG, code, -1, "Failed to read the MTU of %s, morverr=[0x%04X]", name,
                          unsigned(code));

@@ -1,4 +1,3 @@
-#include <errno.h>
 #include <morvsdk/internal/net.h>
 #include <net/if.h>
 #include <syslog.h>
@@ -7,6 +6,7 @@
 #include "core/base/kept_error.h"
 #include "core/base/log.h"
 #include "core/file/family_lock.h"
+#include "core/file/key_value.h"
 #include "core/system/interfaces.h"
 #include "core/system/routes.h"
 #include "core/text/ipv4.h"
@@ -54,7 +54,7 @@ extern "C" int MORVILnxCheckRoute(void) noexcept {
     char stored[64];
     if (MORVNetDefaultGatewayGetConf(stored, sizeof stored) != 0) {
         const int code = MLIBErrGet();
-        if (code != ERR_KEY_NOT_FOUND && !(code == ERR_OPEN_FAILED && errno == ENOENT)) {
+        if (!is_not_stored(code)) {
             MORV_LOG(LOG_ERR, "Failed to read the default gateway, morverr=[0x%04X]", unsigned(code));
             return -1;
         }

@@ -1,4 +1,3 @@
-#include <errno.h>
 #include <morvsdk/net.h>
 #include <syslog.h>
 
@@ -17,8 +16,7 @@ using namespace morv;
 // Whether the file is there and whole, so that what it lacks can be added, or is not there at all. One that
 // cannot be read just now must not be changed for that.
 static bool is_repairable(int code) noexcept {
-    return code == ERR_KEY_NOT_FOUND || code == ERR_NOT_ENOUGH_MEMORY ||
-           (code == ERR_OPEN_FAILED && errno == ENOENT);
+    return is_not_stored(code) || code == ERR_NOT_ENOUGH_MEMORY;
 }
 
 extern "C" int BlMORVLnxIsDHCP(const char *name) noexcept {

@@ -18,6 +18,7 @@
 #include "core/file/attributes.h"
 #include "core/file/family_lock.h"
 #include "core/file/file_edit.h"
+#include "core/file/key_value.h"
 #include "core/file/replacement_file.h"
 #include "core/file/sys_path.h"
 #include "core/system/command.h"
@@ -113,8 +114,7 @@ int apply_host_name(const char *interface) noexcept {
     const KeptError before;
     if (MORVLnxGetHostname(name, sizeof name) != 0) {
         const int code = MLIBErrGet();
-        if (has_system_root() &&
-            (code == ERR_KEY_NOT_FOUND || (code == ERR_OPEN_FAILED && errno == ENOENT))) {
+        if (has_system_root() && is_not_stored(code)) {
             before.restore();
             return 0;  // no name is stored that the address could follow
         }

@@ -1,4 +1,4 @@
-#include "core/account/share_change.h"
+#include "core/account/share_dump.h"
 #include "core/account/share_mirror.h"
 #include "core/base/fail.h"
 #include "core/base/no_throw.h"

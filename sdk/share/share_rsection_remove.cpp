@@ -1,6 +1,6 @@
 #include <morvsdk/internal/share.h>
 
-#include "core/account/share_change.h"
+#include "core/account/reserved_change.h"
 #include "core/base/fail.h"
 #include "core/base/log.h"
 

@@ -60,7 +60,7 @@ test_every_command_and_option_is_offered_and_in_the_manual() {
 }
 
 test_words_are_offered_by_their_place() {
-    expect_offer "" 'block|conf|group|line|lock|log|mirror|net|raid|section|share|store|user|volume'
+    expect_offer "" 'backup|block|conf|group|line|lock|log|mirror|net|raid|section|service|share|store|user|volume'
     expect_offer "co" conf
     expect_offer "--json con" conf
     expect_offer "--root /tmp conf g" get
@@ -84,6 +84,7 @@ test_words_are_offered_by_their_place() {
     expect_offer "log add system w" warn
     expect_offer "log show system --type e" error
     expect_offer "net validate m" 'mail|mask'
+    expect_offer "backup inspect x --only time,us" 'time,usbcopyset|time,user|time,userquota'
 }
 
 test_files_below_the_root_are_offered() {

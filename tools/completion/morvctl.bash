@@ -130,6 +130,13 @@ _morvctl() {
             LANG) _morvctl_offer "$typed" < <(ls "$root/usr/morv/morvsdk/texts" 2>/dev/null) ;;
             FILE) _morvctl_offer_files "$root" "$typed" ;;
             ACCESS) _morvctl_offer "$typed" <<<$'ro\nrw\nnone' ;;
+            KINDS)
+                local before=
+                [[ $typed != *,* ]] || before=${typed%,*},
+                compopt -o nospace
+                help=$("$program" backup --help 2>/dev/null)
+                _morvctl_offer "${typed##*,}" "$before" < <(_morvctl_entries "$help" Kinds | cut -d' ' -f1)
+                ;;
         esac
         return 0
     fi
@@ -153,6 +160,9 @@ _morvctl() {
     [[ $name != ... ]] || name=${names[-2]}
     [[ -n $name ]] || return 0
     case ${commands[0]}:$name in
+        backup:FILE)
+            _morvctl_offer_files "" "$typed"
+            ;;
         *:FILE | *:FROM | log:OUTPUT)
             _morvctl_offer_files "$root" "$typed"
             ;;
@@ -218,6 +228,12 @@ _morvctl() {
             ;;
         net:KIND)
             _morvctl_offer "$typed" <<<$'ip\nmask\nsubnet\nhost\ndomain\nmail'
+            ;;
+        service:SERVICE)
+            _morvctl_offer "$typed" < <("${ask[@]}" service list 2>/dev/null | sed '1d; s/^[^ ]* *//; s/ .*//' | sort -u)
+            ;;
+        service:SETTING)
+            _morvctl_offer "$typed" < <("${ask[@]}" service settings 2>/dev/null | sed '1d; s/ .*//')
             ;;
         lock:LOCKS)
             local before=

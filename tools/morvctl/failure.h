@@ -26,14 +26,14 @@ inline constexpr struct {
 } kExits[] = {
     {Exit::kDone, "done", "what was asked for has been done"},
     {Exit::kNotFound, "not found",
-     "no such key, line, record, account, array, ...; net check, net validate: no"},
+     "no such key, line, record, account, array, ...; net check, net validate, backup diff: no"},
     {Exit::kUsage, "usage", "the command line is wrong"},
     {Exit::kRefused, "refused", "the input is not valid, or is there already"},
     {Exit::kLocked, "locked", "another program held the lock until the time was over"},
     {Exit::kNoSpace, "no space", "the disk, the quota or the model's limit is full"},
     {Exit::kFailed, "failed", "anything else: a missing file, no permission, a disk error"},
     {Exit::kNotHealthy, "not healthy",
-     "volume health, log verify: something is damaged; block check: blocked"},
+     "volume health, log verify, backup verify: damaged; block check: blocked"},
 };
 
 struct Failure : std::runtime_error {

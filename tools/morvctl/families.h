@@ -18,7 +18,9 @@
     FAMILY(volume, "The file systems that hold people's data")        \
     FAMILY(log, "The event logs, and who is connected")               \
     FAMILY(block, "Which addresses may not log in")                   \
-    FAMILY(net, "The addresses of the appliance, and its names")
+    FAMILY(net, "The addresses of the appliance, and its names")      \
+    FAMILY(service, "The network services, and their settings")       \
+    FAMILY(backup, "All settings in one file, and back")
 
 namespace morvctl {
 

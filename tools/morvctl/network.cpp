@@ -254,10 +254,6 @@ Json card_json(const Card &card) {
             {"mtu", text_json(card.mtu)}};
 }
 
-Settings read_settings() {
-    return {read_name_server(), read_gateway(), read_default_route(), read_host_name()};
-}
-
 std::string read_name_server() {
     return read_text("read the name server", ERR_SUCCESS, MORVNetDNSGet);
 }

@@ -68,10 +68,7 @@ std::vector<Card> read_cards(const Session &session);
 Card read_card(const Session &session, const std::string &name);
 Json card_json(const Card &card);
 
-struct Settings {
-    std::string name_server, gateway, default_route, host_name;  // "" for none
-};
-Settings read_settings();
+// "" for none.
 std::string read_name_server();
 std::string read_gateway();
 std::string read_default_route();

@@ -2,15 +2,19 @@
 
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
+#include <morvsdk/service.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
+#include <span>
 
 #include "morvctl/accounts.h"
 #include "morvctl/change.h"
+#include "morvctl/pairs.h"
 #include "morvctl/text_lines.h"
 
 namespace morvctl {
@@ -35,12 +39,41 @@ bool is_secret(std::string_view field) {
            !field.starts_with("NO PASSWORD") && field.find_first_not_of('X') != field.npos;
 }
 
+// The key of a line is that of a setting which is secret.
+bool is_secret_key(std::string_view key) {
+    const int setting = MORVSettingFind(std::string(trim_blanks(key)).c_str());
+    const MORVSETTING *info = setting < 0 ? nullptr : MORVSettingInfo(setting);
+    return info && info->isSecret == 1;
+}
+
+// The text of key=value lines with the values of secret keys masked.
+std::string masked_values(const std::string &text, std::set<std::string> &known, bool is_new) {
+    std::string shown;
+    for (size_t at = 0; at < text.size(); at = next_line(text, at)) {
+        const std::string_view line = line_at(text, at);
+        const size_t sign = line.find('=');
+        const std::string value(trim(sign == line.npos ? "" : line.substr(sign + 1)));
+        std::string_view key = line.substr(0, sign == line.npos ? 0 : sign);
+        key.remove_prefix(std::min(key.find_first_not_of("#; \t"), key.size()));
+        if (!value.empty() && is_secret_key(key)) {
+            shown.append(line.substr(0, sign + 1));
+            shown.append(is_new && !known.contains(value) ? "(new password)" : "(password)");
+            if (!is_new) known.insert(value);
+        } else {
+            shown.append(line);
+        }
+        if (at + line.size() < text.size()) shown += '\n';
+    }
+    return shown;
+}
+
 // The text with its secrets masked: the second field, in smbpasswd the third and fourth, of every line,
 // those that are comments included. `known` are the secrets of the text before the change.
 std::string masked(const std::string &file, const std::string &text, std::set<std::string> &known,
                    bool is_new) {
     const bool is_samba = file.ends_with("smbpasswd");
-    if (!is_samba && file != "/etc/shadow" && file != "/etc/passwd" && file != "/etc/group") return text;
+    if (!is_samba && file != "/etc/shadow" && file != "/etc/passwd" && file != "/etc/group")
+        return file.ends_with(".conf") ? masked_values(text, known, is_new) : text;
     std::string shown;
     for (size_t at = 0; at < text.size(); at = next_line(text, at)) {
         const std::string_view line = line_at(text, at);
@@ -65,11 +98,20 @@ std::string masked(const std::string &file, const std::string &text, std::set<st
     return shown;
 }
 
+// Both, each once.
+std::vector<std::string> all(std::span<const char *const> some, const std::vector<std::string> &others) {
+    std::vector<std::string> files(some.begin(), some.end());
+    for (const std::string &other : others) {
+        if (std::find(files.begin(), files.end(), other) == files.end()) files.push_back(other);
+    }
+    return files;
+}
+
 }  // namespace
 
-Preview::Preview(const Session &session, const std::vector<std::string> &folders)
-    : session_(session),
-      root_(session, {std::begin(kChanged), std::end(kChanged)}, {std::begin(kRead), std::end(kRead)}) {
+Preview::Preview(const Session &session, const std::vector<std::string> &folders,
+                 const std::vector<std::string> &changed, const std::vector<std::string> &read)
+    : session_(session), root_(session, all(kChanged, changed), all(kRead, read)) {
     for (const char *program : kPrograms) {
         const std::string real = system_path(session, program);
         if (access(real.c_str(), X_OK) != 0) continue;

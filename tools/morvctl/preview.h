@@ -12,8 +12,9 @@ namespace morvctl {
 class Preview {
   public:
     // From here on the library works in the copy. `folders`, those of the shares and the homes of the users
-    // are made in it, empty, as far as they exist.
-    Preview(const Session &session, const std::vector<std::string> &folders);
+    // are made in it, empty, as far as they exist. `changed` and `read`: files beside those of the accounts.
+    Preview(const Session &session, const std::vector<std::string> &folders,
+            const std::vector<std::string> &changed = {}, const std::vector<std::string> &read = {});
 
     // What has become of the files and folders: as text on standard output, or in the document. Passwords and
     // their hashes are not shown, just that they are others.

@@ -85,6 +85,18 @@ void PrivateRoot::write(const std::string &file, const std::string &content, mod
     if (chmod(path.c_str(), mode) != 0) fail_system("write " + path);
 }
 
+// What is to come into a file may be anybody's: nothing of it is for the terminal, but for tabs.
+static void print_diff(std::string_view diff) {
+    std::string shown;
+    for (size_t at = 0; at < diff.size();) {
+        const size_t end = std::min(diff.find_first_of("\t\n", at), diff.size());
+        shown += printable(diff.substr(at, end - at));
+        if (end < diff.size()) shown += diff[end];
+        at = end + 1;
+    }
+    print_raw(shown);
+}
+
 void PrivateRoot::show(const Session &session, Json &document, const Mask &mask) const {
     Json files = Json::array();
     for (const std::string &file : changed_) {
@@ -98,7 +110,7 @@ void PrivateRoot::show(const Session &session, Json &document, const Mask &mask)
         if (mask) mask(file, before, after);
         const std::string diff = show_change(file, existed ? &before : nullptr, fd ? &after : nullptr);
         files.push_back({{"file", file}, {"diff", diff}});
-        if (!session.json) print_raw(diff);
+        if (!session.json) print_diff(diff);
     }
     document["files"] = files;
 }

@@ -189,6 +189,14 @@ int find_free_id(MORVBDB *ids, const IdRange &range, const uint32_t *last, uint3
     return range.none_free;
 }
 
+bool is_about_one_account(int code) noexcept {
+    constexpr int kCodes[] = {ERR_BAD_PARAMETERS,    ERR_FORMAT_ERROR, ERR_INVALID_USERNAME,
+                              ERR_INVALID_GROUPNAME, ERR_NO_SUCH_USER, ERR_NO_SUCH_GROUP,
+                              ERR_USER_EXISTS,       ERR_GROUP_EXISTS, ERR_TOO_MANY_USERS,
+                              ERR_TOO_MANY_GROUPS};
+    return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
+}
+
 void report_domain_failure() noexcept {
     if (access(SysPath("/usr/morv/bin/morvlogset1").c_str(), X_OK) == 0)
         run_tool("/usr/morv/bin/morvlogset1 sys err 0x1180050A", {});

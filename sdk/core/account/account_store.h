@@ -87,6 +87,9 @@ int write_current_id(MORVBDB *ids, const IdRange &range, uint32_t id) noexcept;
 // the range's code or a code of the store.
 int find_free_id(MORVBDB *ids, const IdRange &range, const uint32_t *last, uint32_t *id) noexcept;
 
+// Whether a code says that one account cannot be changed so. With any other, nothing can be changed.
+bool is_about_one_account(int code) noexcept;
+
 // The text of a stored line: without the NUL at its end.
 inline std::string_view line_of(std::string_view value) noexcept {
     if (!value.empty() && value.back() == '\0') value.remove_suffix(1);

@@ -4,15 +4,19 @@
 #include <string.h>
 
 #include <memory>
+#include <optional>
+#include <unordered_set>
 
 #include "core/account/account_files.h"
 #include "core/account/account_lock.h"
+#include "core/account/group_members.h"
 #include "core/account/group_mirror.h"
 #include "core/account/limits.h"
 #include "core/account/named_lines.h"
 #include "core/account/rights_lists.h"
 #include "core/account/share_mirror.h"
 #include "core/account/user_mirror.h"
+#include "core/account/valid_names.h"
 #include "core/base/log.h"
 #include "core/base/no_throw.h"
 #include "core/store/records.h"
@@ -45,22 +49,49 @@ int check_free(Mirror &mirror, const std::string &key) noexcept {
     return code == ERR_KEY_NOT_FOUND ? 0 : code ? code : int{ERR_GROUP_EXISTS};
 }
 
+// The line of a group with the members that are users.
+int pack_line(const Accounts &users, std::string_view name, uint32_t gid, std::string_view members,
+              std::string &line) {
+    std::string valid;
+    int count;
+    if (const int code = users.normalise(members, valid, &count)) return code;
+    line = group_line(name, gid, valid);
+    return 0;
+}
+
+// The names of a list that are not among those of another one.
+std::vector<std::string> missing_in(std::string_view list, std::string_view there) {
+    std::unordered_set<std::string> keys;
+    std::vector<std::string> missing;
+    std::string key;
+    for (Items items(there); items.next();) {
+        if (upper_name(items.item, key)) keys.insert(key);
+    }
+    for (Items items(list); items.next();) {
+        if (!upper_name(items.item, key) || !keys.contains(key)) missing.emplace_back(items.item);
+    }
+    return missing;
+}
+
 // The change of one group, worked out.
 struct Plan {
     std::string old_key, old_name;  // empty for a new group
     std::string key, name;          // empty for one that goes
     uint32_t gid = 0;
-    bool takes_gid = false;        // the next free one
     std::string old_line, line;    // of the mirror
     std::string old_about, about;  // lines of the descriptions; empty: none
+    const std::string &key_there() const noexcept { return adds() ? key : old_key; }
     bool adds() const noexcept { return old_key.empty(); }
     bool removes() const noexcept { return key.empty(); }
     bool renames() const noexcept { return !adds() && !removes() && old_name != name; }
+    bool changes_nothing() const noexcept { return key == old_key && line == old_line && about == old_about; }
 };
 
-class Change {
+class GroupChanges {
   public:
-    explicit Change(const GroupChange &change) noexcept : change_(change) {}
+    // outcomes: null for all or none.
+    GroupChanges(std::span<const GroupChange> changes, GroupOutcome *outcomes) noexcept
+        : changes_(changes), outcomes_(outcomes) {}
 
     int run(Record record) {
         for (int round = 0; round < kRounds; ++round) {
@@ -71,8 +102,8 @@ class Change {
             }
             // A tool without our locks may have changed a file since the mirror was looked at.
             if (!mirror_agrees()) continue;
-            plan_ = Plan();
-            if (const int code = plan()) return code;
+            if (const int code = plan_all()) return code;
+            if (plans_.empty()) return 0;
             if (const int code = edit_files()) return code;
             // Before the files change: a process killed in between leaves a mirror that is built once too
             // often.
@@ -98,23 +129,81 @@ class Change {
 
     // ---- Planning --------------------------------------------------------------------------------------
 
-    int plan() {
-        Plan &p = plan_;
-        if (change_.old_name) {
-            if (!upper_name(change_.old_name, p.old_key)) return ERR_NO_SUCH_GROUP;
-            if (const int code = read_group_line(*mirror_, p.old_key, &p.old_line)) return code;
-            if (is_domain_group(p.old_line)) return ERR_NO_SUCH_GROUP;
-            p.old_name = first_field(p.old_line);
-            if (const int code = read_description(*mirror_, p.old_key, &p.old_about)) return code;
+    int plan_all() {
+        for (const GroupChange &change : changes_) {
+            if (!change.group || users_) continue;
+            if (const int code = open_mirror(user_mirror_kind, Extent::kFirst, &users_)) return code;
+            if (const int code = find_room()) return code;
         }
-        if (change_.group) return plan_group(*change_.group);
-        if (!change_.description) return is_system_group(p.old_line) ? int{ERR_INVALID_GROUPNAME} : 0;
-        return plan_description(change_.description);
+        plans_.reserve(changes_.size());
+        for (size_t i = 0; i < changes_.size(); ++i) {
+            Plan p;
+            GroupOutcome outcome;
+            outcome.code = plan(changes_[i], p, outcome.strangers);
+            outcome.gid = p.gid;
+            const int code = outcome.code;
+            if (code && (!outcomes_ || !is_about_one_account(code))) return code;
+            if (outcomes_) outcomes_[i] = std::move(outcome);
+            if (code) continue;
+            room_ -= p.adds();
+            taken_names_.insert({p.key, p.old_key});
+            if (!p.changes_nothing()) plans_.push_back(std::move(p));
+        }
+        return 0;
     }
 
-    int plan_group(const MORVGROUP &group) {
-        Plan &p = plan_;
-        p.name = group.szName;
+    // How many groups the model still takes.
+    int find_room() {
+        int there = 0;
+        Walk walk(mirror_->store[kGroupName]);
+        while (walk.next())
+            there += is_listed_group(stored_text(walk.value), MORV_GROUP_LOCAL | MORV_GROUP_DOMAIN);
+        room_ = room_below_limit("maxgroups", there);
+        return walk.code;
+    }
+
+    int plan(const GroupChange &change, Plan &p, std::vector<std::string> &strangers) {
+        if (change.old_name) {
+            if (!upper_name(change.old_name, p.old_key)) return ERR_NO_SUCH_GROUP;
+            const int code = read_group_line(*mirror_, p.old_key, &p.old_line);
+            if (code == ERR_NO_SUCH_GROUP && change.restores) {
+                // A description may be there without its group.
+                const int failed = read_description(*mirror_, p.old_key, &p.old_about);
+                if (failed) return failed;
+                p.old_key.clear();
+            } else if (code) {
+                return code;
+            } else {
+                if (is_domain_group(p.old_line)) return ERR_NO_SUCH_GROUP;
+                p.old_name = first_field(p.old_line);
+                if (const int failed = read_description(*mirror_, p.old_key, &p.old_about)) return failed;
+            }
+        }
+        const char *const about = change.description;
+        if (about && strchr(about, '\n')) return ERR_BAD_PARAMETERS;
+        if (change.group) {
+            if (const int code = plan_group(change, p, strangers)) return code;
+        } else if (!about) {
+            return is_system_group(p.old_line) ? int{ERR_INVALID_GROUPNAME} : 0;
+        } else {
+            p.key = p.old_key;
+            p.name = p.old_name;
+            p.line = p.old_line;
+            if (parse_id(p.old_line, &p.gid) != 0) return ERR_FORMAT_ERROR;
+        }
+        p.about = p.old_about;
+        if (about && description_of(p.old_about) != about) {
+            p.about = *about ? p.name + ":" + about : std::string();
+        } else if (p.renames() && !p.about.empty()) {
+            p.about.replace(0, first_field(p.about).size(), p.name);
+        }
+        return 0;
+    }
+
+    int plan_group(const GroupChange &change, Plan &p, std::vector<std::string> &strangers) {
+        const MORVGROUP &group = *change.group;
+        const bool keeps = change.restores && !p.adds();
+        p.name = keeps ? p.old_name : group.szName;
         const bool keeps_name = !p.adds() && p.name == p.old_name;
         if (!keeps_name) {
             // Other tools are freer with the names of their groups.
@@ -122,31 +211,31 @@ class Change {
             if (!p.adds() && is_system_group(p.old_line)) return ERR_INVALID_GROUPNAME;
         }
         if (!upper_name(p.name, p.key)) return ERR_INVALID_GROUPNAME;
-        if (!is_field(or_empty(group.szMembers)) || group.gid > kMostId) return ERR_BAD_PARAMETERS;
+        std::string members = or_empty(group.szMembers);
+        if (!is_field(members) || (group.gid > kMostId && !change.restores)) return ERR_BAD_PARAMETERS;
+        if (taken_names_.contains(p.key)) return ERR_GROUP_EXISTS;
         if (p.key != p.old_key) {
             if (const int code = check_free(*mirror_, p.key)) return code;
         }
-        if (p.adds()) {
-            if (const int code = check_limit()) return code;
-        }
-        if (const int code = plan_gid(group.gid)) return code;
-        if (const int code = pack_group(p.name, p.gid, or_empty(group.szMembers), p.line)) return code;
+        if (p.adds() && room_ == 0) return ERR_TOO_MANY_GROUPS;
+        if (const int code = change.restores ? plan_restored_gid(group.gid, p) : plan_gid(group.gid, p))
+            return code;
+        if (keeps && p.key == kEverybody) members = std::string(members_of(p.old_line)) + "," + members;
+        const Accounts users(users_.get(), nullptr);
+        if (const int code = pack_line(users, p.name, p.gid, members, p.line)) return code;
+        if (outcomes_) strangers = missing_in(or_empty(group.szMembers), members_of(p.line));
         // A line that says the same in another way stays as somebody wrote it.
         uint32_t old_gid;
         if (keeps_name && parse_id(p.old_line, &old_gid) == 0 && old_gid == p.gid &&
             members_of(p.line) == members_of(p.old_line)) {
             p.line = p.old_line;
         }
-        p.about = p.old_about;
-        if (p.renames() && !p.about.empty()) p.about.replace(0, first_field(p.about).size(), p.name);
         return 0;
     }
 
-    int plan_gid(uint32_t wanted) {
-        Plan &p = plan_;
+    int plan_gid(uint32_t wanted, Plan &p) {
         p.gid = wanted;
-        p.takes_gid = p.adds() && wanted == 0;
-        if (p.takes_gid) return find_free_id(mirror_->store[kGroupId], gid_range, nullptr, &p.gid);
+        if (p.adds() && wanted == 0) return take_gid(p);
         uint32_t old_gid;
         if (!p.adds()) {
             if (const int code = parse_id(p.old_line, &old_gid)) return code;
@@ -154,85 +243,100 @@ class Change {
             if (is_system_group(p.old_line)) return ERR_BAD_PARAMETERS;
         }
         if (wanted < gid_range.first || wanted > gid_range.last) return ERR_BAD_PARAMETERS;
+        bool is_free = false;
+        const int code = claim_gid(wanted, &is_free);
+        return code || is_free ? code : int{ERR_BAD_PARAMETERS};
+    }
+
+    int plan_restored_gid(uint32_t wanted, Plan &p) {
+        if (!p.adds()) {
+            if (!is_listed_group(p.old_line, MORV_GROUP_LOCAL)) return ERR_NO_SUCH_GROUP;
+            return parse_id(p.old_line, &p.gid);
+        }
+        if (wanted < gid_range.first) return ERR_NO_SUCH_GROUP;
+        p.gid = wanted;
+        bool is_free = false;
+        const int code = wanted > gid_range.last ? 0 : claim_gid(wanted, &is_free);
+        return code || is_free ? code : take_gid(p);
+    }
+
+    // Takes a certain gid if nobody has it.
+    int claim_gid(uint32_t gid, bool *is_free) {
         std::string other;
-        const int code = find_gid(*mirror_, wanted, other);
-        return code == ERR_NO_SUCH_GROUP ? 0 : code ? code : int{ERR_BAD_PARAMETERS};
-    }
-
-    int check_limit() {
-        int there = 0;
-        Walk walk(mirror_->store[kGroupName]);
-        while (walk.next())
-            there += is_listed_group(stored_text(walk.value), MORV_GROUP_LOCAL | MORV_GROUP_DOMAIN);
-        if (walk.code) return walk.code;
-        return exceeds_limit("maxgroups", there, 1) ? int{ERR_TOO_MANY_GROUPS} : 0;
-    }
-
-    int plan_description(const char *text) {
-        Plan &p = plan_;
-        if (strchr(text, '\n')) return ERR_BAD_PARAMETERS;
-        p.key = p.old_key;
-        p.name = p.old_name;
-        p.line = p.old_line;
-        p.about = p.old_about;
-        if (parse_id(p.old_line, &p.gid) != 0) return ERR_FORMAT_ERROR;
-        if (description_of(p.old_about) != text) p.about = *text ? p.name + ":" + text : std::string();
+        const int code = find_gid(*mirror_, gid, other);
+        if (code && code != ERR_NO_SUCH_GROUP) return code;
+        *is_free = code != 0 && taken_gids_.insert(gid).second;
         return 0;
+    }
+
+    int take_gid(Plan &p) {
+        for (uint32_t tries = gid_range.first; tries <= gid_range.last; ++tries) {
+            if (const int code = find_free_id(mirror_->store[kGroupId], gid_range,
+                                              last_gid_ ? &last_gid_ : nullptr, &p.gid))
+                return code;
+            last_gid_ = p.gid;
+            if (taken_gids_.insert(p.gid).second) return 0;
+        }
+        return gid_range.none_free;
     }
 
     // ---- The files -------------------------------------------------------------------------------------
 
     int edit_files() {
-        const Plan &p = plan_;
-        is_named_in_shares_ = false;
-        if (p.line != p.old_line) edit(AccountFile::kGroup, is_system_line, file_line());
-        if (p.about != p.old_about || p.removes()) edit(AccountFile::kGroupDesc, is_named_line, p.about);
-        if (p.takes_gid) {
+        LineEdits groups, abouts;
+        Renames named, renames;  // in lists of rights
+        for (const Plan &p : plans_) {
+            if (p.line != p.old_line) edit(groups, p, file_line(p));
+            if (p.about != p.old_about || p.removes()) edit(abouts, p, p.about);
+            if (p.adds() || p.renames()) named["@" + p.key];
+            if (p.adds() || !(p.renames() || p.removes())) continue;
+            // Samba has further marks for where it looks a group up.
+            for (const char *mark : {"@", "+", "&"})
+                renames[mark + p.old_key] = p.removes() ? std::string() : mark + p.name;
+        }
+        by_name_.reset();
+        apply(AccountFile::kGroup, groups, is_system_line);
+        apply(AccountFile::kGroupDesc, abouts, is_named_line);
+        if (last_gid_) {
             std::string text;
-            set_marker(files_->text(AccountFile::kGroup), kGidMarker, static_cast<int>(p.gid), text);
+            set_marker(files_->text(AccountFile::kGroup), kGidMarker, static_cast<int>(last_gid_), text);
             files_->set(AccountFile::kGroup, std::move(text));
         }
-        return p.adds() || p.renames() || p.removes() ? edit_rights_lists() : 0;
+        return named.empty() && renames.empty() ? 0 : edit_rights_lists(named, renames);
     }
 
     // The line for the file. Its list of members stays as somebody wrote it while it says the same.
-    std::string file_line() const {
-        const Plan &p = plan_;
+    std::string file_line(const Plan &p) {
         if (p.adds() || p.removes() || members_of(p.line) != members_of(p.old_line)) return p.line;
-        const LinesByName lines = index_lines(files_->text(AccountFile::kGroup), is_system_line);
-        const auto found = lines.find(p.old_key);
-        return found == lines.end() ? p.line : group_line(p.name, p.gid, members_of(found->second));
+        if (!by_name_) by_name_ = index_lines(files_->text(AccountFile::kGroup), is_system_line);
+        const auto found = by_name_->find(p.old_key);
+        return found == by_name_->end() ? p.line : group_line(p.name, p.gid, members_of(found->second));
     }
 
-    void edit(AccountFile file, bool (*is_line)(std::string_view), const std::string &line) {
-        const Plan &p = plan_;
-        LineEdits edits;
+    static void edit(LineEdits &edits, const Plan &p, const std::string &line) {
         if (line.empty()) {
-            edits.drop(p.old_key);
+            edits.drop(p.key_there());
         } else if (p.adds() || p.key == p.old_key) {
             edits.put(p.key, line);
         } else {
             edits.rename(p.old_key, p.key, line);
         }
+    }
+
+    void apply(AccountFile file, const LineEdits &edits, bool (*is_account)(std::string_view)) {
         std::string text;
-        text.reserve(files_->text(file).size() + line.size() + 1);
-        edits.apply(files_->text(file), is_line, text);
+        text.reserve(files_->text(file).size() + 256 * plans_.size());
+        edits.apply(files_->text(file), is_account, text);
         files_->set(file, std::move(text));
     }
 
     // The lists of shares and the Apple file service.
-    int edit_rights_lists() {
-        const Plan &p = plan_;
+    int edit_rights_lists(const Renames &named, const Renames &renames) {
         for (const AccountFile file : {AccountFile::kSmbConf, AccountFile::kAfp}) {
             if (const int code = files_->load(file)) return code;
         }
-        if (!p.removes())
-            is_named_in_shares_ = names_any(files_->text(AccountFile::kSmbConf), {{"@" + p.key, {}}});
-        if (p.adds()) return 0;
-        // Samba has further marks for where it looks a group up.
-        Renames renames;
-        for (const char *mark : {"@", "+", "&"})
-            renames[mark + p.old_key] = p.removes() ? std::string() : mark + p.name;
+        is_named_in_shares_ = !named.empty() && names_any(files_->text(AccountFile::kSmbConf), named);
+        if (renames.empty()) return 0;
         for (const AccountFile file : {AccountFile::kSmbConf, AccountFile::kAfp}) {
             std::string text;
             edit_rights(files_->text(file), renames, text);
@@ -244,8 +348,20 @@ class Change {
     // ---- The mirror ------------------------------------------------------------------------------------
 
     int update_mirror() noexcept {
-        const Plan &p = plan_;
         if (!files_->changes(AccountFile::kGroup) && !files_->changes(AccountFile::kGroupDesc)) return 0;
+        for (const Plan &p : plans_) {
+            if (const int code = update_mirror(p)) return code;
+        }
+        if (last_gid_) {
+            if (const int code = write_current_id(mirror_->store[kGroupId], gid_range, last_gid_))
+                return code;
+        }
+        for (int i = 0; i < 2; ++i)
+            mirror_->source[i] = state_of(files_->new_state(kGroupFiles[i]));
+        return publish_mirror(std::move(mirror_));
+    }
+
+    int update_mirror(const Plan &p) noexcept {
         if (!p.adds() && p.line != p.old_line) {
             const int code = erase_group(*mirror_, p.old_key);
             if (code && code != ERR_ID_NOT_FOUND) return code;
@@ -253,25 +369,23 @@ class Change {
         if (!p.removes() && p.line != p.old_line) {
             if (const int code = store_group(*mirror_, p.key, p.gid, p.line)) return code;
         }
+        if (p.about == p.old_about && !p.removes()) return 0;
         MORVBDB *const about = mirror_->store[kGroupDescription];
-        if (p.about != p.old_about || p.removes()) {
-            if (const int code = erase_record(about, store_key(p.old_key))) return code;
-            if (!p.about.empty()) {
-                if (const int code = put_record(about, store_key(p.key), store_key(p.about))) return code;
-            }
-        }
-        if (p.takes_gid) {
-            if (const int code = write_current_id(mirror_->store[kGroupId], gid_range, p.gid)) return code;
-        }
-        for (int i = 0; i < 2; ++i)
-            mirror_->source[i] = state_of(files_->new_state(kGroupFiles[i]));
-        return publish_mirror(std::move(mirror_));
+        if (const int code = erase_record(about, store_key(p.key_there()))) return code;
+        return p.about.empty() ? 0 : put_record(about, store_key(p.key), store_key(p.about));
     }
 
-    const GroupChange &change_;
+    std::span<const GroupChange> changes_;
+    GroupOutcome *outcomes_;
     MirrorPtr mirror_;
+    MirrorPtr users_;
     std::unique_ptr<FileChanges> files_;
-    Plan plan_;
+    std::vector<Plan> plans_;
+    std::unordered_set<std::string> taken_names_;
+    std::unordered_set<uint32_t> taken_gids_;
+    uint32_t last_gid_ = 0;
+    int room_ = 0;
+    std::optional<LinesByName> by_name_;
     bool is_named_in_shares_ = false;
 };
 
@@ -304,28 +418,36 @@ int dump_store(MORVBDB *store, FileChanges &files, AccountFile file, bool (*is_l
     return 0;
 }
 
-}  // namespace
-
-int change_group(const GroupChange &change) noexcept {
-    const bool sets = change.group != nullptr;
+int change(std::span<const GroupChange> changes, GroupOutcome *outcomes) noexcept {
     uint32_t bits = MORV_LOCK_GR;
-    if (sets) bits |= MORV_LOCK_PW | MORV_LOCK_SMB;
-    if (!sets && !change.description) bits |= MORV_LOCK_SMB;
+    bool sets = false;
+    for (const GroupChange &change : changes) {
+        sets |= change.group != nullptr;
+        if (change.group) bits |= MORV_LOCK_PW | MORV_LOCK_SMB;
+        if (!change.group && !change.description) bits |= MORV_LOCK_SMB;
+    }
     AccountLock lock;
     if (const int code = lock.write(bits)) return code;
-    const int code = no_throw([&] { return Change(change).run(sets ? Record::kUser : Record::kGroup); });
+    const int code =
+        no_throw([&] { return GroupChanges(changes, outcomes).run(sets ? Record::kUser : Record::kGroup); });
     const int released = lock.release();
     return code ? code : released;
+}
+
+}  // namespace
+
+int change_groups(std::span<const GroupChange> changes) noexcept {
+    return change(changes, nullptr);
+}
+
+int change_groups_if_possible(std::span<const GroupChange> changes, GroupOutcome *outcomes) noexcept {
+    return change(changes, outcomes);
 }
 
 int pack_group(std::string_view name, uint32_t gid, std::string_view members, std::string &line) {
     MirrorPtr users;
     if (const int code = open_mirror(user_mirror_kind, Extent::kFirst, &users)) return code;
-    std::string valid;
-    int count;
-    if (const int code = Accounts(users.get(), nullptr).normalise(members, valid, &count)) return code;
-    line = group_line(name, gid, valid);
-    return 0;
+    return pack_line(Accounts(users.get(), nullptr), name, gid, members, line);
 }
 
 int put_group(Mirror &mirror, const std::string &old_key, const MORVGROUP &group) {

@@ -3,8 +3,10 @@
 
 #include <morvsdk/group.h>
 
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/store/mirror.h"
 
@@ -14,11 +16,28 @@ namespace morv {
 struct GroupChange {
     const char *old_name;     // null: add
     const MORVGROUP *group;   // what it is to be; null: see description
-    const char *description;  // the new description; null with a null group: the group goes
+    const char *description;  // the new description; null: it stays, or with a null group: the group goes
+
+    // `group` is as a backup has it: one that is missing is added, with another gid when its own is not to be
+    // had. One that is there keeps the spelling of its name and its gid, and "users" its members beside
+    // those. Groups of the system that are not listed are ERR_NO_SUCH_GROUP, and so are those that are
+    // missing.
+    bool restores = false;
 };
 
-// Makes the change, or does nothing. Takes the locks. Answers 0 or an error code.
-int change_group(const GroupChange &change) noexcept;
+// What has become of a change.
+struct GroupOutcome {
+    int code = 0;  // why it is not made
+    uint32_t gid = 0;
+    std::vector<std::string> strangers;  // those of the members that are no users, and left out
+};
+
+// Makes all changes, or none. Takes the locks. Answers 0 or an error code.
+int change_groups(std::span<const GroupChange> changes) noexcept;
+
+// Makes those changes that can be made, together; of new groups as many are added as the model takes. outcomes: of
+// each change. Answers 0, or a code when none is made.
+int change_groups_if_possible(std::span<const GroupChange> changes, GroupOutcome *outcomes) noexcept;
 
 // The line of a group with the members that are users, as these spell themselves. May throw std::bad_alloc.
 int pack_group(std::string_view name, uint32_t gid, std::string_view members, std::string &line);

@@ -1,5 +1,6 @@
 #include "core/account/limits.h"
 
+#include <limits.h>
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
 
@@ -18,9 +19,14 @@ int read_limit(const char *key, Limit *limit) noexcept {
     return 0;
 }
 
-bool exceeds_limit(const char *key, int there, int adds) noexcept {
+int room_below_limit(const char *key, int there) noexcept {
     Limit limit = {};
-    return read_limit(key, &limit) == 0 && (limit.is_empty || limit.most - there < adds);
+    if (read_limit(key, &limit) != 0) return INT_MAX;
+    return limit.is_empty || limit.most <= there ? 0 : limit.most - there;
+}
+
+bool exceeds_limit(const char *key, int there, int adds) noexcept {
+    return adds > room_below_limit(key, there);
 }
 
 }  // namespace morv

@@ -11,7 +11,10 @@ struct Limit {
 };
 int read_limit(const char *key, Limit *limit) noexcept;
 
-// Whether `adds` more are too many where there are `there`. No limit that can be read is none.
+// How many may be added where there are `there`; INT_MAX when there is no limit that can be read.
+int room_below_limit(const char *key, int there) noexcept;
+
+// Whether `adds` more are too many.
 bool exceeds_limit(const char *key, int there, int adds) noexcept;
 
 }  // namespace morv

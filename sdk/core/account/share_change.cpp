@@ -4,40 +4,30 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <morvsdk/error.h>
-#include <morvsdk/file.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <map>
-#include <set>
-#include <vector>
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
 
-#include "core/account/account_files.h"
-#include "core/account/account_lock.h"
 #include "core/account/limits.h"
 #include "core/account/named_lines.h"
+#include "core/account/share_conf.h"
 #include "core/account/share_folders.h"
 #include "core/account/share_keys.h"
 #include "core/account/share_list.h"
-#include "core/account/share_mirror.h"
 #include "core/base/guard.h"
-#include "core/base/log.h"
-#include "core/base/no_throw.h"
 #include "core/file/sys_path.h"
 #include "core/text/lines.h"
-#include "core/text/trim.h"
 
 namespace morv {
 
 namespace {
 
-constexpr int kRounds = 5;
 constexpr mode_t kFolderMode = 0777;
-
-bool is_line(const char *text) noexcept {
-    return !text || !strpbrk(text, "\n\r");
-}
 
 // Whether a path names one folder below the root, whatever the folders on the way are.
 bool names_folder(std::string_view path) {
@@ -48,11 +38,6 @@ bool names_folder(std::string_view path) {
         at = slash + 1;
     }
     return true;
-}
-
-bool has_lines(const MORVSHARE &share) noexcept {
-    return is_line(share.szName) && is_line(share.szComment) && is_line(share.szPath) &&
-           is_line(share.szInvalidUsers) && is_line(share.szWriteList) && is_line(share.szReadList);
 }
 
 int check_share(const MORVSHARE &share) {
@@ -82,26 +67,33 @@ bool is_missing(const char *path) noexcept {
     return lstat(path, &st) != 0 && errno == ENOENT;
 }
 
-// What a change does to the folder of a share; undone unless the change takes effect.
+// What a change does to the folders of shares; undone unless the change takes effect.
 class FolderChange {
   public:
     FolderChange() noexcept = default;
     FolderChange(const FolderChange &) = delete;
     FolderChange &operator=(const FolderChange &) = delete;
     ~FolderChange() {
-        if (!made_.empty()) rmdir(made_.c_str());
+        // The last one may lie in one that was made before.
+        for (auto path = made_.rbegin(); path != made_.rend(); ++path)
+            rmdir(path->c_str());
         if (!moved_to_.empty()) ShareMove(moved_to_.c_str(), moved_from_.c_str());
     }
 
     int make(const std::string &folder) {
-        std::string path = SysPath(folder.c_str()).c_str();
-        if (mkdir(path.c_str(), 0700) != 0) {
-            if (errno == ENOSPC || errno == EDQUOT) return ERR_NOT_ENOUGH_SPACE;
-            return errno == EEXIST && is_folder(path.c_str()) ? 0 : ERR_CREATE_FAILED;
+        made_.emplace_back(SysPath(folder.c_str()).c_str());
+        const char *const path = made_.back().c_str();
+        if (mkdir(path, 0700) != 0) {
+            const bool is_full = errno == ENOSPC || errno == EDQUOT;
+            const bool is_there = errno == EEXIST && is_folder(path);
+            made_.pop_back();
+            return is_there ? 0 : is_full ? ERR_NOT_ENOUGH_SPACE : ERR_CREATE_FAILED;
         }
-        made_ = std::move(path);
-        const UniqueFd fd(open(made_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        return fd && fchmod(fd.get(), kFolderMode) == 0 ? 0 : ERR_CREATE_FAILED;
+        const UniqueFd fd(open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (fd && fchmod(fd.get(), kFolderMode) == 0) return 0;
+        rmdir(path);
+        made_.pop_back();
+        return ERR_CREATE_FAILED;
     }
 
     int move(const std::string &old_folder, const std::string &folder) {
@@ -121,557 +113,395 @@ class FolderChange {
     }
 
   private:
-    std::string made_, moved_from_, moved_to_;
+    std::vector<std::string> made_;
+    std::string moved_from_, moved_to_;
 };
 
-// The sections of a configuration that change; all else stays.
-class TextChange {
-  public:
-    explicit TextChange(std::string_view text) noexcept : text_(text) {}
+// A share on its way into the configuration.
+struct Plan {
+    std::string key, old_key;  // upper-cased names; old_key empty: the share is new
+    SharePtr old;              // as the mirror holds it, and the caller knows it
+    SharePtr there;            // the same with today's accounts
+    SettledShare wanted;
+    std::string path;
+    struct Edit {
+        size_t section;
+        std::string text;
+    };
+    std::vector<Edit> edits;
+    bool is_appended = false;  // to the configuration
+    int refusal = 0;
 
-    void replace(const ConfSection &section, std::string_view by) {
-        const auto at = static_cast<size_t>(section.text.data() - text_.data());
-        out_.append(text_, done_, at - done_).append(by);
-        done_ = at + section.text.size();
-    }
-
-    std::string finish() {
-        out_.append(text_, done_);
-        return std::move(out_);
-    }
-
-  private:
-    std::string_view text_;
-    std::string out_;
-    size_t done_ = 0;
+    const MORVSHARE *today() const noexcept { return there ? there.get() : old.get(); }
 };
 
-// Opened and locked: the mirror, and the configuration that it was built from.
-class ConfChange {
-  protected:
-    int open() noexcept {
-        if (lock_.write(MORV_LOCK_SMB | MORV_LOCK_EXPORTS) != 0) {
-            MORV_LOG(LOG_ERR, "Cannot lock smb.conf.");
-            return ERR_LOCK_FAILED;
-        }
-        for (int round = 0; round < kRounds; ++round) {
-            if (const int code = open_mirror(share_mirror_kind, Extent::kWhole, &mirror_)) return code;
-            files_.reset(new (std::nothrow) FileChanges);
-            if (!files_) return ERR_OUT_OF_MEMORY;
-            if (const int code = files_->load(AccountFile::kSmbConf)) return code;
-            // A tool without our lock may have changed the file since the mirror was looked at.
-            if (mirror_->source[0] == state_of(files_->read_state(AccountFile::kSmbConf)))
-                return reader_.allocate();
-        }
-        return ERR_OPEN_FAILED;
+// Whether one share alone cannot be what it is to be.
+bool is_own_reason(int code) noexcept {
+    switch (code) {
+        case ERR_BAD_PARAMETERS:
+        case ERR_INVALID_SHARENAME:
+        case ERR_INVALID_PATH:
+        case ERR_SHARE_EXISTS:
+        case ERR_FILE_EXISTS:
+        case ERR_TOO_MANY_SHARES:
+        case ERR_CREATE_FAILED:
+        case ERR_NOT_ENOUGH_SPACE:
+            return true;
+        default:
+            return false;
     }
-
-    std::string_view text() const noexcept { return files_->text(AccountFile::kSmbConf); }
-
-    // Puts the new configuration in place. in_effect: whether it counts, also when the answer is an error.
-    int commit(bool *in_effect) noexcept {
-        const int code = files_->commit(Record::kShare);
-        *in_effect = code == 0;
-        if (code == 0) return 0;
-        struct stat st;
-        *in_effect =
-            is_interrupted(MORV_LOCK_SMB) || (stat(SysPath(kSmbConfPath).c_str(), &st) == 0 &&
-                                              st.st_ino == files_->new_state(AccountFile::kSmbConf).st_ino &&
-                                              files_->changes(AccountFile::kSmbConf));
-        return code;
-    }
-
-    // The file is what counts by now: a mirror that cannot be brought up to date is built anew by its next
-    // reader.
-    template <class F>
-    void update_mirror(F &&change) noexcept {
-        mirror_->source[0] = state_of(files_->new_state(AccountFile::kSmbConf));
-        int code = no_throw([&]() -> int { return change(*mirror_); });
-        if (code == 0) code = publish_mirror(std::move(mirror_));
-        if (code) forget_mirror(share_mirror_kind);
-    }
-
-    AccountLock lock_;
-    MirrorPtr mirror_;
-    std::unique_ptr<FileChanges> files_;
-    SectionReader reader_;
-};
-
-// ---- Shares ---------------------------------------------------------------------------------------------
+}
 
 class ShareChange : ConfChange {
   public:
     int set(const char *old_name, const MORVSHARE &share) {
-        if (const int code = check_share(share)) return code;
-        if (!upper_name(share.szName, key_)) return ERR_INVALID_SHARENAME;
-        if (old_name && !upper_name(old_name, old_key_)) return ERR_NO_SUCH_SHARE;
-        if (const int code = open()) return code;
-        AccountMirrors mirrors;
-        if (const int code = mirrors.open()) return code;
-        if (const int code = find_old(share)) return code;
-        if (const int code = find_there(mirrors.accounts())) return code;
-        if (const int code = check_path(share.szPath)) return code;
-        if (const int code = wanted_.take(rebase(share), today(), mirrors.accounts())) return code;
-        if (const int code = edit_sections(mirrors.accounts())) return code;
-        FolderChange folder;
-        if (const int code = change_folder(folder)) return code;
-        bool in_effect;
-        const int code = commit(&in_effect);
-        if (in_effect) folder.keep();
-        if (code) return code;
-        update_mirror([&](Mirror &mirror) { return put_share(mirror, old_key_, wanted_.record()); });
-        return lock_.release();
+        Plan plan;
+        if (const int code = name(share, plan)) return code;
+        if (old_name && !upper_name(old_name, plan.old_key)) return ERR_NO_SUCH_SHARE;
+        if (const int code = start()) return code;
+        if (!plan.old_key.empty()) {
+            if (const int code = read_old(plan)) return code;
+        }
+        if (const int code = settle(share, plan)) return code;
+        if (const int code = plan.old ? 0 : find_room()) return code;
+        if (const int code = edit_sections(plan)) return code;
+        if (const int code = change_folder(plan)) return code;
+        return finish({&plan, 1});
+    }
+
+    int restore(std::span<const MORVSHARE> shares, std::vector<RestoredShare> &results) {
+        results.assign(shares.size(), {});
+        if (const int code = start()) return code;
+        std::vector<Plan> plans(shares.size());
+        std::vector<Plan *> by_path;
+        std::unordered_set<std::string> keys;
+        // What is but one share's fault is kept with it.
+        const auto take = [&](Plan &plan, int code) {
+            if (!is_own_reason(code)) return code;
+            plan.refusal = results[static_cast<size_t>(&plan - plans.data())].code = code;
+            return 0;
+        };
+        for (size_t i = 0; i < shares.size(); ++i) {
+            Plan &plan = plans[i];
+            int code = name(shares[i], plan);
+            if (code == 0 && !keys.insert(plan.key).second) code = ERR_SHARE_EXISTS;
+            if (code == 0) code = find_here(shares[i], plan);
+            if (code == 0) code = settle(shares[i], plan);
+            if (code == 0) code = edit_sections(plan);
+            if (code == 0) by_path.push_back(&plan);
+            if (const int failed = take(plan, code)) return failed;
+        }
+        // A folder may lie in that of another share. Those that have one take the room that the model has.
+        std::sort(by_path.begin(), by_path.end(), [](Plan *a, Plan *b) { return a->path < b->path; });
+        for (Plan *plan : by_path) {
+            int code = plan->old ? 0 : find_room();
+            if (code == 0) code = change_folder(*plan);
+            if (code == 0 && !plan->old) --*room_;
+            if (const int failed = take(*plan, code)) return failed;
+        }
+        for (size_t i = 0; i < plans.size(); ++i) {
+            if (plans[i].refusal) continue;
+            if (const int code = find_unknown(shares[i], plans[i].wanted, results[i].unknown)) return code;
+        }
+        return finish(plans);
     }
 
     // top: null to remove the folder, too; else where the share has to lie
     int remove(const char *name, const char *top) {
-        if (!upper_name(name, old_key_)) return ERR_NO_SUCH_SHARE;
+        Plan plan;
+        const std::string &key = plan.old_key;
+        if (!upper_name(name, plan.old_key)) return ERR_NO_SUCH_SHARE;
         if (const int code = open()) return code;
-        if (const int code = read_old()) return code;
-        if (top && !lies_below(old_->szPath, top)) return ERR_NO_SUCH_SHARE;
+        if (const int code = read_old(plan)) return code;
+        const char *const path = plan.old->szPath;
+        if (top && !lies_below(path, top)) return ERR_NO_SUCH_SHARE;
+        index_sections();
         TextChange change(text());
-        for (ConfSections sections(text()); sections.next();) {
-            if (is_named(sections.section, old_key_))
-                change.replace(sections.section, rest_of_section(sections.section.text));
-        }
-        files_->set(AccountFile::kSmbConf, change.finish());
+        for (const size_t at : sections_of(key))
+            change.replace(sections_[at], rest_of_section(sections_[at].text));
         // Where the folder stays, others in it lose nothing with the line of this one.
         const auto is_needed = top ? is_path_of_others : is_needed_by_others;
-        const bool is_ours = names_folder(old_->szPath) && !is_needed(old_->szPath, text(), old_key_);
+        files_->set(AccountFile::kSmbConf, change.finish());
+        const bool is_ours = names_folder(path) && !is_needed(path, text(), key);
         if (is_ours) {
-            if (const int code = edit_exports_to({})) return code;
+            if (const int code = edit_exports_to(path, {})) return code;
         }
-        const bool goes = !top && is_ours && may_be_taken_away(old_->szPath);
+        const bool goes = !top && is_ours && may_be_taken_away(path);
         bool in_effect;
         if (const int code = commit(&in_effect)) return code;
-        update_mirror(
-            [&](Mirror &mirror) { return erase_record(mirror.store[kShares], store_key(old_key_)); });
-        const int code = goes ? discard_folder() : 0;
+        update_mirror([&](Mirror &mirror) { return erase_record(mirror.store[kShares], store_key(key)); });
+        const int code = goes ? discard_folder(path) : 0;
         const int released = lock_.release();
         return code ? code : released;
     }
 
   private:
-    static bool is_named(const ConfSection &section, const std::string &key) {
-        std::string upper;
-        return section.type == MORV_SECTION_SHARE && upper_name(section.name, upper) && upper == key;
+    static int name(const MORVSHARE &share, Plan &plan) {
+        if (const int code = check_share(share)) return code;
+        return upper_name(share.szName, plan.key) ? 0 : ERR_INVALID_SHARENAME;
     }
 
-    int read_old() {
+    int start() {
+        if (const int code = open()) return code;
+        if (const int code = mirrors_.open()) return code;
+        index_sections();
+        return 0;
+    }
+
+    // The sections of shares, by upper-cased name.
+    void index_sections() {
+        std::string key;
+        for (ConfSections sections(text()); sections.next();) {
+            const ConfSection &section = sections.section;
+            if (section.type == MORV_SECTION_SHARE && upper_name(section.name, key))
+                index_[key].push_back(sections_.size());
+            sections_.push_back(section);
+        }
+    }
+
+    std::span<const size_t> sections_of(const std::string &key) const {
+        const auto found = index_.find(key);
+        return found == index_.end() ? std::span<const size_t>() : found->second;
+    }
+
+    int read_old(Plan &plan) {
         MORVSHARE *old = nullptr;
-        const int code = read_share(*mirror_, old_key_, &old);
-        old_.reset(old);
+        const int code = read_share(*mirror_, plan.old_key, &old);
+        plan.old.reset(old);
         if (code == ERR_STORE_INVALID) forget_mirror(share_mirror_kind);
         return code;
     }
 
-    int find_old(const MORVSHARE &share) {
-        if (!old_key_.empty()) {
-            if (const int code = read_old()) return code;
+    // The share by the same name, if there is one.
+    int find_here(const MORVSHARE &share, Plan &plan) {
+        plan.old_key = plan.key;
+        const int code = read_old(plan);
+        if (code == ERR_NO_SUCH_SHARE) {
+            plan.old_key.clear();
+            return 0;
         }
-        if (!old_ || strcmp(old_->szName, share.szName) != 0) {
-            if (is_kept(share.szName, key_)) return ERR_INVALID_SHARENAME;
-        }
-        if (key_ == old_key_) return 0;
-        std::string_view there;
-        const int code = find_record(mirror_->store[kShares], store_key(key_), &there);
-        if (code != ERR_KEY_NOT_FOUND) return code ? code : int{ERR_SHARE_EXISTS};
-        return old_ ? 0 : check_limit();
+        if (code) return code;
+        return plain_path(share.szPath) == plain_path(plan.old->szPath) ? 0 : ERR_FILE_EXISTS;
     }
 
-    int check_limit() {
-        int there = 0;
-        const int code = walk_shares(*mirror_, [&](const PackedShare &) {
-            ++there;
-            return 0;
-        });
-        if (code) return code;
-        return exceeds_limit("maxshares", there, 1) ? int{ERR_TOO_MANY_SHARES} : 0;
+    // Works out what the share is to be.
+    int settle(const MORVSHARE &share, Plan &plan) {
+        if (const int code = check_name(share, plan)) return code;
+        if (const int code = find_there(plan)) return code;
+        if (const int code = check_path(share.szPath, plan)) return code;
+        return plan.wanted.take(rebase(share, plan), plan.today(), mirrors_.accounts());
+    }
+
+    int check_name(const MORVSHARE &share, const Plan &plan) {
+        if (!plan.old || strcmp(plan.old->szName, share.szName) != 0) {
+            if (is_kept(share.szName, plan.key)) return ERR_INVALID_SHARENAME;
+        }
+        if (plan.key == plan.old_key) return 0;
+        std::string_view there;
+        const int code = find_record(mirror_->store[kShares], store_key(plan.key), &there);
+        return code == ERR_KEY_NOT_FOUND ? 0 : code ? code : int{ERR_SHARE_EXISTS};
+    }
+
+    // Whether there is room for one more share.
+    int find_room() {
+        if (!room_) {
+            int there = 0;
+            const int code = walk_shares(*mirror_, [&](const PackedShare &) {
+                ++there;
+                return 0;
+            });
+            if (code) return code;
+            Limit limit = {};
+            const bool is_limited = read_limit("maxshares", &limit) == 0;
+            room_ = !is_limited ? INT_MAX : limit.is_empty ? 0 : limit.most - there;
+        }
+        return *room_ < 1 ? int{ERR_TOO_MANY_SHARES} : 0;
     }
 
     // The share as its section says it today: there may be accounts by now that the mirror has left out.
-    int find_there(const Accounts &accounts) {
-        if (!old_) return 0;
-        for (ConfSections sections(text()); sections.next() && !there_;) {
-            if (!is_named(sections.section, old_key_)) continue;
-            int code = reader_.read(sections.section);
-            if (code == 0) code = reader_.make_share(sections.section, accounts, &there_);
-            if (code) return code;
+    int find_there(Plan &plan) {
+        if (!plan.old) return 0;
+        for (const size_t at : sections_of(plan.old_key)) {
+            if (const int code = read(sections_[at], &plan.there)) return code;
+            if (plan.there) break;
         }
         return 0;
     }
 
-    const MORVSHARE *today() const noexcept { return there_ ? there_.get() : old_.get(); }
+    int read(const ConfSection &section, SharePtr *share) {
+        const int code = reader_.read(section);
+        return code ? code : reader_.make_share(section, mirrors_.accounts(), share);
+    }
 
-    int check_path(const char *path) const {
-        if (old_ && plain_path(path) == plain_path(old_->szPath)) return 0;
-        return may_be_shared(path) ? 0 : ERR_BAD_PARAMETERS;
+    int check_path(const char *path, const Plan &plan) {
+        if (plan.old && plain_path(path) == plain_path(plan.old->szPath)) return 0;
+        if (!system_) system_.emplace();
+        return system_->admit(path) ? 0 : ERR_BAD_PARAMETERS;
     }
 
     // What the caller has not changed is to be what it is today.
-    MORVSHARE rebase(const MORVSHARE &share) {
+    static MORVSHARE rebase(const MORVSHARE &share, Plan &plan) {
         MORVSHARE rebased = share;
-        path_ = plain_path(share.szPath);
-        rebased.szPath = path_.data();
-        if (!old_) return rebased;
+        plan.path = plain_path(share.szPath);
+        rebased.szPath = plan.path.data();
+        if (!plan.old) return rebased;
+        const MORVSHARE &today = *plan.today();
         for (char *MORVSHARE::*text : {&MORVSHARE::szPath, &MORVSHARE::szInvalidUsers,
                                        &MORVSHARE::szWriteList, &MORVSHARE::szReadList}) {
-            if (strcmp(share.*text ? share.*text : "", (*old_).*text) == 0) rebased.*text = (*today()).*text;
+            if (strcmp(share.*text ? share.*text : "", (*plan.old).*text) == 0) rebased.*text = today.*text;
         }
-        if (share.accessType == old_->accessType) rebased.accessType = today()->accessType;
+        if (share.accessType == plan.old->accessType) rebased.accessType = today.accessType;
         return rebased;
     }
 
-    int edit_sections(const Accounts &accounts) {
-        const std::string &key = old_ ? old_key_ : key_;
-        TextChange change(text());
+    int edit_sections(Plan &plan) {
+        const std::string &key = plan.old ? plan.old_key : plan.key;
+        // One by the new name that the mirror could not hold would become a part of the share.
+        if (key != plan.key && !sections_of(plan.key).empty()) return ERR_SHARE_EXISTS;
         bool is_done = false;
-        for (ConfSections sections(text()); sections.next();) {
-            const ConfSection &section = sections.section;
-            // One by the new name that the mirror could not hold would become a part of the share.
-            if (key != key_ && is_named(section, key_)) return ERR_SHARE_EXISTS;
-            if (!is_named(section, key)) continue;
-            was_there_ = true;
+        for (const size_t at : sections_of(key)) {
+            const ConfSection &section = sections_[at];
             SharePtr there;
-            int code = reader_.read(section);
-            if (code == 0 && !is_done) code = reader_.make_share(section, accounts, &there);
-            if (code) return code;
-            std::string edited(section.text);
-            if (!is_done && (there || !old_)) {
-                edited.clear();
-                edits_of(there.get(), wanted_, reader_.keys()).apply(section.text, edited);
-                is_done = true;
+            if (!is_done) {
+                if (const int code = read(section, &there)) return code;
             }
-            if (section.name != wanted_.name) {
+            const bool is_it = !is_done && (there || !plan.old);
+            std::string edited(section.text);
+            if (is_it) {
+                edited.clear();
+                edits_of(there.get(), plan.wanted, reader_.keys()).apply(section.text, edited);
+            }
+            if (section.name != plan.wanted.name) {
                 std::string renamed;
-                rename_section(edited, wanted_.name, renamed);
+                rename_section(edited, plan.wanted.name, renamed);
                 edited.swap(renamed);
             }
-            change.replace(section, edited);
+            if (is_it && (!there || edited != section.text || !plan.wanted.equals(*there))) {
+                const int code = check_text(edited, plan.wanted);
+                if (code) return code == ERR_BAD_PARAMETERS && !plan.old ? int{ERR_SHARE_EXISTS} : code;
+            }
+            is_done = is_done || is_it;
+            if (edited != section.text) plan.edits.push_back({at, std::move(edited)});
         }
-        std::string text = change.finish();
-        if (!is_done) edits_of(nullptr, wanted_, nullptr).append(wanted_.name, text);
-        if (const int code = check_text(text, accounts)) return code;
-        files_->set(AccountFile::kSmbConf, std::move(text));
-        return 0;
+        if (is_done) return 0;
+        plan.is_appended = true;
+        std::string appended(line_at(text(), 0));  // new lines end as this one
+        const size_t size = appended.size();
+        edits_of(nullptr, plan.wanted, nullptr).append(plan.wanted.name, appended);
+        return check_text(std::string_view(appended).substr(size), plan.wanted);
     }
 
     // Nothing is written that would be read as something else.
-    int check_text(std::string_view text, const Accounts &accounts) {
-        for (ConfSections sections(text); sections.next();) {
-            if (!is_named(sections.section, key_)) continue;
-            SharePtr read;
-            int code = reader_.read(sections.section);
-            if (code == 0) code = reader_.make_share(sections.section, accounts, &read);
-            if (code) return code;
-            if (!read && old_) continue;
-            if (read && wanted_.equals(*read)) return 0;
-            break;
-        }
-        return old_ || !was_there_ ? ERR_BAD_PARAMETERS : ERR_SHARE_EXISTS;
+    int check_text(std::string_view text, const SettledShare &wanted) {
+        SharePtr there;
+        ConfSections sections(text);
+        if (!sections.next()) return ERR_BAD_PARAMETERS;
+        if (const int code = read(sections.section, &there)) return code;
+        return there && wanted.equals(*there) && !sections.next() ? 0 : ERR_BAD_PARAMETERS;
     }
 
-    int edit_exports_to(std::string_view folder) {
+    int edit_exports_to(const char *path, std::string_view folder) {
         if (const int code = files_->load(AccountFile::kExports)) return code;
         std::string exports;
-        edit_exports(files_->text(AccountFile::kExports), plain_path(old_->szPath), folder, exports);
+        edit_exports(files_->text(AccountFile::kExports), plain_path(path), folder, exports);
         files_->set(AccountFile::kExports, std::move(exports));
         return 0;
     }
 
-    int change_folder(FolderChange &folder) {
-        const std::string wanted = plain_path(wanted_.path);
-        if (!old_) return folder.make(wanted);
-        const std::string old = plain_path(old_->szPath);
+    int change_folder(const Plan &plan) {
+        const std::string wanted = plain_path(plan.wanted.path);
+        if (!plan.old) return folder_.make(wanted);
+        const char *const old_path = plan.old->szPath;
+        const std::string old = plain_path(old_path);
         if (old == wanted) return 0;
-        if (!names_folder(old_->szPath)) return ERR_BAD_PARAMETERS;
+        if (!names_folder(old_path)) return ERR_BAD_PARAMETERS;
         const bool is_same = is_same_place(old, wanted);
-        if (!is_same && (is_needed_by_others(old, text(), old_key_) || !may_be_taken_away(old)))
+        if (!is_same && (is_needed_by_others(old, text(), plan.old_key) || !may_be_taken_away(old)))
             return ERR_BAD_PARAMETERS;
-        if (const int code = edit_exports_to(wanted)) return code;
-        return is_same ? folder.make(wanted) : folder.move(old, wanted);
+        if (const int code = edit_exports_to(old_path, wanted)) return code;
+        return is_same ? folder_.make(wanted) : folder_.move(old, wanted);
     }
 
-    int discard_folder() const {
-        const SysPath folder(plain_path(old_->szPath).c_str());
+    static int discard_folder(const char *path) {
+        const SysPath folder(plain_path(path).c_str());
         if (is_missing(folder.c_str()) || MORVShareMove2Tmp(folder.c_str()) == 0) return 0;
         return MLIBErrGet();
     }
 
-    std::string key_, old_key_;  // empty: none
-    SharePtr old_;               // as the mirror holds it, and the caller knows it
-    SharePtr there_;             // the same with today's accounts
-    SettledShare wanted_;
-    std::string path_;
-    bool was_there_ = false;  // a section by the name
-};
-
-// ---- Reserved sections ----------------------------------------------------------------------------------
-
-bool is_reserved(const ConfSection &section, const std::string &key) {
-    return section.type == MORV_SECTION_RESERVED && reserved_key(section.name) == key;
-}
-
-// Other readers take a line for the beginning of a section also behind blanks.
-bool may_be_line(std::string_view line) noexcept {
-    return !trim_blanks(line).starts_with('[') && line.find('\n') == line.npos;
-}
-
-std::string line_of(const MLIBSZHASHBUCKET &pair) {
-    return std::string(trim_blanks(pair.pszKey)) + "=" + pair.pszValue;
-}
-
-bool is_pair(const MLIBSZHASHBUCKET &pair) {
-    if (!is_line(pair.pszKey) || !is_line(pair.pszValue)) return false;
-    const std::string line = line_of(pair);
-    std::string_view key;
-    std::string_view value;
-    return may_be_line(line) && read_conf_line(line, &key, &value) == ConfLine::kPair &&
-           key == trim_blanks(pair.pszKey) && value == pair.pszValue && !value.ends_with('\\');
-}
-
-// The new text of a configuration in which a reserved section has other lines, or none. Of several sections
-// with one name the last one counts, and the others go.
-std::string edit_reserved(std::string_view text, const std::string &key,
-                          const std::vector<std::string_view> *lines) {
-    size_t count = 0;
-    for (ConfSections sections(text); sections.next();)
-        count += is_reserved(sections.section, key);
-    TextChange change(text);
-    for (ConfSections sections(text); sections.next();) {
-        if (!is_reserved(sections.section, key)) continue;
-        std::string edited;
-        if (lines && --count == 0) {
-            replace_lines(sections.section.text, *lines, edited);
-        } else {
-            edited = rest_of_section(sections.section.text);
+    // The items of the lists that have been left out because they are no accounts.
+    int find_unknown(const MORVSHARE &share, const SettledShare &wanted, std::vector<std::string> &unknown) {
+        const struct {
+            const char *given;
+            const std::string &settled;
+        } lists[] = {{share.szInvalidUsers, wanted.invalid_users},
+                     {share.szWriteList, wanted.write_list},
+                     {share.szReadList, wanted.read_list}};
+        std::unordered_set<std::string> seen;
+        std::string key;
+        for (const auto &list : lists) {
+            if (!list.given || list.settled == list.given) continue;
+            for (Items items(list.settled); items.next();) {
+                if (upper_name(items.item, key)) seen.insert(key);
+            }
+            for (Items items(list.given); items.next();) {
+                if (!upper_name(items.item, key)) key = items.item;
+                if (!seen.insert(key).second) continue;
+                std::string found;
+                int count = 0;
+                if (const int code = mirrors_.accounts().normalise(items.item, found, &count)) return code;
+                if (count == 0) unknown.emplace_back(items.item);
+            }
         }
-        change.replace(sections.section, edited);
+        return 0;
     }
-    return change.finish();
-}
 
-class ReservedChange : ConfChange {
-  public:
-    int run(const char *name, const MLIBSZHASH *pairs) {
-        std::vector<std::string> lines;
-        for (int i = 0; pairs && i < pairs->nBucket; ++i) {
-            const MLIBSZHASHBUCKET &pair = pairs->bucket[i];
-            if (!pair.pszKey) continue;
-            if (!is_pair(pair)) return ERR_BAD_PARAMETERS;
-            lines.push_back(line_of(pair));
-        }
-        const std::vector<std::string_view> views(lines.begin(), lines.end());
-
-        if (const int code = open()) return code;
-        const std::string key = reserved_key(name);
-        std::string_view image;
-        const int found = find_record(mirror_->store[kShares], store_key(key), &image);
-        if (found && (found != ERR_KEY_NOT_FOUND || !pairs)) return found;
-        std::string text = edit_reserved(ConfChange::text(), key, pairs ? &views : nullptr);
-        if (found && pairs) append_lines(name, views, text);
-        files_->set(AccountFile::kSmbConf, std::move(text));
+    int finish(std::span<const Plan> plans) {
+        edit_text(plans);
         bool in_effect;
-        if (const int code = commit(&in_effect)) return code;
-        update_mirror([&](Mirror &mirror) {
-            if (!pairs) return erase_record(mirror.store[kShares], store_key(key));
-            return store(mirror, name, lines);
-        });
+        const int code = commit(&in_effect);
+        if (in_effect) folder_.keep();
+        if (code) return code;
+        const auto is_news = [](const Plan &plan) {
+            return !plan.refusal && !(plan.old && plan.wanted.equals(*plan.old));
+        };
+        if (files_->changes(AccountFile::kSmbConf) || std::any_of(plans.begin(), plans.end(), is_news)) {
+            update_mirror([&](Mirror &mirror) {
+                for (const Plan &plan : plans) {
+                    if (!is_news(plan)) continue;
+                    if (const int failed = put_share(mirror, plan.old_key, plan.wanted.record()))
+                        return failed;
+                }
+                return 0;
+            });
+        }
         return lock_.release();
     }
 
-  private:
-    // The pairs alone: comments before the next section are not the section's own.
-    int store(Mirror &mirror, std::string name, const std::vector<std::string> &lines) {
-        for (ConfSections sections(text()); sections.next();) {
-            if (is_reserved(sections.section, reserved_key(name))) name = sections.section.name;
-        }
-        MLIBSZLIST *list = PslMLIBSzListAlloc(1024);
-        if (!list) return ERR_OUT_OF_MEMORY;
-        bool is_full = MLIBSzListPush(&list, name.c_str()) >= 0;
-        for (const std::string &line : lines)
-            is_full = is_full && MLIBSzListPush(&list, line.c_str()) >= 0;
-        const ListPtr owned(list);
-        if (!is_full) return ERR_OUT_OF_MEMORY;
-        return MORVListDBSet(mirror.store[kShares], name.c_str(), list) == 0 ? 0 : MLIBErrGet();
-    }
-};
-
-// ---- The whole store ------------------------------------------------------------------------------------
-
-// A share of the store, as it is to stand in the configuration.
-struct StoredShare {
-    SharePtr stored;
-    SettledShare settled;
-    bool is_placed = false;
-};
-
-class Dump {
-  public:
-    explicit Dump(Mirror &mirror) noexcept : mirror_(mirror) {}
-
-    int run() {
-        int code = reader_.allocate();
-        if (code == 0) code = mirrors_.open();
-        if (code == 0) code = files_.load(AccountFile::kSmbConf);
-        if (code) return code;
-        // What another tool has written since would be undone.
-        if (mirror_.source[0] != state_of(files_.read_state(AccountFile::kSmbConf))) return ERR_STORE_INVALID;
-        code = read_store();
-        if (code == 0) code = edit();
-        if (code == 0) code = files_.commit(Record::kShare);
-        if (code) return code;
-        mirror_.source[0] = state_of(files_.new_state(AccountFile::kSmbConf));
-        code = adjust_store();
-        return code ? code : publish_stores(mirror_);
-    }
-
-  private:
-    int read_store() {
-        std::vector<std::string> keys;
-        Walk walk(mirror_.store[kShares]);
-        while (walk.next()) {
-            MORVSHARE *share = nullptr;
-            if (MORVShareDBUnpack(walk.value.data(), static_cast<int>(walk.value.size()), &share) != 0)
-                return MLIBErrGet() == ERR_OUT_OF_MEMORY ? ERR_OUT_OF_MEMORY : ERR_STORE_INVALID;
-            shares_[std::string(stored_text(walk.key))].stored.reset(share);
-        }
-        return walk.code;
-    }
-
-    // The share that a section is to become: by its name, else the one of the same folder, which was
-    // renamed.
-    StoredShare *find(const std::string &key, const MORVSHARE &there) {
-        const auto by_name = shares_.find(key);
-        if (by_name != shares_.end()) return by_name->second.is_placed ? nullptr : &by_name->second;
-        for (auto &[other, share] : shares_) {
-            if (!share.is_placed && !keys_.contains(other) && strcmp(share.stored->szPath, there.szPath) == 0)
-                return &share;
-        }
-        return nullptr;
-    }
-
-    int edit() {
-        const std::string_view text = files_.text(AccountFile::kSmbConf);
-        std::string key;
-        for (ConfSections sections(text); sections.next();) {
-            if (sections.section.type == MORV_SECTION_SHARE && upper_name(sections.section.name, key))
-                keys_.insert(key);
-        }
-        TextChange change(text);
-        std::set<std::string> met;
-        for (ConfSections sections(text); sections.next();) {
-            const ConfSection &section = sections.section;
-            if (const int code = reader_.read(section)) return code;
-            if (section.type == MORV_SECTION_RESERVED) {
-                reserved_.insert(reserved_key(section.name));
-                continue;
+    void edit_text(std::span<const Plan> plans) {
+        std::vector<const std::string *> edited(sections_.size());
+        for (const Plan &plan : plans) {
+            for (const Plan::Edit &edit : plan.edits) {
+                if (!plan.refusal) edited[edit.section] = &edit.text;
             }
-            SharePtr there;
-            if (const int code = reader_.make_share(section, mirrors_.accounts(), &there)) return code;
-            // What the mirror does not hold stays as it is.
-            if (!there || !upper_name(section.name, key) || !met.insert(key).second) continue;
-            if (const int code = edit_share(section, *there, key, change)) return code;
         }
-        std::string edited = change.finish();
-        for (auto &[name, share] : shares_) {
-            if (share.is_placed) continue;
-            if (!has_lines(*share.stored)) return ERR_BAD_PARAMETERS;
-            if (const int code = share.settled.take(*share.stored, nullptr, mirrors_.accounts())) return code;
-            edits_of(nullptr, share.settled, nullptr).append(share.settled.name, edited);
+        TextChange change(text());
+        for (size_t at = 0; at < edited.size(); ++at) {
+            if (edited[at]) change.replace(sections_[at], *edited[at]);
         }
-        if (const int code = edit_reserved_sections(edited)) return code;
-        files_.set(AccountFile::kSmbConf, std::move(edited));
-        return 0;
+        std::string text = change.finish();
+        for (const Plan &plan : plans) {
+            if (!plan.refusal && plan.is_appended)
+                edits_of(nullptr, plan.wanted, nullptr).append(plan.wanted.name, text);
+        }
+        files_->set(AccountFile::kSmbConf, std::move(text));
     }
 
-    int edit_share(const ConfSection &section, const MORVSHARE &there, const std::string &key,
-                   TextChange &change) {
-        StoredShare *const share = find(key, there);
-        if (!share) {
-            change.replace(section, rest_of_section(section.text));
-            return 0;
-        }
-        share->is_placed = true;
-        if (const int code = share->settled.take(*share->stored, &there, mirrors_.accounts())) return code;
-        if (share->settled.equals(there)) return 0;
-        if (!has_lines(*share->stored)) return ERR_BAD_PARAMETERS;
-        std::string edited;
-        edits_of(&there, share->settled, reader_.keys()).apply(section.text, edited);
-        std::string renamed;
-        if (section.name != share->settled.name) rename_section(edited, share->settled.name, renamed);
-        change.replace(section, renamed.empty() ? edited : renamed);
-        return 0;
-    }
-
-    int edit_reserved_sections(std::string &text) {
-        for (const char *name : {"global", "home", "printers"})
-            reserved_.insert(reserved_key(name));
-        for (const std::string &key : reserved_) {
-            std::string_view image;
-            const int code = find_record(mirror_.store[kShares], store_key(key), &image);
-            if (code == ERR_KEY_NOT_FOUND) {
-                text = edit_reserved(text, key, nullptr);
-                continue;
-            }
-            if (code) return code;
-            ListPtr list(MORVListDBUnpack(image.data(), static_cast<int>(image.size())));
-            if (!list) return MLIBErrGet() == ERR_OUT_OF_MEMORY ? ERR_OUT_OF_MEMORY : ERR_STORE_INVALID;
-            if (const int failed = edit_lines(key, *list, text)) return failed;
-        }
-        return 0;
-    }
-
-    int edit_lines(const std::string &key, const MLIBSZLIST &list, std::string &text) {
-        bool is_there = false;
-        bool is_same = false;
-        std::set<std::string, std::less<>> known;
-        for (ConfSections sections(text); sections.next();) {
-            if (!is_reserved(sections.section, key)) continue;
-            if (const int code = reader_.read(sections.section)) return code;
-            is_there = true;
-            is_same = equals(*reader_.lines(), list);
-            known.insert(reader_.lines()->pszItem + 1, reader_.lines()->pszItem + reader_.lines()->nItem);
-        }
-        if (is_same) return 0;
-        std::vector<std::string_view> lines;
-        for (int i = 1; i < list.nItem; ++i) {
-            const std::string_view line = trim_blanks(list.pszItem[i]);
-            if (!may_be_line(line) && !known.contains(line)) return ERR_BAD_PARAMETERS;
-            lines.push_back(line);
-        }
-        if (is_there) {
-            text = edit_reserved(text, key, &lines);
-        } else if (list.nItem > 0) {
-            append_lines(list.pszItem[0], lines, text);
-        }
-        return 0;
-    }
-
-    static bool equals(const MLIBSZLIST &a, const MLIBSZLIST &b) noexcept {
-        if (a.nItem != b.nItem) return false;
-        for (int i = 1; i < a.nItem; ++i) {
-            if (strcmp(a.pszItem[i], b.pszItem[i]) != 0) return false;
-        }
-        return true;
-    }
-
-    // The store holds what a building from the new text would hold.
-    int adjust_store() {
-        for (const auto &[key, share] : shares_) {
-            if (share.settled.equals(*share.stored)) continue;
-            if (const int code = put_share(mirror_, key, share.settled.record())) return code;
-        }
-        return 0;
-    }
-
-    Mirror &mirror_;
-    FileChanges files_;
     AccountMirrors mirrors_;
-    SectionReader reader_;
-    std::map<std::string, StoredShare> shares_;  // by upper-cased name
-    std::set<std::string> keys_;                 // of the sections
-    std::set<std::string> reserved_;             // the keys of reserved sections
+    std::vector<ConfSection> sections_;
+    std::unordered_map<std::string, std::vector<size_t>> index_;
+    std::optional<int> room_;  // for further shares
+    std::optional<SystemFolders> system_;
+    FolderChange folder_;
 };
 
 }  // namespace
@@ -680,20 +510,20 @@ int set_share(const char *old_name, const MORVSHARE &share) noexcept {
     return no_throw([&] { return ShareChange().set(old_name, share); });
 }
 
+int restore_shares(std::span<const MORVSHARE> shares, std::vector<RestoredShare> &results) noexcept {
+    const auto run = [&] { return no_throw([&] { return ShareChange().restore(shares, results); }); };
+    const int code = run();
+    if (code != ERR_STORE_INVALID) return code;
+    forget_mirror(share_mirror_kind);
+    return run();
+}
+
 int delete_share(const char *name) noexcept {
     return no_throw([&] { return ShareChange().remove(name, nullptr); });
 }
 
 int forget_share(const char *name, const char *top) noexcept {
     return no_throw([&] { return ShareChange().remove(name, top); });
-}
-
-int change_reserved(const char *section, const MLIBSZHASH *pairs) noexcept {
-    return no_throw([&] { return ReservedChange().run(section, pairs); });
-}
-
-int dump_shares(Mirror &mirror) {
-    return Dump(mirror).run();
 }
 
 }  // namespace morv

@@ -4,7 +4,7 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
-#include <string>
+#include <algorithm>
 #include <unordered_set>
 
 #include "core/account/named_lines.h"
@@ -83,22 +83,24 @@ bool is_same_place(std::string_view a, std::string_view b) {
     return resolve(a) == resolve(b);
 }
 
-bool may_be_shared(std::string_view path) {
+SystemFolders::SystemFolders() : root_(resolve({})), services_(resolve(kServices)) {
+    for (const std::string_view name : kSystemFolders)
+        folders_.push_back(resolve(name));
+}
+
+bool SystemFolders::admit(std::string_view path) const {
     const std::string folder = resolve(path);
-    const std::string root = resolve({});
     // A link may lead out of the system root.
-    if (folder == root || !lies_below(folder, root)) return false;
-    const std::string services = resolve(kServices);
-    if (folder != services && lies_below(folder, services)) return true;
-    for (const std::string_view name : kSystemFolders) {
-        const std::string system = resolve(name);
-        if (lies_below(folder, system) || lies_below(system, folder)) return false;
-    }
-    return true;
+    if (folder == root_ || !lies_below(folder, root_)) return false;
+    if (folder != services_ && lies_below(folder, services_)) return true;
+    return std::none_of(folders_.begin(), folders_.end(), [&](const std::string &system) {
+        return lies_below(folder, system) || lies_below(system, folder);
+    });
 }
 
 bool may_be_taken_away(std::string_view path) {
-    return may_be_shared(path) && !lies_below(resolve(kHomes), resolve(path)) && !is_mount_point(path);
+    return SystemFolders().admit(path) && !lies_below(resolve(kHomes), resolve(path)) &&
+           !is_mount_point(path);
 }
 
 namespace {

@@ -2,15 +2,27 @@
 // on the way. Paths are those of the configuration, below the system root. May throw std::bad_alloc.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace morv {
 
 // Whether two paths lead to the same place.
 bool is_same_place(std::string_view a, std::string_view b);
 
-// Whether a folder is neither the system's own, nor in such a one, nor holds one.
-bool may_be_shared(std::string_view path);
+// The folders that are the system's own, looked up once for many questions.
+class SystemFolders {
+  public:
+    SystemFolders();
+
+    // Whether a folder is neither such a one, nor in one, nor holds one.
+    bool admit(std::string_view path) const;
+
+  private:
+    std::string root_, services_;
+    std::vector<std::string> folders_;
+};
 
 // Whether the folder may be moved or removed with its share: not that of the users' homes, not a mount
 // point.

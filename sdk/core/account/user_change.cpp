@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <morvsdk/error.h>
 #include <morvsdk/file.h>
 #include <string.h>
@@ -45,6 +46,10 @@ bool must_stay(std::string_view key) noexcept {
 // Names that a home folder cannot have.
 bool is_dots(std::string_view name) noexcept {
     return name == "." || name == "..";
+}
+
+const char *or_empty(const char *text) noexcept {
+    return text ? text : "";
 }
 
 bool is_field(const char *text) noexcept {
@@ -104,6 +109,7 @@ struct Plan {
     bool adds() const noexcept { return old_key.empty(); }
     bool removes() const noexcept { return key.empty(); }
     bool renames() const noexcept { return !adds() && !removes() && old_name != name; }
+    bool changes_nothing() const noexcept { return key == old_key && lines == old_lines; }
 };
 
 // What a process that was killed between making a home and giving it away has left.
@@ -128,8 +134,9 @@ struct NewHome {
 
 class UserChanges {
   public:
-    UserChanges(std::span<const UserChange> changes, int *failed) noexcept
-        : changes_(changes), failed_(failed) {}
+    // failed: may be null. codes: null for all or none.
+    UserChanges(std::span<const UserChange> changes, int *failed, int *codes) noexcept
+        : changes_(changes), failed_(failed), codes_(codes) {}
 
     int run() {
         for (int round = 0; round < kRounds; ++round) {
@@ -141,6 +148,7 @@ class UserChanges {
             // A tool without our locks may have changed a file since the mirror was looked at.
             if (!mirror_agrees()) continue;
             if (const int code = plan_all()) return code;
+            if (plans_.empty()) return 0;
             if (const int code = edit_files()) return code;
             if (const int code = make_homes()) return code;
             forget_dependents();
@@ -176,21 +184,35 @@ class UserChanges {
         taken_names_.clear();
         taken_uids_.clear();
         last_uid_ = 0;
-        int adds = 0;
-        plans_.resize(changes_.size());
+        adds_ = 0;
+        room_ = INT_MAX;
+        if (codes_) {
+            if (const int code = find_room()) return code;
+        }
+        plans_.reserve(changes_.size());
         for (size_t i = 0; i < changes_.size(); ++i) {
             if (failed_) *failed_ = static_cast<int>(i);
-            if (const int code = plan(changes_[i], plans_[i])) return code;
-            adds += plans_[i].adds();
+            Plan p;
+            const int code = plan(changes_[i], p);
+            if (code && (!codes_ || !is_about_one_account(code))) return code;
+            if (codes_) codes_[i] = code;
+            if (code) continue;
+            if (changes_[i].user) taken_names_.insert(p.key);
+            adds_ += p.adds();
+            if (!p.changes_nothing()) plans_.push_back(std::move(p));
         }
         if (failed_) *failed_ = -1;
-        return adds > 0 ? check_limit(adds) : 0;
+        if (codes_ || adds_ == 0) return 0;
+        if (const int code = find_room()) return code;
+        return adds_ > room_ ? int{ERR_TOO_MANY_USERS} : 0;
     }
 
-    static int check_limit(int adds) noexcept {
+    // How many users the model still takes.
+    int find_room() noexcept {
         int there;
         if (const int code = count_users(MORV_USER_LOCAL | MORV_USER_DOMAIN, &there)) return code;
-        return exceeds_limit("maxaccounts", there, adds) ? int{ERR_TOO_MANY_USERS} : 0;
+        room_ = room_below_limit("maxaccounts", there);
+        return 0;
     }
 
     int plan(const UserChange &change, Plan &p) {
@@ -199,7 +221,7 @@ class UserChanges {
             if (!BlMLIBIsUserName(p.name.c_str()) || is_dots(p.name) || !upper_name(p.name, p.key))
                 return ERR_INVALID_USERNAME;
             if (!has_sound_fields(*change.user)) return ERR_BAD_PARAMETERS;
-            if (!taken_names_.insert(p.key).second) return ERR_USER_EXISTS;
+            if (taken_names_.contains(p.key)) return ERR_USER_EXISTS;
         }
         if (change.old_name) {
             if (!*change.old_name) return ERR_INVALID_USERNAME;
@@ -214,6 +236,7 @@ class UserChanges {
         if (!p.adds()) {
             p.old_name = first_field(p.old_lines.passwd);
             if (is_domain_name(p.old_name)) return ERR_INVALID_USERNAME;
+            if (change.stored) p.name = p.old_name;
             if (must_stay(p.old_key) && (change.user ? p.old_name != p.name : !change.password))
                 return ERR_INVALID_USERNAME;
         }
@@ -224,7 +247,7 @@ class UserChanges {
             if (code == 0) return ERR_USER_EXISTS;
             if (code != ERR_KEY_NOT_FOUND) return code;
         }
-        return plan_lines(*change.user, p);
+        return plan_lines(*change.user, change.stored, p);
     }
 
     int plan_password(const char *password, Plan &p) {
@@ -243,11 +266,27 @@ class UserChanges {
         return 0;
     }
 
-    int plan_lines(const MORVUSER &user, Plan &p) {
+    int plan_lines(const MORVUSER &user, const SmbFields *stored, Plan &p) {
         MORVUSER wanted = user;
         UserPtr old;
         if (!p.adds()) {
             if (const int code = make_user_ptr(p.old_lines, &old)) return code;
+        } else if (adds_ >= room_) {
+            return ERR_TOO_MANY_USERS;
+        }
+        if (stored) {
+            for (const std::string_view field :
+                 {std::string_view(or_empty(user.szPassword)), stored->lm, stored->nt}) {
+                if (field.find_first_of(":\n") != field.npos) return ERR_BAD_PARAMETERS;
+            }
+        }
+        if (stored && old) {
+            if (old->uid < uid_range.first) return ERR_NO_SUCH_USER;
+            wanted.szName = old->szName;
+            wanted.uid = old->uid;
+            wanted.gid = old->gid;
+            wanted.szHome = old->szHome;
+            wanted.szShell = old->szShell;
         }
         if (wanted.uid > kMostId || wanted.gid > kMostId) return ERR_BAD_PARAMETERS;
         if (p.adds() && wanted.uid == 0) {
@@ -262,27 +301,32 @@ class UserChanges {
         if (p.adds() && wanted.gid == 0) wanted.gid = gid_of_users();
         p.uid = wanted.uid;
         p.gid = wanted.gid;
-        if (const int code = make_user_lines(wanted, p.adds() ? nullptr : &p.old_lines, &p.lines))
+        const UserLines *const old_lines = old ? &p.old_lines : nullptr;
+        if (const int code = stored ? make_stored_lines(wanted, *stored, old_lines, &p.lines)
+                                    : make_user_lines(wanted, old_lines, &p.lines))
             return code;
         if (old) {
             // A line that says the same in another way stays as somebody wrote it.
             UserLines same;
-            const int code = make_user_lines(*old, &p.old_lines, &same);
+            const int code = make_open_lines(*old, &same);
             p.keeps_passwd = code == 0 && same.passwd == p.lines.passwd;
-            p.keeps_misc = code == 0 && same.misc == p.lines.misc && !p.old_lines.misc.empty();
+            p.keeps_misc = code == 0 && same.misc == p.lines.misc && (stored || !p.old_lines.misc.empty());
             if (p.keeps_passwd) p.lines.passwd = p.old_lines.passwd;
             if (p.keeps_misc) p.lines.misc = p.old_lines.misc;
         } else {
             const size_t shell = p.lines.passwd.rfind(':');
             const size_t home = p.lines.passwd.rfind(':', shell - 1) + 1;
             p.home = p.lines.passwd.substr(home, shell - home);
+            // Names may be of more bytes than a file system takes.
+            if (p.home.size() - (p.home.rfind('/') + 1) > NAME_MAX) return ERR_INVALID_USERNAME;
         }
         return 0;
     }
 
     // The primary group of who is given none: nobody falls into the superuser's by a zero.
     uint32_t gid_of_users() {
-        uint32_t gid = 0;
+        if (gid_of_users_) return *gid_of_users_;
+        uint32_t &gid = gid_of_users_.emplace(0);
         if (files_->load(AccountFile::kGroup) != 0) return 0;
         std::string key;
         for (std::string_view line : Lines(files_->text(AccountFile::kGroup))) {
@@ -355,7 +399,7 @@ class UserChanges {
         if (p.removes()) {
             edits.drop(p.old_key);
         } else if (line.empty()) {
-            if (p.key != p.old_key) edits.drop(p.key);
+            edits.drop(p.key);
         } else if (p.adds() || p.key == p.old_key) {
             edits.put(p.key, line);
         } else {
@@ -396,6 +440,7 @@ class UserChanges {
     // ---- Homes -----------------------------------------------------------------------------------------
 
     int make_homes() {
+        homes_.reserve(plans_.size());
         for (const Plan &p : plans_) {
             if (!p.adds()) continue;
             const std::string_view home = p.home;
@@ -410,7 +455,6 @@ class UserChanges {
     int make_home(const Plan &p) {
         const SysPath path(p.home.c_str());
         NewHome home(path.c_str());
-        homes_.reserve(homes_.size() + 1);
         if (mkdir(path.c_str(), kNewHomeMode) != 0) {
             const bool is_there = errno == EEXIST;
             home.path.clear();
@@ -490,13 +534,17 @@ class UserChanges {
 
     std::span<const UserChange> changes_;
     int *failed_;
+    int *codes_;
     MirrorPtr mirror_;
     MirrorPtr groups_;
     std::unique_ptr<FileChanges> files_;
     std::vector<Plan> plans_;
     std::unordered_set<std::string> taken_names_;
     std::unordered_set<uint32_t> taken_uids_;
+    std::optional<uint32_t> gid_of_users_;
     uint32_t last_uid_ = 0;
+    int adds_ = 0;
+    int room_ = INT_MAX;
     MemberEdits members_;
     Renames added_;
     std::vector<std::string> changed_groups_;
@@ -506,9 +554,7 @@ class UserChanges {
     std::vector<NewHome> homes_;
 };
 
-}  // namespace
-
-int change_users(std::span<const UserChange> changes, int *failed) noexcept {
+int change(std::span<const UserChange> changes, int *failed, int *codes) noexcept {
     bool only_passwords = true;
     for (const UserChange &change : changes)
         only_passwords &= !change.user && change.password;
@@ -517,9 +563,19 @@ int change_users(std::span<const UserChange> changes, int *failed) noexcept {
                                                    : uint32_t{MORV_LOCK_PW | MORV_LOCK_GR | MORV_LOCK_SMB})) {
         return code;
     }
-    const int code = no_throw([&] { return UserChanges(changes, failed).run(); });
+    const int code = no_throw([&] { return UserChanges(changes, failed, codes).run(); });
     const int released = lock.release();
     return code ? code : released;
+}
+
+}  // namespace
+
+int change_users(std::span<const UserChange> changes, int *failed) noexcept {
+    return change(changes, failed, nullptr);
+}
+
+int change_users_if_possible(std::span<const UserChange> changes, int *codes) noexcept {
+    return change(changes, nullptr, codes);
 }
 
 int put_user(Mirror &mirror, const std::string &old_key, const MORVUSER &user) {

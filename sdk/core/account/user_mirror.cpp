@@ -161,10 +161,51 @@ std::string with_id(uint32_t id) {
     return std::to_string(static_cast<int32_t>(id));
 }
 
-void append_hex(std::string &out, const uint8_t (&hash)[16]) {
+std::string hex(const uint8_t (&hash)[16]) {
     constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string out;
     for (const uint8_t byte : hash)
         out.append({kDigits[byte >> 4], kDigits[byte & 15]});
+    return out;
+}
+
+std::string join_fields(std::span<const std::string_view> fields) {
+    std::string line(fields[0]);
+    for (const std::string_view field : fields.subspan(1))
+        line.append(":").append(field);
+    return line;
+}
+
+// Who may not change the password must keep it for more days than it is valid for.
+bool is_password_fixed(std::string_view least, std::string_view most) noexcept {
+    return shadow_number(least) >= shadow_number(most);
+}
+
+constexpr const char *kMostDays = "99999";
+const char *least_days(const MORVUSER &user) noexcept {
+    return user.noPasswordChange == 1 ? "100000" : "0";
+}
+
+std::string expiry(const MORVUSER &user) {
+    return user.expireDay < 0 ? std::string() : std::to_string(user.expireDay);
+}
+
+// The lines of somebody whose password is of now.
+std::string shadow_line(const MORVUSER &user, std::string_view hash, time_t now) {
+    constexpr time_t kSecondsOfDay = 86400;
+    std::string line(user.szName);
+    line.append(":").append(hash).append(":").append(std::to_string(now / kSecondsOfDay));
+    line.append(":").append(least_days(user)).append(":").append(kMostDays);
+    return line.append(":7::").append(expiry(user)).append(":");
+}
+
+std::string smb_line(const MORVUSER &user, const SmbFields &hashes, time_t now) {
+    std::string line(user.szName);
+    line.append(":").append(with_id(user.uid)).append(":");
+    line.append(hashes.lm).append(":").append(hashes.nt);
+    char changed[16];
+    snprintf(changed, sizeof changed, "%08X", static_cast<unsigned>(now));
+    return line.append(":[U          ]:LCT-").append(changed).append(":");
 }
 
 int encode_description(const char *text, std::string &out) {
@@ -248,6 +289,16 @@ int find_user(Mirror &mirror, const char *key, UserText *text) noexcept {
     return 0;
 }
 
+int find_smb_fields(Mirror &mirror, const char *key, SmbFields *fields) noexcept {
+    std::string_view line;
+    std::string_view all[kSmbFields];
+    *fields = {};
+    if (const int code = need_store(mirror, kUserSmb)) return code;
+    if (const int code = find_line(mirror.store[kUserSmb], store_key(key), &line)) return code;
+    if (split_fields(line, ':', all) == kSmbFields) *fields = {all[2], all[3]};
+    return 0;
+}
+
 int make_user(const UserText &text, MORVUSER **user) noexcept {
     const MallocPtr<char> copies(
         static_cast<char *>(malloc(2 * text.passwd.size() + text.shadow.size() + text.misc.size() + 4)));
@@ -280,7 +331,7 @@ int make_user(const UserText &text, MORVUSER **user) noexcept {
         if (cut_fields(text.shadow, at, shadow) != kShadowFields) return ERR_FORMAT_ERROR;
         hash = shadow[1];
         expire = shadow_number(shadow[7]);
-        fixed_password = shadow_number(shadow[3]) < shadow_number(shadow[4]) ? 0 : 1;
+        fixed_password = is_password_fixed(shadow[3], shadow[4]);
     }
     int32_t privilege = 0;
     const char *extra = "";
@@ -298,15 +349,21 @@ int make_user(const UserText &text, MORVUSER **user) noexcept {
                : MLIBErrGet();
 }
 
-int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines) {
+int make_open_lines(const MORVUSER &user, UserLines *lines) {
     const std::string name = user.szName;
-    const char *const password = or_empty(user.szPassword);
     std::string description;
     if (const int code = encode_description(user.szDescription, description)) return code;
     const std::string home =
         *or_empty(user.szHome) ? std::string(user.szHome) : "/var/services/homes/" + name;
     const std::string shell = *or_empty(user.szShell) ? user.szShell : "/bin/csh";
+    lines->passwd = name + ":x:" + with_id(user.uid) + ":" + with_id(user.gid) + ":" + description + ":" +
+                    home + ":" + shell;
+    lines->misc = name + ":" + std::to_string(user.privilege) + ":" + or_empty(user.szExtra);
+    return 0;
+}
 
+int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines) {
+    const char *const password = or_empty(user.szPassword);
     std::string_view smb[kSmbFields];
     const bool had_smb = old && !old->smb.empty();
     const bool smb_sound = had_smb && split_fields(old->smb, ':', smb) == kSmbFields;
@@ -318,10 +375,7 @@ int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines
     }
     const bool new_password = !old || old_hash != password;
     if (had_smb && !smb_sound && !new_password) return ERR_FORMAT_ERROR;
-
-    lines->passwd = name + ":x:" + with_id(user.uid) + ":" + with_id(user.gid) + ":" + description + ":" +
-                    home + ":" + shell;
-    lines->misc = name + ":" + std::to_string(user.privilege) + ":" + or_empty(user.szExtra);
+    if (const int code = make_open_lines(user, lines)) return code;
 
     std::string hash = old_hash;
     if (new_password) {
@@ -329,29 +383,54 @@ int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines
         if (const int code = hash_password(password, old ? old_hash.c_str() : nullptr, &made)) return code;
         hash = made.text;
     }
-    constexpr long long kSecondsOfDay = 86400;
-    constexpr const char *kNever = "100000";  // more days than the password is valid for
-    const long long now = time(nullptr);
-    lines->shadow = name + ":" + hash + ":" + std::to_string(now / kSecondsOfDay) + ":" +
-                    (user.noPasswordChange == 1 ? kNever : "0") + ":99999:7::";
-    lines->shadow += user.expireDay < 0 ? ":" : std::to_string(user.expireDay) + ":";
+    const time_t now = time(nullptr);
+    lines->shadow = shadow_line(user, hash, now);
 
     lines->smb.clear();
     if (!new_password && !had_smb) return 0;  // nothing to make the hashes of
-    lines->smb = name + ":" + with_id(user.uid) + ":";
-    if (new_password) {
-        uint8_t lm[16];
-        uint8_t nt[16];
-        if (MLIBSmbLmHash(password, lm) != 0 || MLIBSmbMd4Hash(password, nt) != 0) return MLIBErrGet();
-        append_hex(lines->smb, lm);
-        lines->smb += ":";
-        append_hex(lines->smb, nt);
-    } else {
-        lines->smb.append(smb[2]).append(":").append(smb[3]);
+    if (!new_password) {
+        lines->smb = smb_line(user, {smb[2], smb[3]}, now);
+        return 0;
     }
-    char changed[16];
-    snprintf(changed, sizeof changed, "%08X", static_cast<unsigned>(now));
-    lines->smb.append(":[U          ]:LCT-").append(changed).append(":");
+    uint8_t lm[16];
+    uint8_t nt[16];
+    if (MLIBSmbLmHash(password, lm) != 0 || MLIBSmbMd4Hash(password, nt) != 0) return MLIBErrGet();
+    lines->smb = smb_line(user, {hex(lm), hex(nt)}, now);
+    return 0;
+}
+
+int make_stored_lines(const MORVUSER &user, const SmbFields &smb, const UserLines *old, UserLines *lines) {
+    if (const int code = make_open_lines(user, lines)) return code;
+    const time_t now = time(nullptr);
+    const char *const hash = or_empty(user.szPassword);
+    const bool is_as_without = !strcmp(hash, "*") && user.expireDay < 0 && user.noPasswordChange != 1;
+    if (!old || (old->shadow.empty() && !is_as_without)) {
+        lines->shadow = shadow_line(user, hash, now);
+    } else if (old->shadow.empty()) {
+        lines->shadow.clear();
+    } else {
+        std::string_view fields[kShadowFields];
+        if (split_fields(old->shadow, ':', fields) != kShadowFields) return ERR_FORMAT_ERROR;
+        fields[1] = hash;
+        if (is_password_fixed(fields[3], fields[4]) != (user.noPasswordChange == 1)) {
+            fields[3] = least_days(user);
+            fields[4] = kMostDays;
+        }
+        const std::string day = expiry(user);
+        if (std::max(shadow_number(fields[7]), -1) != std::max(user.expireDay, -1)) fields[7] = day;
+        lines->shadow = join_fields(fields);
+    }
+
+    lines->smb.clear();
+    if (smb.lm.empty() && smb.nt.empty()) return 0;
+    std::string_view fields[kSmbFields];
+    if (!old || split_fields(old->smb, ':', fields) != kSmbFields) {
+        lines->smb = smb_line(user, smb, now);
+    } else {
+        fields[2] = smb.lm;
+        fields[3] = smb.nt;
+        lines->smb = join_fields(fields);
+    }
     return 0;
 }
 

@@ -38,6 +38,12 @@ int build_domain_users(Mirror &mirror) noexcept;
 // The lines of one user, as the stores and the files hold them; empty: none.
 struct UserLines {
     std::string passwd, shadow, misc, smb;
+    bool operator==(const UserLines &) const = default;
+};
+
+// The third and fourth field of a user's line of the samba password file: the hashes. Both empty: no line.
+struct SmbFields {
+    std::string_view lm, nt;
 };
 
 // The lines that make up a user's record; empty: none. Out of the stores they are good until the next call
@@ -49,12 +55,22 @@ struct UserText {
 // Finds the lines of a user by its upper-cased name. ERR_NO_SUCH_USER when there is no passwd line.
 int find_user(Mirror &mirror, const char *key, UserText *text) noexcept;
 
+// Finds the hashes of the samba password file. Good until the next call on its store.
+int find_smb_fields(Mirror &mirror, const char *key, SmbFields *fields) noexcept;
+
 // Makes a record of lines. Answers 0, ERR_FORMAT_ERROR or ERR_OUT_OF_MEMORY.
 int make_user(const UserText &text, MORVUSER **user) noexcept;
 
 // Makes the lines of a record. `old`: those that the user has; null for a new user. Answers 0,
 // ERR_FORMAT_ERROR or the codes of hash_password. May throw std::bad_alloc.
 int make_user_lines(const MORVUSER &user, const UserLines *old, UserLines *lines);
+
+// The same with hashes in the place of a password: szPassword is what is to be stored. Of lines that the user has,
+// nothing changes that the record does not say. ERR_BAD_PARAMETERS or ERR_FORMAT_ERROR.
+int make_stored_lines(const MORVUSER &user, const SmbFields &smb, const UserLines *old, UserLines *lines);
+
+// The passwd and the misc line alone. ERR_BAD_PARAMETERS.
+int make_open_lines(const MORVUSER &user, UserLines *lines);
 
 // Writes the lines of a user under its upper-cased name, and the name under its uid unless there is none.
 // Answers 0 or a code of the store.

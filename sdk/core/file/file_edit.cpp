@@ -35,7 +35,8 @@ int FileEdit::prepare(ReplacementFile &file, std::string_view content, NewFile n
     if (exists()) {
         code = file.create_like(fd_.get());
     } else {
-        code = new_file == kOwn ? file.create_own(0644) : file.create_as_opened();
+        code = new_file == kAsOpened ? file.create_as_opened()
+                                     : file.create_own(new_file == kPrivate ? 0600 : 0644);
     }
     if (code == 0) code = file.write(content);
     return code == 0 ? file.complete() : code;

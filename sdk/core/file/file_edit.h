@@ -37,7 +37,8 @@ class FileEdit {
 
     enum NewFile {
         kAsOpened,  // mode 0666 less the umask, and the group that its folder gives
-        kOwn        // mode 0644, and the user and group of the process
+        kOwn,       // mode 0644, and the user and group of the process
+        kPrivate    // mode 0600, likewise
     };
 
     // Replaces the target by a file with this content. Answers the codes of a replacement file.

@@ -1,5 +1,7 @@
 #include "core/file/key_value.h"
 
+#include <errno.h>
+
 #include <string>
 
 #include "core/base/no_throw.h"
@@ -41,6 +43,10 @@ int read_key_value(const char *path, std::string_view key, std::span<char> value
     const KeyLine line = parse_key_line(find_key_line(file.view(), key));
     if (!line.has_value) return ERR_KEY_NOT_FOUND;
     return copy_text(value, trim(up_to_nul(line.value))) ? 0 : ERR_NOT_ENOUGH_MEMORY;
+}
+
+bool is_not_stored(int code) noexcept {
+    return code == ERR_KEY_NOT_FOUND || (code == ERR_OPEN_FAILED && errno == ENOENT);
 }
 
 }  // namespace morv

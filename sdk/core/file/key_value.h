@@ -20,4 +20,8 @@ int set_key_value(const char *path, std::string_view key, std::string_view value
 // then as it was. What is no file holds nobody up.
 int read_key_value(const char *path, std::string_view key, std::span<char> value) noexcept;
 
+// Whether a code of read_key_value, or of MLIBFileGetKeyValue, says that nothing is stored: no such key, or, by errno, no
+// such file.
+bool is_not_stored(int code) noexcept;
+
 }  // namespace morv

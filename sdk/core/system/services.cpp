@@ -1,5 +1,6 @@
 #include "core/system/services.h"
 
+#include <morvsdk/service.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,10 +23,46 @@ bool is_digit(char c) noexcept {
     return c >= '0' && c <= '9';
 }
 
-bool is_script(const std::string &name, const char *path) noexcept {
+constexpr struct {
+    const char *name;
+    uint32_t service;
+} kNames[] = {
+    {"web", MORV_SERVICE_WEB},
+    {"photo", MORV_SERVICE_PHOTO},
+    {"media", MORV_SERVICE_MEDIA},
+    {"netbackup", MORV_SERVICE_NETBACKUP},
+    {"surveillance", MORV_SERVICE_SURVEILLANCE},
+    {"audio", MORV_SERVICE_AUDIO},
+    {"ftp", MORV_SERVICE_FTP},
+    {"smb", MORV_SERVICE_WINDOWS},
+    {"afp", MORV_SERVICE_APPLE},
+    {"nfs", MORV_SERVICE_NFS},
+    {"mysql", MORV_SERVICE_MYSQL},
+    {"download", MORV_SERVICE_DOWNLOAD},
+    {"printer", MORV_SERVICE_PRINTER},
+    {"ssh", MORV_SERVICE_SSH},
+    {"management", MORV_SERVICE_MANAGEMENT},
+};
+
+uint32_t service_of(std::string_view name) noexcept {
+    for (const auto &known : kNames) {
+        if (name == known.name) return known.service;
+    }
+    return MORV_SERVICE_OTHER;
+}
+
+// "S20ftp" or "S20ftp.sh" is "ftp"; empty for what is no script's name.
+std::string_view name_of(std::string_view file) noexcept {
+    if (file.size() <= 3 || !is_digit(file[1]) || !is_digit(file[2])) return {};
+    file.remove_prefix(3);
+    constexpr std::string_view kSuffix = ".sh";
+    if (file.size() > kSuffix.size() && file.ends_with(kSuffix)) file.remove_suffix(kSuffix.size());
+    return file;
+}
+
+bool is_file(const char *path) noexcept {
     struct stat st;
-    return name.size() > 3 && is_digit(name[1]) && is_digit(name[2]) && stat(path, &st) == 0 &&
-           S_ISREG(st.st_mode) && access(path, X_OK) == 0;
+    return stat(path, &st) == 0 && S_ISREG(st.st_mode);
 }
 
 int call(const std::string &script, const char *argument) noexcept {
@@ -42,19 +79,28 @@ template <class Iterator>
 int call_all(Iterator script, Iterator end, const char *argument) noexcept {
     int result = 0;
     for (; script != end; ++script) {
-        if (const int code = call(*script, argument)) result = code;
+        if (!script->is_on) continue;
+        if (const int code = call(script->path, argument)) result = code;
     }
     return result;
 }
 
 }  // namespace
 
-int Services::load() {
-    std::vector<std::string> names, scripts;
-    if (const int code = list_names(kFolder, "S", names)) return code;
-    for (const std::string &name : names) {
-        const SysPath script((std::string(kFolder) + "/" + name).c_str());
-        if (is_script(name, script.c_str())) scripts.emplace_back(script.c_str());
+int Services::load(uint32_t services, Which which) {
+    std::vector<std::string> files;
+    std::vector<ServiceScript> scripts;
+    if (const int code = list_names(kFolder, "S", files)) return code;
+    for (const std::string &file : files) {
+        const std::string_view name = name_of(file);
+        const uint32_t service = service_of(name);
+        if (name.empty() || (services & service) == 0) continue;
+        const SysPath path((std::string(kFolder) + "/" + file).c_str());
+        const std::string text = path.c_str();
+        if (text.empty() || !is_file(text.c_str())) continue;
+        const bool is_on = access(text.c_str(), X_OK) == 0;
+        if (is_on || which == kAlsoOff)
+            scripts.push_back({text, text.size() - file.size(), std::string(name), service, is_on});
     }
     scripts_ = std::move(scripts);
     return 0;

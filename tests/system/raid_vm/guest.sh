@@ -689,6 +689,35 @@ pulled_out() {
     forget /dev/md5 /dev/sde3 "/dev/${new}3"
 }
 
+# ---- Quotas --------------------------------------------------------------------------------------------------------
+
+word() { printf '%b' "$(printf '\\x%02x\\x%02x\\x%02x\\x%02x' $(($1 >> 24 & 255)) $(($1 >> 16 & 255)) $(($1 >> 8 & 255)) $(($1 & 255)))"; }
+number() { word 2 && word 4 && word "$1"; }
+text() { word 1 && word $((${#1} + 1)) && printf '%s\0' "$1"; }
+quota_backup() { # quota_backup USER VOLUME SOFT HARD: in MiB, of one user on one volume
+    number 1 && text "$1" && number 1 && text "$2" && number "$3" && number "$4"
+} >/tmp/body
+writes() { setuidgid alice dd if=/dev/zero of=/volume8/file bs=1024 count="$1" 2>&1; }
+
+quotas() {
+    section "Quotas of users, from a backup and into one"
+    must mke2fs -q -F -t ext4 -O quota /dev/sde3 128M
+    must mkdir -p /volume8
+    must mount -t ext4 -o usrquota /dev/sde3 /volume8
+    must chmod 777 /volume8
+    quota_backup alice /volume8 2 3
+    { printf MORV && word 1 && word 0x1000000 && word 0x1000000 && word 7 && word "$(stat -c %s /tmp/body)" && cat /tmp/body; } >/tmp/quota.morv
+    expect "without a quota she writes what she likes" writes 5000
+    must rm /volume8/file
+    expect "morvctl restores her quota" morvctl backup import /tmp/quota.morv --only userquota
+    expect "she writes what it allows" writes 2900
+    expect "and no more" refused writes 3100
+    expect "morvctl backs it up" morvctl backup export /tmp/again.morv --only userquota
+    expect "byte for byte" cmp /tmp/quota.morv /tmp/again.morv
+    expect "restoring it again changes nothing" morvctl backup import /tmp/again.morv
+    must umount /volume8
+}
+
 # ---- Speed ---------------------------------------------------------------------------------------------------------
 
 measured() { probe speed 25 >/tmp/speed; }
@@ -715,5 +744,6 @@ volumes_on_arrays
 volumes_on_groups
 speed
 pulled_out
+quotas
 printf '\n%d checks, %d failures, %s s\n' $checks $failures "$(cut -d. -f1 /proc/uptime)"
 ((failures == 0))
