@@ -16,7 +16,7 @@ export LC_ALL=C PATH=/usr/sbin:/usr/bin:/sbin:/bin
 kept=${MORV_TEST_CACHE:-/var/tmp/morv-system-tests}
 packages=(busybox-static mdadm lvm2 libdevmapper-event1.02.1 libdevmapper1.02.1 libaio1 libedit2)
 modules=(virtio_pci virtio_scsi sd_mod linear raid0 raid1 raid10 raid456 dm-mod quota_v2)
-host_programs=(bash sfdisk partx wipefs lsblk blkid mount umount mke2fs debugfs e2fsck dumpe2fs)
+host_programs=(bash sfdisk partx wipefs lsblk blkid mount umount mke2fs debugfs e2fsck dumpe2fs setpriv)
 
 skip() { echo "SKIPPED: $*" && exit 77; }
 broken() { echo "vm: $*" >&2 && exit 125; }

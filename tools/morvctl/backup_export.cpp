@@ -19,7 +19,7 @@ namespace {
 // Where the file is to be, links followed as any program would.
 std::string place_of(const std::string &file, bool force) {
     Session here;
-    const std::string place = find_target(here, file).path;
+    std::string place = find_target(here, file).path;
     struct stat st;
     if (stat(place.c_str(), &st) != 0) {
         if (errno != ENOENT) fail_system("write " + file);
@@ -159,7 +159,8 @@ int export_backup(const Session &session, const BackupArgs &args) {
             std::string what = report.first_problem();
             for (const BackupReport::Block &block : report.blocks) {
                 const char *name = MORVSysbkpName(block.id);
-                if (block.result == MORV_SYSBKP_FAILED && name) what = std::string(name) + ": " + what;
+                if (block.result == MORV_SYSBKP_FAILED && name)
+                    what.insert(0, std::string(name).append(": "));
             }
             throw Failure(exit_for_problem(what), "cannot write " + args.file + ": " +
                                                       (what.empty() ? "the system log tells why" : what));

@@ -62,7 +62,7 @@ class Pieces {
     }
 
   private:
-    static constexpr size_t kSize = 256 * 1024;
+    static constexpr size_t kSize = size_t{256} << 10;
     std::unique_ptr<char[]> buffer_{new char[kSize]};
     size_t used_ = 0;
 };

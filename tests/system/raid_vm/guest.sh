@@ -697,7 +697,7 @@ text() { word 1 && word $((${#1} + 1)) && printf '%s\0' "$1"; }
 quota_backup() { # quota_backup USER VOLUME SOFT HARD: in MiB, of one user on one volume
     number 1 && text "$1" && number 1 && text "$2" && number "$3" && number "$4"
 } >/tmp/body
-writes() { setuidgid alice dd if=/dev/zero of=/volume8/file bs=1024 count="$1" 2>&1; }
+writes() { setpriv --reuid 1026 --regid 100 --clear-groups dd if=/dev/zero of=/volume8/file bs=1024 count="$1" 2>&1; }
 
 quotas() {
     section "Quotas of users, from a backup and into one"
