@@ -111,7 +111,7 @@ const char *ItemReader::take_string() noexcept {
 int32_t ItemReader::take_count(size_t least) noexcept {
     const int32_t count = take_long();
     if (problem_) return 0;
-    if (count >= 0 && static_cast<size_t>(count) <= (bytes_.size() - at_) / least) return count;
+    if (count >= 0 && static_cast<uint64_t>(count) * least <= bytes_.size() - at_) return count;
     problem_ = "a count is below zero, or of more than the block can hold";
     return 0;
 }

@@ -62,8 +62,9 @@ class ItemReader {
     // A text, which ends with a zero and is good as long as the bytes are.
     const char *take_string() noexcept;
 
-    // A number of things of at least `least` bytes each; 0 when there cannot be as many.
-    int32_t take_count(size_t least) noexcept;
+    // A number of things of at least `least` bytes each; 0 when there cannot be as many. Without a size any that is not
+    // below zero will do: things are then taken until there are no more.
+    int32_t take_count(size_t least = 0) noexcept;
 
     // To be asked behind the last item: whether all was well, and nothing follows.
     bool is_at_end() noexcept;

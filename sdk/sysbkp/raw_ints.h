@@ -5,6 +5,7 @@
 #include <stdlib.h>
 
 #include "core/base/guard.h"
+#include "sysbkp/report.h"
 
 namespace morv {
 
@@ -24,6 +25,17 @@ class RawInts {
     MallocPtr<char> many_;
     char *data_ = few_;
 };
+
+// Whether integers can be moved at all; if not, that is logged as the caller's line.
+inline bool can_move(int fd, const void *words, int bytes, const char *stem, int line,
+                     const char *function) noexcept {
+    if (fd < 0 || !words || bytes <= 0) {
+        log_text("%s:%d(%s) parameter error", stem, line, function);
+        return false;
+    }
+    if (bytes % 4 != 0) log_text("%s:%d(%s) bytes error:[%d]", stem, line, function, bytes);
+    return bytes % 4 == 0;
+}
 
 }  // namespace morv
 

@@ -99,47 +99,41 @@ void Telling::skip(int id) noexcept {
     send(MORV_SYSBKP_SKIPPED, id, "");
 }
 
-void tell(int what, const char *text) noexcept {
+void tell(int what, const char *format, va_list args) noexcept {
     const int saved = errno;
+    char text[kTextSize];
+    fill(text, format, args);
     syslog(what == MORV_SYSBKP_PROBLEM ? LOG_ERR : LOG_INFO, "configuration backup: %s", text);
     if (innermost) innermost->send(what, innermost->id_, text);
     errno = saved;
 }
 
 void tell_problem(const char *format, ...) noexcept {
-    char text[kTextSize];
     va_list args;
     va_start(args, format);
-    fill(text, format, args);
+    tell(MORV_SYSBKP_PROBLEM, format, args);
     va_end(args);
-    tell(MORV_SYSBKP_PROBLEM, text);
 }
 
 void tell_note(const char *format, ...) noexcept {
-    char text[kTextSize];
     va_list args;
     va_start(args, format);
-    fill(text, format, args);
+    tell(MORV_SYSBKP_NOTE, format, args);
     va_end(args);
-    tell(MORV_SYSBKP_NOTE, text);
 }
 
 void tell_missing(const char *format, ...) noexcept {
-    char text[kTextSize];
     va_list args;
     va_start(args, format);
-    fill(text, format, args);
+    tell(MORV_SYSBKP_MISSING, format, args);
     va_end(args);
-    tell(MORV_SYSBKP_MISSING, text);
 }
 
 void tell_unsupported(const char *format, ...) noexcept {
-    char text[kTextSize];
     va_list args;
     va_start(args, format);
-    fill(text, format, args);
+    tell(MORV_SYSBKP_NOTE, format, args);
     va_end(args);
-    tell(MORV_SYSBKP_NOTE, text);
     if (innermost) innermost->is_unsupported_ = true;
 }
 

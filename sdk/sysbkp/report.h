@@ -2,6 +2,7 @@
 #pragma once
 
 #include <morvsdk/sysbkp.h>
+#include <stdarg.h>
 
 #include "core/base/fail.h"
 
@@ -28,7 +29,7 @@ class Telling {
     int id_ = 0;
     bool is_unsupported_ = false;
 
-    friend void tell(int what, const char *text) noexcept;
+    friend void tell(int what, const char *format, va_list args) noexcept;
     friend void tell_unsupported(const char *format, ...) noexcept;
     void send(int what, int id, const char *text) const noexcept;
 };

@@ -73,13 +73,13 @@ struct Record {
     std::vector<std::string> odd;  // members that no list can hold
 };
 
-Record take_group(ItemReader &items, bool *is_sound) {
+Record take_group(ItemReader &items) {
     Record r;
     r.type = items.take_long();
     r.name = items.take_string();
     r.gid = items.take_long();
     r.about = items.take_string();
-    const int32_t count = items.take_long();
+    const int32_t count = items.take_count();
     for (int32_t i = 0; i < count && !items.problem(); ++i) {
         const char *const member = items.take_string();
         if (strpbrk(member, ",:\"\n")) {
@@ -88,7 +88,6 @@ Record take_group(ItemReader &items, bool *is_sound) {
             r.members.append(r.members.empty() ? "" : ",").append(member);
         }
     }
-    *is_sound = count >= 0;
     return r;
 }
 
@@ -166,18 +165,12 @@ extern "C" int MORVSysbkpGroupExport(int fd) noexcept {
 extern "C" int MORVSysbkpGroupImport(int fd, int version, int) noexcept {
     return import_block(fd, MORV_SYSBKP_GROUP, version, [](ItemReader &items) {
         std::vector<Record> records;
-        const int32_t count = items.take_long();
-        bool is_sound = count >= 0;
-        for (int32_t i = 0; i < count && is_sound; ++i) {
-            Record record = take_group(items, &is_sound);
-            if (items.problem()) break;
-            if (is_sound) records.push_back(std::move(record));
+        const int32_t count = items.take_count();
+        for (int32_t i = 0; i < count && !items.problem(); ++i) {
+            Record record = take_group(items);
+            if (!items.problem()) records.push_back(std::move(record));
         }
         const int restored = restore(records);
-        if (!is_sound) {
-            tell_problem("a number of groups or members is below zero");
-            return -1;
-        }
         return check_items(items) == 0 ? restored : -1;
     });
 }

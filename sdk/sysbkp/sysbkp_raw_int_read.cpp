@@ -4,19 +4,11 @@
 
 #include "core/base/bytes.h"
 #include "sysbkp/raw_ints.h"
-#include "sysbkp/report.h"
 
 using namespace morv;
 
 extern "C" int MORVSysbkpRawIntRead(int fd, void *words, int bytes) noexcept {
-    if (fd < 0 || !words || bytes <= 0) {
-        RAW_LOG("parameter error");
-        return -1;
-    }
-    if (bytes % 4 != 0) {
-        RAW_LOG("bytes error:[%d]", bytes);
-        return -1;
-    }
+    if (!can_move(fd, words, bytes, MORV_STEM, __LINE__, __func__)) return -1;
     RawInts raw(static_cast<size_t>(bytes));
     if (!raw) {
         RAW_LOG("out of memory");

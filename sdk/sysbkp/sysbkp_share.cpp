@@ -40,9 +40,9 @@ int put_shares(Mirror &mirror, ItemWriter &items) {
 // ---- Import ---------------------------------------------------------------------------------------------
 
 // Takes the records that are whole.
-int32_t take_shares(ItemReader &items, std::vector<MORVSHARE> &shares) {
+void take_shares(ItemReader &items, std::vector<MORVSHARE> &shares) {
     const auto text = [&] { return const_cast<char *>(items.take_string()); };
-    const int32_t count = items.take_long();
+    const int32_t count = items.take_count();
     for (int32_t i = 0; i < count && !items.problem(); ++i) {
         MORVSHARE share = {};
         share.szName = text();
@@ -56,7 +56,6 @@ int32_t take_shares(ItemReader &items, std::vector<MORVSHARE> &shares) {
         share.ftpFlags = items.take_long();
         if (!items.problem()) shares.push_back(share);
     }
-    return count;
 }
 
 // The volumes that are here. An image may have no list of what is mounted: then a folder is enough.
@@ -165,12 +164,8 @@ extern "C" int MORVSysbkpShareExport(int fd) noexcept {
 extern "C" int MORVSysbkpShareImport(int fd, int version, int) noexcept {
     return import_block(fd, MORV_SYSBKP_SHARE, version, [](ItemReader &items) {
         std::vector<MORVSHARE> shares;
-        const int32_t count = take_shares(items, shares);
+        take_shares(items, shares);
         const int restored = restore(shares);
-        if (count < 0) {
-            tell_problem("the number of shares is below zero");
-            return -1;
-        }
         return check_items(items) == 0 ? restored : -1;
     });
 }

@@ -80,9 +80,9 @@ struct Record {
 };
 
 // Takes the records that are whole, without the administrator.
-int32_t take_users(ItemReader &items, std::vector<Record> &records) {
+void take_users(ItemReader &items, std::vector<Record> &records) {
     const auto text = [&] { return const_cast<char *>(items.take_string()); };
-    const int32_t count = items.take_long();
+    const int32_t count = items.take_count();
     for (int32_t i = 0; i < count && !items.problem(); ++i) {
         Record r;
         r.user.szName = text();
@@ -98,7 +98,6 @@ int32_t take_users(ItemReader &items, std::vector<Record> &records) {
         r.user.noPasswordChange = r.may_change == 0;
         if (!items.problem()) records.push_back(r);
     }
-    return count;
 }
 
 bool is_plain(std::string_view text) noexcept {
@@ -178,12 +177,8 @@ extern "C" int MORVSysbkpUserExport(int fd) noexcept {
 extern "C" int MORVSysbkpUserImport(int fd, int version, int) noexcept {
     return import_block(fd, MORV_SYSBKP_USER, version, [](ItemReader &items) {
         std::vector<Record> records;
-        const int32_t count = take_users(items, records);
+        take_users(items, records);
         const int restored = restore(records);
-        if (count < 0) {
-            tell_problem("the number of users is below zero");
-            return -1;
-        }
         return check_items(items) == 0 ? restored : -1;
     });
 }

@@ -162,8 +162,8 @@ struct Record {
 };
 
 // Takes the records that are whole.
-int32_t take_records(ItemReader &items, std::vector<Record> &records) {
-    const int32_t count = items.take_long();
+void take_records(ItemReader &items, std::vector<Record> &records) {
+    const int32_t count = items.take_count();
     for (int32_t i = 0; i < count && !items.problem(); ++i) {
         Record record;
         record.name = items.take_string();
@@ -177,7 +177,6 @@ int32_t take_records(ItemReader &items, std::vector<Record> &records) {
         }
         if (!items.problem()) records.push_back(std::move(record));
     }
-    return count;
 }
 
 class Restoring {
@@ -263,12 +262,8 @@ extern "C" int MORVSysbkpUserQuotaExport(int fd) noexcept {
 extern "C" int MORVSysbkpUserQuotaImport(int fd, int version, int) noexcept {
     return import_block(fd, MORV_SYSBKP_USERQUOTA, version, [](ItemReader &items) {
         std::vector<Record> records;
-        const int32_t count = take_records(items, records);
+        take_records(items, records);
         const int restored = restore(records);
-        if (count < 0) {
-            tell_problem("the number of users is below zero");
-            return -1;
-        }
         return check_items(items) == 0 ? restored : -1;
     });
 }
